@@ -1,0 +1,110 @@
+#pragma once
+
+#include <foundation/debug/objectmonitor.h>
+
+#include <new>
+#include <utility>
+
+namespace vorn::foundation::debug {
+
+// The place in a program that creates or releases an object. The texts must be
+// string literals, or live as long: the object monitor keeps the pointers.
+struct Tag {
+  const char* file;
+  int line;
+  const char* function;
+};
+
+// Holds an object from its construction until the monitor has recorded it, and
+// destroys it when the monitor could not.
+template <class T>
+class Unrecorded {
+ public:
+  Unrecorded(T* object, bool traced) : object_(object), traced_(traced) {}
+  Unrecorded(const Unrecorded&) = delete;
+  Unrecorded& operator=(const Unrecorded&) = delete;
+
+  ~Unrecorded() {
+    if (object_ == nullptr) return;
+    if (traced_) {
+      object_->~T();
+      ObjectMonitor::_Dealloc(
+          static_cast<unsigned char*>(static_cast<void*>(object_)),
+          static_cast<unsigned int>(sizeof(T)));
+    } else {
+      delete object_;
+    }
+  }
+
+  T* get() const { return object_; }
+  T* release() { return std::exchange(object_, nullptr); }
+
+ private:
+  T* object_;
+  bool traced_;
+};
+
+// Constructs a T in memory of the monitor's; null when there is none. When the
+// constructor throws, the memory goes back and the exception passes on.
+template <class T, class... Arguments>
+T* ConstructTraced(Arguments&&... arguments) {
+  constexpr auto size = static_cast<unsigned int>(sizeof(T));
+  unsigned char* block = ObjectMonitor::_Alloc(size);
+  if (block == nullptr) return nullptr;
+  try {
+    return ::new (static_cast<void*>(block))
+        T(std::forward<Arguments>(arguments)...);
+  } catch (...) {
+    ObjectMonitor::_Dealloc(block, size);
+    throw;
+  }
+}
+
+// Creates a T from the arguments and records it under the tag. The caller owns
+// the result and releases it with dispose() where T has it, else with
+// Destroy(). When memory is exhausted, the result is null with tracing on, and
+// std::bad_alloc is thrown with tracing off. What the constructor or the
+// monitor throws passes on, and nothing is left behind.
+template <class T, class... Arguments>
+T* Create(const Tag& tag, Arguments&&... arguments) {
+  const bool traced = ObjectMonitor::_IsTrace();
+  Unrecorded<T> object(
+      traced ? ConstructTraced<T>(std::forward<Arguments>(arguments)...)
+             : new T(std::forward<Arguments>(arguments)...),
+      traced);
+  ObjectMonitor::_IncLeak(object.get(), tag.file, tag.line, tag.function,
+                          static_cast<unsigned int>(sizeof(T)));
+  return object.release();
+}
+
+// Reports the release of an object that Create() made, under the tag, and then
+// destroys it and gives its memory back. Null is ignored.
+template <class T>
+void Destroy(T* object, const Tag& tag) {
+  if (object == nullptr) return;
+  if (ObjectMonitor::_IsTrace()) {
+    const LeakInfo info =
+        ObjectMonitor::_DecLeakInfoEx(object, tag.file, tag.line, tag.function);
+    object->~T();
+    ObjectMonitor::_Dealloc(info.address, info.size);
+  } else {
+    ObjectMonitor::_DecLeakEx(object, tag.file, tag.line, tag.function);
+    delete object;
+  }
+}
+
+// The same without a tag.
+template <class T>
+void Destroy(T* object) {
+  if (object == nullptr) return;
+  if (ObjectMonitor::_IsTrace()) {
+    const LeakInfo info = ObjectMonitor::_DecLeakInfo(object);
+    object->~T();
+    ObjectMonitor::_Dealloc(info.address, info.size);
+  } else {
+    ObjectMonitor::_DecLeak(object);
+    delete object;
+  }
+}
+
+}  // namespace vorn::foundation::debug
