@@ -1,0 +1,17 @@
+#pragma once
+
+#include <foundation/json/jbase.h>
+
+namespace vorn::foundation::json {
+
+// The null value.
+class [[gnu::visibility("default")]] JNull : public JTypeBase<JType::Null> {
+ public:
+  JNull();
+  ~JNull() override;
+
+  JBase* clone() const override;
+  void toString(Context & context) const override;
+};
+
+}  // namespace vorn::foundation::json

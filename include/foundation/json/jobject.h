@@ -1,0 +1,81 @@
+#pragma once
+
+#include <foundation/debug/allocator.h>
+#include <foundation/json/jbase.h>
+#include <foundation/text/safestring.h>
+
+#include <bits/functional_hash.h>
+#include <functional>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace vorn::foundation::json {
+
+// A set of members, each a key with a value. Keys are unique and may hold any
+// bytes. The object owns its values and disposes them when they are replaced or
+// removed, when it is cleared and when it is destroyed. No value is null.
+//
+// The members are enumerated in the order of a hash map, neither that of
+// insertion nor a sorted one. It stays as it is while the object is not
+// changed, and it is the same for keys(), clear(), clone(), the writer and the
+// comparison.
+//
+// A value handed over must not be disposed by the caller, nor handed to another
+// container, nor be the one that the object already holds under that key.
+class [[gnu::visibility("default")]] JObject : public JTypeBase<JType::Object> {
+ public:
+  // The object without members.
+  JObject();
+  ~JObject() override;
+
+  // The value of the member, or null when there is none. The object keeps
+  // ownership; valid until the member is replaced or removed, or the object is
+  // cleared or destroyed.
+  JBase* at(const SafeString& key);
+  JBase* at(const SafeString& key) const;
+
+  // Whether there is a member of that key.
+  bool existed(const SafeString& key) const;
+
+  // Sets the member. A member of that key is removed first, and its value
+  // disposed. Takes ownership of value; null is ignored and changes nothing.
+  // Throws std::bad_alloc when memory is exhausted; value is then still the
+  // caller's, and a member that was to be replaced is gone.
+  void setValue(const SafeString& key, JBase* value);
+
+  // Removes the member and disposes its value; false when there is none.
+  bool remove(const SafeString& key);
+
+  // Copies of all keys, in the order of enumeration.
+  std::vector<SafeString, debug::Allocator<SafeString>> keys() const;
+
+  bool empty() const;
+
+  // Disposes every value, in the order of enumeration, and removes all members.
+  void clear();
+
+  // Removes all members without disposing their values. The values belong to
+  // the caller, who took their pointers with at() before.
+  void detach();
+
+  JBase* clone() const override;
+  void toString(Context & context) const override;
+
+ private:
+  // The hash of the standard library for strings, with its seed: it decides the
+  // order of enumeration, and the library has none for strings of this
+  // allocator.
+  struct KeyHash {
+    std::size_t operator()(const SafeString& key) const noexcept {
+      return std::_Hash_bytes(key.data(), key.length(), 0xc70f6907U);
+    }
+  };
+  using Members =
+      std::unordered_map<SafeString, JBase*, KeyHash, std::equal_to<SafeString>,
+                         debug::Allocator<std::pair<const SafeString, JBase*>>>;
+
+  Members members_;
+};
+
+}  // namespace vorn::foundation::json

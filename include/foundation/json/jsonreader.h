@@ -1,0 +1,74 @@
+#pragma once
+
+#include <foundation/json/jbase.h>
+#include <foundation/text/safestring.h>
+
+namespace vorn::foundation::json {
+
+// Reads JSON text into a value tree and holds the tree; also writes and
+// compares trees. A reader is empty, or holds the whole tree of one text.
+//
+// The dialect, where it differs from JSON:
+// - a line comment, from "//" to the end of the line, may stand wherever blanks
+//   may; blanks are what isspace() names in the C locale;
+// - nan, inf and -inf are numbers;
+// - \\ \" \r \n \t are the only escapes, read and written; any other backslash
+//   is kept as it is. Control characters may stand in strings unescaped;
+// - a literal ends with its last letter: what follows is not looked at;
+// - numbers keep their text;
+// - of members with the same key the last one counts;
+// - a text with more than 1024 containers inside one another is refused;
+// - the text ends at its first NUL.
+class [[gnu::visibility("default")]] JsonReader {
+ public:
+  // The empty reader.
+  JsonReader();
+  JsonReader(const JsonReader&) = delete;
+  JsonReader& operator=(const JsonReader&) = delete;
+
+  // Disposes the tree.
+  ~JsonReader();
+
+  // Disposes the tree held so far, then reads the text, which must be one JSON
+  // value of any kind. Returns whether the reader holds its tree now: false for
+  // null, for malformed text and when memory is exhausted, with nothing left
+  // behind. Nothing is thrown.
+  bool fromString(const char* text);
+
+  // The same with the text of a string, up to its first NUL byte.
+  bool fromString(const SafeString& text);
+
+  // The tree, or null. The reader keeps ownership; valid until the next
+  // fromString() or reset(), or until the reader is destroyed.
+  JBase* getJson() const;
+
+  // Gives the tree up; null when there is none. The caller owns the result and
+  // releases it with dispose().
+  JBase* transfer();
+
+  // Whether the reader holds a tree.
+  bool valid() const;
+
+  // Disposes the tree, if there is one.
+  void reset();
+
+  // The text of the tree: on lines of their own with an indentation of four
+  // blanks a level, or on a single line without blanks. Empty when there is no
+  // tree. Throw std::bad_alloc when memory is exhausted.
+  SafeString format() const;
+  SafeString compress() const;
+
+  // The same for any value, which is not changed; empty for null.
+  static SafeString Format(const JBase* value);
+  static SafeString Compress(const JBase* value);
+
+  // Whether two trees are equal: the same kinds and contents, elements in the
+  // same order, members in any order, numbers by their text ("1" is not "1.0").
+  // Null equals null alone. Neither tree is changed.
+  static bool IsEqual(const JBase* first, const JBase* second);
+
+ private:
+  JBase* tree_;
+};
+
+}  // namespace vorn::foundation::json

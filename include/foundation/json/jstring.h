@@ -1,0 +1,34 @@
+#pragma once
+
+#include <foundation/json/jbase.h>
+#include <foundation/text/safestring.h>
+
+namespace vorn::foundation::json {
+
+// A string of any bytes, the byte 0 included; no encoding is checked.
+//
+// What copies a text throws std::bad_alloc when there is no memory for it; a
+// setter that fails leaves the former text.
+class [[gnu::visibility("default")]] JString : public JTypeBase<JType::String> {
+ public:
+  // The empty string.
+  JString();
+
+  // A copy of the text.
+  explicit JString(const SafeString& text);
+  ~JString() override;
+
+  // A copy of the text.
+  SafeString value() const;
+
+  // Replaces the text by a copy of the given one.
+  void setValue(const SafeString& text);
+
+  JBase* clone() const override;
+  void toString(Context & context) const override;
+
+ private:
+  SafeString text_;
+};
+
+}  // namespace vorn::foundation::json

@@ -1,0 +1,685 @@
+// The values and their text, from the bottom up: the value model, writing,
+// parsing, equality, the reader.
+//
+// Three rules hold all through. A created object is in a guard in the same
+// statement, and the guard lets go only after the next owner has taken the
+// object. A tracked creation may yield null; what then happens is said where it
+// matters. Releases neither allocate nor throw, as long as the monitors do not.
+
+#include <foundation/json/json.h>
+
+#include "checked.h"
+#include "compile.h"
+#include "tags.h"
+
+#include <foundation/generic/scopedpointer.h>
+#include <foundation/lang/exception.h>
+#include <foundation/text/stringutils.h>
+
+#include <limits>
+#include <utility>
+
+namespace vorn::foundation::json {
+
+using debug::Create;
+using debug::Destroy;
+using generic::ScopedPointer;
+using text::StringUtils;
+
+// Null and booleans -----------------------------------------------------------
+
+JNull::JNull() = default;
+JNull::~JNull() = default;
+
+JBase* JNull::clone() const { return Create<JNull>(tags::kCloneNull); }
+
+JBool::JBool() : value_(false) {}
+JBool::JBool(bool value) : value_(value) {}
+JBool::~JBool() = default;
+
+bool JBool::value() const { return value_; }
+void JBool::setValue(bool value) { value_ = value; }
+
+JBase* JBool::clone() const { return Create<JBool>(tags::kCloneBool, value_); }
+
+// Numbers ---------------------------------------------------------------------
+
+JNumber::JNumber() : text_("0") {}
+JNumber::JNumber(int value) : text_(StringUtils::IntToString(value)) {}
+JNumber::JNumber(long long value) : text_(StringUtils::LongToString(value)) {}
+JNumber::JNumber(double value) : text_(StringUtils::FloatToString(value)) {}
+JNumber::~JNumber() = default;
+
+void JNumber::setValue(int value) { text_ = StringUtils::IntToString(value); }
+
+void JNumber::setValue(long long value) {
+  text_ = StringUtils::LongToString(value);
+}
+
+void JNumber::setValue(double value) {
+  text_ = StringUtils::FloatToString(value);
+}
+
+bool JNumber::fromString(const SafeString& text) {
+  SafeString trimmed = StringUtils::Trim(text);
+  if (StringUtils::GetNumberFormat(trimmed) == 0) return false;
+  text_ = std::move(trimmed);
+  return true;
+}
+
+SafeString JNumber::toString() const { return text_; }
+
+namespace {
+
+// The codes of StringUtils::GetNumberFormat that are read in decimal; all other
+// texts are read as hexadecimal ones.
+constexpr int kInteger = 1;
+constexpr int kFloat = 2;
+
+// The value without its fraction, at the nearest limit where Integer cannot
+// hold it; 0 for not-a-number. The lower limit is a power of two and so exact
+// as a double, and the first value past the upper one is its negative.
+template <class Integer>
+Integer Truncate(double value) {
+  using Limits = std::numeric_limits<Integer>;
+  constexpr auto kLowest = static_cast<double>(Limits::min());
+  if (value != value) return 0;
+  if (value <= kLowest) return Limits::min();
+  if (value >= -kLowest) return Limits::max();
+  return static_cast<Integer>(value);
+}
+
+}  // namespace
+
+int JNumber::toInt() const {
+  switch (StringUtils::GetNumberFormat(text_)) {
+    case kInteger:
+      return StringUtils::StringToInt(text_);
+    case kFloat:
+      return Truncate<int>(StringUtils::StringToFloat(text_));
+    default:
+      return static_cast<int>(
+          static_cast<unsigned int>(StringUtils::HexStringToULong(text_)));
+  }
+}
+
+long long JNumber::toLong() const {
+  switch (StringUtils::GetNumberFormat(text_)) {
+    case kInteger:
+      return StringUtils::StringToLong(text_);
+    case kFloat:
+      return Truncate<long long>(StringUtils::StringToFloat(text_));
+    default:
+      return static_cast<long long>(StringUtils::HexStringToULong(text_));
+  }
+}
+
+double JNumber::toFloat() const {
+  switch (StringUtils::GetNumberFormat(text_)) {
+    case kInteger:
+      return static_cast<double>(StringUtils::StringToLong(text_));
+    case kFloat:
+      return StringUtils::StringToFloat(text_);
+    default:
+      return static_cast<double>(StringUtils::HexStringToULong(text_));
+  }
+}
+
+JBase* JNumber::clone() const {
+  ScopedPointer<JNumber> copy(Create<JNumber>(tags::kCloneNumber));
+  if (copy) copy->text_ = text_;
+  return copy.release();
+}
+
+// Strings ---------------------------------------------------------------------
+
+JString::JString() = default;
+JString::JString(const SafeString& text) : text_(text) {}
+JString::~JString() = default;
+
+SafeString JString::value() const { return text_; }
+void JString::setValue(const SafeString& text) { text_ = text; }
+
+JBase* JString::clone() const {
+  return Create<JString>(tags::kCloneString, text_);
+}
+
+// Arrays ----------------------------------------------------------------------
+
+JArray::JArray() = default;
+JArray::~JArray() { clear(); }
+
+void JArray::append(JBase* value) {
+  if (value != nullptr) elements_.push_back(value);
+}
+
+JBase* JArray::at(unsigned int index) { return std::as_const(*this).at(index); }
+
+JBase* JArray::at(unsigned int index) const {
+  return index < elements_.size() ? elements_[index] : nullptr;
+}
+
+bool JArray::setValue(unsigned int index, JBase* value) {
+  if (value == nullptr) return false;
+  if (index >= elements_.size()) {
+    value->dispose();
+    return false;
+  }
+  std::exchange(elements_[index], value)->dispose();
+  return true;
+}
+
+unsigned int JArray::length() const {
+  return static_cast<unsigned int>(elements_.size());
+}
+
+bool JArray::empty() const { return elements_.empty(); }
+
+// The array lets go of its elements first, so that nothing can reach one that
+// is already disposed.
+void JArray::clear() {
+  const Elements elements = std::exchange(elements_, Elements());
+  for (JBase* element : elements) element->dispose();
+}
+
+void JArray::detach() { Elements().swap(elements_); }
+
+JBase* JArray::clone() const {
+  ScopedPointer<JArray> copy(Create<JArray>(tags::kCloneArray));
+  copy->elements_.reserve(elements_.size());
+  for (const JBase* element : elements_) {
+    ScopedPointer<JBase> child(Checked(element->clone()));
+    copy->append(child.get());
+    child.release();
+  }
+  return copy.release();
+}
+
+// Objects ---------------------------------------------------------------------
+
+JObject::JObject() = default;
+JObject::~JObject() { clear(); }
+
+JBase* JObject::at(const SafeString& key) {
+  return std::as_const(*this).at(key);
+}
+
+JBase* JObject::at(const SafeString& key) const {
+  const auto member = members_.find(key);
+  return member != members_.end() ? member->second : nullptr;
+}
+
+bool JObject::existed(const SafeString& key) const {
+  return members_.find(key) != members_.end();
+}
+
+void JObject::setValue(const SafeString& key, JBase* value) {
+  if (value == nullptr) return;
+  remove(key);
+  members_.emplace(key, value);
+}
+
+bool JObject::remove(const SafeString& key) {
+  const auto member = members_.find(key);
+  if (member == members_.end()) return false;
+  // The node goes when the value is disposed; no one finds it in between.
+  const auto node = members_.extract(member);
+  node.mapped()->dispose();
+  return true;
+}
+
+std::vector<SafeString, debug::Allocator<SafeString>> JObject::keys() const {
+  std::vector<SafeString, debug::Allocator<SafeString>> keys;
+  keys.reserve(members_.size());
+  for (const auto& member : members_) keys.push_back(member.first);
+  return keys;
+}
+
+bool JObject::empty() const { return members_.empty(); }
+
+void JObject::clear() {
+  for (auto& [key, value] : members_) value->dispose();
+  members_.clear();
+}
+
+void JObject::detach() { members_.clear(); }
+
+JBase* JObject::clone() const {
+  ScopedPointer<JObject> copy(Create<JObject>(tags::kCloneObject));
+  for (const auto& [key, value] : members_) {
+    Members& members = copy->members_;
+    ScopedPointer<JBase> child(Checked(value->clone()));
+    members.emplace(key, child.get());
+    child.release();
+  }
+  return copy.release();
+}
+
+// Writing ---------------------------------------------------------------------
+
+namespace {
+
+constexpr int kIndentWidth = 4;  // indent characters for each level
+
+// The characters that are written, and read, as a backslash and a letter.
+struct Escape {
+  char character;
+  char letter;
+};
+constexpr Escape kEscapes[] = {
+    {'"', '"'}, {'\\', '\\'}, {'\r', 'r'}, {'\n', 'n'}, {'\t', 't'}};
+
+void Write(Context& context, const SafeString& text) {
+  context.stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+void Write(Context& context, const char* text) {
+  Write(context, SafeString(text));
+}
+
+void Write(Context& context, char character) { context.stream.put(character); }
+
+void WriteQuoted(Context& context, const SafeString& text) {
+  SafeString quoted(1, '"');
+  for (const char character : text) {
+    char written = character;
+    for (const Escape& escape : kEscapes) {
+      if (character != escape.character) continue;
+      quoted += '\\';
+      written = escape.letter;
+    }
+    quoted += written;
+  }
+  quoted += '"';
+  Write(context, quoted);
+}
+
+// In the formatted layout, begins a line with the indentation of the context's
+// depth.
+void BeginLine(Context& context) {
+  if (context.compress) return;
+  Write(context, '\n');
+  for (int i = 0; i < context.depth * kIndentWidth; ++i) {
+    Write(context, context.indentChar);
+  }
+}
+
+}  // namespace
+
+void JNull::toString(Context& context) const { Write(context, "null"); }
+
+void JBool::toString(Context& context) const {
+  Write(context, value_ ? "true" : "false");
+}
+
+void JNumber::toString(Context& context) const { Write(context, text_); }
+
+void JString::toString(Context& context) const { WriteQuoted(context, text_); }
+
+void JArray::toString(Context& context) const {
+  Write(context, '[');
+  ++context.depth;
+  bool first = true;
+  for (const JBase* element : elements_) {
+    if (!std::exchange(first, false)) Write(context, ',');
+    BeginLine(context);
+    element->toString(context);
+  }
+  --context.depth;
+  if (!elements_.empty()) BeginLine(context);
+  Write(context, ']');
+}
+
+void JObject::toString(Context& context) const {
+  Write(context, '{');
+  ++context.depth;
+  bool first = true;
+  for (const auto& [key, value] : members_) {
+    if (!std::exchange(first, false)) Write(context, ',');
+    BeginLine(context);
+    WriteQuoted(context, key);
+    Write(context, context.compress ? ":" : ": ");
+    value->toString(context);
+  }
+  --context.depth;
+  if (!members_.empty()) BeginLine(context);
+  Write(context, '}');
+}
+
+namespace {
+
+SafeString Render(const JBase* root, bool compress) {
+  if (root == nullptr) return SafeString();
+  Context context(compress);
+  root->toString(context);
+  return context.stream.str();
+}
+
+}  // namespace
+
+// Parsing ---------------------------------------------------------------------
+//
+// A recursive descent over a NUL-terminated text. The cursor stands on the next
+// character; every rule is entered with it on the first character of what the
+// rule reads, leaves it behind that and the blanks that follow, and in front of
+// the fault when it fails. The NUL is never passed. Each rule gives its new
+// value to the caller. The depth is the number of containers that are open
+// around a value.
+
+namespace {
+
+constexpr unsigned int kNestingLimit = 1024;
+
+[[noreturn]] void Fail(const char* rule, const char* message) {
+  throw lang::Exception(rule, message);
+}
+
+bool IsBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+bool IsLineEnd(char c) { return c == '\n' || c == '\r'; }
+
+// blanks = *( blank / "//" *character line-end )
+void SkipBlanks(const char*& cursor) {
+  for (;;) {
+    while (IsBlank(*cursor)) ++cursor;
+    if (cursor[0] != '/' || cursor[1] != '/') return;
+    while (*cursor != '\0' && !IsLineEnd(*cursor)) ++cursor;
+  }
+}
+
+// Passes the literal and the blanks behind it, if it stands at the cursor. What
+// follows its last letter is not looked at.
+bool TakeLiteral(const char*& cursor, const char* literal) {
+  if (!StringUtils::StartWith(cursor, literal)) return false;
+  while (*literal != '\0') ++cursor, ++literal;
+  SkipBlanks(cursor);
+  return true;
+}
+
+// Appends what a backslash and the letter behind it stand for, and passes them.
+// A backslash in front of any other character stands for itself.
+void GetEscape(const char*& cursor, SafeString& text) {
+  for (const Escape& escape : kEscapes) {
+    if (cursor[1] != escape.letter) continue;
+    text += escape.character;
+    cursor += 2;
+    return;
+  }
+  text += *cursor++;
+}
+
+// string = DQUOTE *( "\" letter / character ) DQUOTE
+SafeString GetString(const char*& cursor) {
+  SafeString text;
+  ++cursor;
+  while (*cursor != '"') {
+    if (*cursor == '\0') Fail("GetString", "string is not end with '\"'");
+    if (*cursor == '\\') {
+      GetEscape(cursor, text);
+    } else {
+      text += *cursor++;
+    }
+  }
+  ++cursor;
+  return text;
+}
+
+JBase* ParseString(const char*& cursor) {
+  const SafeString text = GetString(cursor);
+  SkipBlanks(cursor);
+  return Create<JString>(tags::kParseString, text);
+}
+
+// bool = "false" / "true"
+JBase* ParseBool(const char*& cursor) {
+  if (TakeLiteral(cursor, "false")) {
+    return Create<JBool>(tags::kParseFalse, false);
+  }
+  if (TakeLiteral(cursor, "true")) return Create<JBool>(tags::kParseTrue, true);
+  Fail("ParseBool", "true error");
+}
+
+JBase* MakeNumber(const debug::Tag& tag, const char* text) {
+  ScopedPointer<JNumber> number(Create<JNumber>(tag));
+  if (number) number->fromString(text);
+  return number.release();
+}
+
+// null-or-nan = "null" / "nan"
+JBase* ParseNullOrNan(const char*& cursor) {
+  if (TakeLiteral(cursor, "null")) return Create<JNull>(tags::kParseNull);
+  if (TakeLiteral(cursor, "nan")) return MakeNumber(tags::kParseNan, "nan");
+  Fail("ParseNull", "data error");
+}
+
+bool IsNumberCharacter(char c) {
+  return (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.' ||
+         c == 'e' || c == 'E';
+}
+
+// token = *( DIGIT / "+" / "-" / "." / "e" / "E" ), as JNumber accepts it. The
+// token is judged also when there is no memory for the number: malformed text
+// fails alike with and without.
+JBase* ParseNumberToken(const char*& cursor) {
+  const char* end = cursor;
+  while (IsNumberCharacter(*end)) ++end;
+  const SafeString token(cursor, end);
+  ScopedPointer<JNumber> number(Create<JNumber>(tags::kParseNumber));
+  const bool accepted = number ? number->fromString(token)
+                               : StringUtils::GetNumberFormat(token) != 0;
+  if (!accepted) {
+    Destroy(number.release(), tags::kRefuseNumber);
+    Fail("ParseNumber", "number is incorrect");
+  }
+  cursor = end;
+  SkipBlanks(cursor);
+  return number.release();
+}
+
+// number = "inf" / "-inf" / token
+JBase* ParseNumber(const char*& cursor) {
+  if (TakeLiteral(cursor, "inf")) return MakeNumber(tags::kParseInf, "inf");
+  if (TakeLiteral(cursor, "-inf")) {
+    return MakeNumber(tags::kParseMinusInf, "-inf");
+  }
+  return ParseNumberToken(cursor);
+}
+
+JBase* ParseValue(const char*& cursor, unsigned int depth);
+
+void CheckDepth(unsigned int depth) {
+  if (depth == kNestingLimit) Fail("Parse", "nesting is too deep");
+}
+
+// Passes the "[" or "," of an array; false when its "]" follows.
+bool ArraySkip(const char*& cursor) {
+  const char separator = *cursor++;
+  SkipBlanks(cursor);
+  if (*cursor == '\0') Fail("ArraySkip", "array ']' mismatching");
+  if (*cursor != ']') return true;
+  if (separator == ',') Fail("ArraySkip", "spare ','");
+  return false;
+}
+
+// array = "[" [ value *( "," value ) ] "]"
+JBase* ParseArray(const char*& cursor, unsigned int depth) {
+  CheckDepth(depth);
+  ScopedPointer<JArray> array(Create<JArray>(tags::kParseArray));
+  bool more = ArraySkip(cursor);
+  while (more) {
+    ScopedPointer<JBase> element(ParseValue(cursor, depth + 1));
+    array->append(element.get());
+    element.release();
+    if (*cursor != ',' && *cursor != ']') Fail("ParseArray", "missing ']'");
+    more = *cursor == ',' && ArraySkip(cursor);
+  }
+  ++cursor;
+  SkipBlanks(cursor);
+  return array.release();
+}
+
+// Passes the "{" or "," of an object; false when its "}" follows, else the
+// cursor is on a key.
+bool ParseKey(const char*& cursor) {
+  const char separator = *cursor++;
+  SkipBlanks(cursor);
+  if (*cursor == '\0') Fail("ParseKey", "object '}' mismatching");
+  if (*cursor == '"') return true;
+  if (*cursor != '}') Fail("ParseKey", "key is not begin with '\"'");
+  if (separator == ',') Fail("ParseKey", "spare ','");
+  return false;
+}
+
+// field = string ":"
+SafeString ParseField(const char*& cursor) {
+  SafeString key = GetString(cursor);
+  SkipBlanks(cursor);
+  if (*cursor != ':') Fail("ParseObject", "field not combined with ':'");
+  ++cursor;
+  return key;
+}
+
+// object = "{" [ field value *( "," field value ) ] "}"
+JBase* ParseObject(const char*& cursor, unsigned int depth) {
+  CheckDepth(depth);
+  ScopedPointer<JObject> object(Create<JObject>(tags::kParseObject));
+  bool more = ParseKey(cursor);
+  while (more) {
+    const SafeString key = ParseField(cursor);
+    ScopedPointer<JBase> value(ParseValue(cursor, depth + 1));
+    object->setValue(key, value.get());
+    value.release();
+    if (*cursor != ',' && *cursor != '}') {
+      Fail("ParseObject", "missing '}' or have some extra data characters");
+    }
+    more = *cursor == ',' && ParseKey(cursor);
+  }
+  ++cursor;
+  SkipBlanks(cursor);
+  return object.release();
+}
+
+// value = blanks ( object / array / string / bool / null-or-nan / number )
+JBase* ParseValue(const char*& cursor, unsigned int depth) {
+  SkipBlanks(cursor);
+  switch (*cursor) {
+    case '{':
+      return ParseObject(cursor, depth);
+    case '[':
+      return ParseArray(cursor, depth);
+    case '"':
+      return ParseString(cursor);
+    case 't':
+    case 'f':
+      return ParseBool(cursor);
+    case 'n':
+      return ParseNullOrNan(cursor);
+    default:
+      return ParseNumber(cursor);
+  }
+}
+
+}  // namespace
+
+// text = value
+JBase* Compile(const char*& cursor) {
+  ScopedPointer<JBase> root(ParseValue(cursor, 0));
+  if (root && *cursor != '\0') {
+    Destroy(root.release(), tags::kCompile);
+    Fail("Parse", "extra data characters");
+  }
+  return root.release();
+}
+
+// Equality --------------------------------------------------------------------
+
+namespace {
+
+template <class Value>
+const Value& As(const JBase* value) {
+  return static_cast<const Value&>(*value);
+}
+
+bool AreEqual(const JArray& first, const JArray& second) {
+  if (first.length() != second.length()) return false;
+  for (unsigned int i = 0; i < first.length(); ++i) {
+    if (!JsonReader::IsEqual(first.at(i), second.at(i))) return false;
+  }
+  return true;
+}
+
+bool AreEqual(const JObject& first, const JObject& second) {
+  const auto keys = first.keys();
+  if (keys.size() != second.keys().size()) return false;
+  for (const SafeString& key : keys) {
+    if (!JsonReader::IsEqual(first.at(key), second.at(key))) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool JsonReader::IsEqual(const JBase* first, const JBase* second) {
+  if (first == nullptr || second == nullptr) return first == second;
+  if (first->type() != second->type()) return false;
+  switch (first->type()) {
+    case JType::Null:
+      return true;
+    case JType::Bool:
+      return As<JBool>(first).value() == As<JBool>(second).value();
+    case JType::Number:
+      return As<JNumber>(first).toString() == As<JNumber>(second).toString();
+    case JType::String:
+      return As<JString>(first).value() == As<JString>(second).value();
+    case JType::Array:
+      return AreEqual(As<JArray>(first), As<JArray>(second));
+    case JType::Object:
+      return AreEqual(As<JObject>(first), As<JObject>(second));
+  }
+  return false;
+}
+
+// The reader ------------------------------------------------------------------
+
+JsonReader::JsonReader() : tree_(nullptr) {}
+JsonReader::~JsonReader() { reset(); }
+
+bool JsonReader::fromString(const char* text) {
+  reset();
+  if (text == nullptr) return false;
+  try {
+    tree_ = Compile(text);
+  } catch (...) {
+    return false;
+  }
+  return valid();
+}
+
+bool JsonReader::fromString(const SafeString& text) {
+  return fromString(text.c_str());
+}
+
+JBase* JsonReader::getJson() const { return tree_; }
+
+JBase* JsonReader::transfer() { return std::exchange(tree_, nullptr); }
+
+bool JsonReader::valid() const { return tree_ != nullptr; }
+
+// The tree leaves the reader first: a monitor that throws cannot lead to a
+// second disposal.
+void JsonReader::reset() {
+  if (JBase* tree = std::exchange(tree_, nullptr)) tree->dispose();
+}
+
+SafeString JsonReader::format() const { return Format(tree_); }
+SafeString JsonReader::compress() const { return Compress(tree_); }
+
+SafeString JsonReader::Format(const JBase* value) {
+  return Render(value, false);
+}
+
+SafeString JsonReader::Compress(const JBase* value) {
+  return Render(value, true);
+}
+
+}  // namespace vorn::foundation::json

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <foundation/debug/tracked.h>
+
+namespace vorn::foundation::json::tags {
+
+// Every tag that the library reports, but for that of dispose(), which stands
+// in <foundation/lang/disposable.h>. The numbers name places, in the order of
+// file and line. They are kept as they are, so that the leak reports of
+// different builds can be compared, and do not follow the source.
+
+using debug::Tag;
+
+// The parser.
+inline constexpr Tag kCompile{"../json/json", 69, "Compile"};
+inline constexpr Tag kParseObject{"../json/json", 208, "ParseObject"};
+inline constexpr Tag kParseArray{"../json/json", 235, "ParseArray"};
+inline constexpr Tag kParseString{"../json/json", 259, "ParseString"};
+inline constexpr Tag kParseFalse{"../json/json", 265, "ParseBool"};
+inline constexpr Tag kParseTrue{"../json/json", 270, "ParseBool"};
+inline constexpr Tag kParseNull{"../json/json", 278, "ParseNullOrNan"};
+inline constexpr Tag kParseNan{"../json/json", 283, "ParseNullOrNan"};
+inline constexpr Tag kParseInf{"../json/json", 293, "ParseNumber"};
+inline constexpr Tag kParseMinusInf{"../json/json", 300, "ParseNumber"};
+inline constexpr Tag kParseNumber{"../json/json", 309, "ParseNumber"};
+inline constexpr Tag kRefuseNumber{"../json/json", 315, "ParseNumber"};
+
+// The value model.
+inline constexpr Tag kCloneNull{"../json/json", 326, "clone"};
+inline constexpr Tag kCloneBool{"../json/json", 350, "clone"};
+inline constexpr Tag kCloneNumber{"../json/json", 399, "clone"};
+inline constexpr Tag kCloneString{"../json/json", 491, "clone"};
+inline constexpr Tag kCloneArray{"../json/json", 525, "clone"};
+inline constexpr Tag kCloneObject{"../json/json", 636, "clone"};
+
+}  // namespace vorn::foundation::json::tags
