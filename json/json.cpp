@@ -10,6 +10,7 @@
 
 #include "checked.h"
 #include "compile.h"
+#include "membertable.h"
 #include "tags.h"
 
 #include <foundation/generic/scopedpointer.h>
@@ -17,6 +18,8 @@
 #include <foundation/text/stringutils.h>
 
 #include <limits>
+#include <new>
+#include <string_view>
 #include <utility>
 
 namespace vorn::foundation::json {
@@ -197,59 +200,99 @@ JBase* JArray::clone() const {
 
 // Objects ---------------------------------------------------------------------
 
-JObject::JObject() = default;
-JObject::~JObject() { clear(); }
+namespace {
+
+JBase* ValueOf(const MemberTable::Node& member) {
+  return static_cast<JBase*>(member.value);
+}
+
+}  // namespace
+
+JObject::JObject() {
+  static_assert(sizeof(members_) == sizeof(MemberTable));
+  ::new (static_cast<void*>(members_)) MemberTable;
+}
+
+JObject::~JObject() {
+  clear();
+  members().~MemberTable();
+}
+
+MemberTable& JObject::members() {
+  return *std::launder(reinterpret_cast<MemberTable*>(members_));
+}
+
+const MemberTable& JObject::members() const {
+  return *std::launder(reinterpret_cast<const MemberTable*>(members_));
+}
 
 JBase* JObject::at(const SafeString& key) {
   return std::as_const(*this).at(key);
 }
 
 JBase* JObject::at(const SafeString& key) const {
-  const auto member = members_.find(key);
-  return member != members_.end() ? member->second : nullptr;
+  const auto* member = members().find(MemberTable::Key(key));
+  return member != nullptr ? ValueOf(*member) : nullptr;
 }
 
 bool JObject::existed(const SafeString& key) const {
-  return members_.find(key) != members_.end();
+  return at(key) != nullptr;
 }
 
+// A member that is replaced goes out of the table and in again: its place in
+// the order may change.
 void JObject::setValue(const SafeString& key, JBase* value) {
   if (value == nullptr) return;
-  remove(key);
-  members_.emplace(key, value);
+  const MemberTable::Key hashed(key);
+  MemberTable::Handle member = members().take(hashed);
+  if (member) {
+    ValueOf(*member)->dispose();
+  } else {
+    member = MemberTable::Make(hashed);
+  }
+  member->value = value;
+  members().put(std::move(member));
 }
 
 bool JObject::remove(const SafeString& key) {
-  const auto member = members_.find(key);
-  if (member == members_.end()) return false;
-  // The node goes when the value is disposed; no one finds it in between.
-  const auto node = members_.extract(member);
-  node.mapped()->dispose();
+  const MemberTable::Handle member = members().take(MemberTable::Key(key));
+  if (!member) return false;
+  ValueOf(*member)->dispose();
   return true;
 }
 
 std::vector<SafeString, debug::Allocator<SafeString>> JObject::keys() const {
-  std::vector<SafeString, debug::Allocator<SafeString>> keys;
-  keys.reserve(members_.size());
-  for (const auto& member : members_) keys.push_back(member.first);
-  return keys;
+  return members().keys();
 }
 
-bool JObject::empty() const { return members_.empty(); }
+bool JObject::empty() const { return members().size() == 0; }
 
 void JObject::clear() {
-  for (auto& [key, value] : members_) value->dispose();
-  members_.clear();
+  // Empties the table also when a monitor throws: a value that was disposed
+  // must not be reached again.
+  struct Emptying {
+    MemberTable& table;
+    ~Emptying() { table.clear(); }
+  };
+  const Emptying emptying{members()};
+  const auto* member = emptying.table.first();
+  for (; member != nullptr; member = member->next()) {
+    ValueOf(*member)->dispose();
+  }
 }
 
-void JObject::detach() { members_.clear(); }
+void JObject::detach() { members().clear(); }
 
 JBase* JObject::clone() const {
   ScopedPointer<JObject> copy(Create<JObject>(tags::kCloneObject));
-  for (const auto& [key, value] : members_) {
-    Members& members = copy->members_;
-    ScopedPointer<JBase> child(Checked(value->clone()));
-    members.emplace(key, child.get());
+  const auto* member = members().first();
+  for (; member != nullptr; member = member->next()) {
+    MemberTable& members = copy->members();
+    ScopedPointer<JBase> child(Checked(ValueOf(*member)->clone()));
+    MemberTable::Handle node =
+        MemberTable::Make(MemberTable::Key(member->key()));
+    node->value = child.get();
+    members.put(std::move(node));
     child.release();
   }
   return copy.release();
@@ -269,17 +312,13 @@ struct Escape {
 constexpr Escape kEscapes[] = {
     {'"', '"'}, {'\\', '\\'}, {'\r', 'r'}, {'\n', 'n'}, {'\t', 't'}};
 
-void Write(Context& context, const SafeString& text) {
+void Write(Context& context, std::string_view text) {
   context.stream.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
-void Write(Context& context, const char* text) {
-  Write(context, SafeString(text));
 }
 
 void Write(Context& context, char character) { context.stream.put(character); }
 
-void WriteQuoted(Context& context, const SafeString& text) {
+void WriteQuoted(Context& context, std::string_view text) {
   SafeString quoted(1, '"');
   for (const char character : text) {
     char written = character;
@@ -334,15 +373,16 @@ void JObject::toString(Context& context) const {
   Write(context, '{');
   ++context.depth;
   bool first = true;
-  for (const auto& [key, value] : members_) {
+  const auto* member = members().first();
+  for (; member != nullptr; member = member->next()) {
     if (!std::exchange(first, false)) Write(context, ',');
     BeginLine(context);
-    WriteQuoted(context, key);
+    WriteQuoted(context, member->key());
     Write(context, context.compress ? ":" : ": ");
-    value->toString(context);
+    ValueOf(*member)->toString(context);
   }
   --context.depth;
-  if (!members_.empty()) BeginLine(context);
+  if (!empty()) BeginLine(context);
   Write(context, '}');
 }
 

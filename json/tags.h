@@ -33,4 +33,31 @@ inline constexpr Tag kCloneString{"../json/json", 491, "clone"};
 inline constexpr Tag kCloneArray{"../json/json", 525, "clone"};
 inline constexpr Tag kCloneObject{"../json/json", 636, "clone"};
 
+// The archivers.
+inline constexpr Tag kCreateGeneric{"../json/archive/archiverutils", 13,
+                                    "Create"};
+inline constexpr Tag kCreateArray{"../json/archive/archiverutils", 16,
+                                  "Create"};
+inline constexpr Tag kCreateObject{"../json/archive/archiverutils", 18,
+                                   "Create"};
+inline constexpr Tag kFromJsonObject{"../json/archive/archiverutils", 23,
+                                     "FromJson"};
+inline constexpr Tag kFromJsonArray{"../json/archive/archiverutils", 26,
+                                    "FromJson"};
+inline constexpr Tag kFromJsonGeneric{"../json/archive/archiverutils", 28,
+                                      "FromJson"};
+inline constexpr Tag kDestroy{"../json/archive/archiverutils", 33, "Destroy"};
+inline constexpr Tag kSnapshotArray{"../json/archive/arrayarchiver", 33,
+                                    "snapshot"};
+inline constexpr Tag kGenericArchiver{"../json/archive/genericarchiver", 8,
+                                      "GenericArchiver"};
+inline constexpr Tag kWriteString{"../json/archive/genericarchiver", 44,
+                                  "writeString"};
+inline constexpr Tag kJsonArchiver{"../json/archive/jsonarchiver", 160,
+                                   "JsonArchiver"};
+inline constexpr Tag kJsonArchiverDestructor{"../json/archive/jsonarchiver",
+                                             167, "~JsonArchiver"};
+inline constexpr Tag kSnapshotObject{"../json/archive/objectarchiver", 34,
+                                     "snapshot"};
+
 }  // namespace vorn::foundation::json::tags

@@ -4,13 +4,11 @@
 #include <foundation/json/jbase.h>
 #include <foundation/text/safestring.h>
 
-#include <bits/functional_hash.h>
-#include <functional>
-#include <unordered_map>
-#include <utility>
 #include <vector>
 
 namespace vorn::foundation::json {
+
+class MemberTable;
 
 // A set of members, each a key with a value. Keys are unique and may hold any
 // bytes. The object owns its values and disposes them when they are replaced or
@@ -40,8 +38,8 @@ class [[gnu::visibility("default")]] JObject : public JTypeBase<JType::Object> {
 
   // Sets the member. A member of that key is removed first, and its value
   // disposed. Takes ownership of value; null is ignored and changes nothing.
-  // Throws std::bad_alloc when memory is exhausted; value is then still the
-  // caller's, and a member that was to be replaced is gone.
+  // Throws std::bad_alloc when there is no memory for a new member; the object
+  // is then unchanged and value still the caller's. Replacing needs no memory.
   void setValue(const SafeString& key, JBase* value);
 
   // Removes the member and disposes its value; false when there is none.
@@ -63,19 +61,12 @@ class [[gnu::visibility("default")]] JObject : public JTypeBase<JType::Object> {
   void toString(Context & context) const override;
 
  private:
-  // The hash of the standard library for strings, with its seed: it decides the
-  // order of enumeration, and the library has none for strings of this
-  // allocator.
-  struct KeyHash {
-    std::size_t operator()(const SafeString& key) const noexcept {
-      return std::_Hash_bytes(key.data(), key.length(), 0xc70f6907U);
-    }
-  };
-  using Members =
-      std::unordered_map<SafeString, JBase*, KeyHash, std::equal_to<SafeString>,
-                         debug::Allocator<std::pair<const SafeString, JBase*>>>;
+  MemberTable& members();
+  const MemberTable& members() const;
 
-  Members members_;
+  // The member table, built in place: its class is the library's own.
+  alignas(void*) unsigned char
+      members_[2 * sizeof(void*) + 2 * sizeof(unsigned int)];
 };
 
 }  // namespace vorn::foundation::json

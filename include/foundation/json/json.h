@@ -7,6 +7,7 @@
 #include <foundation/json/jnull.h>
 #include <foundation/json/jnumber.h>
 #include <foundation/json/jobject.h>
+#include <foundation/json/jsonarchiver.h>
 #include <foundation/json/jsonreader.h>
 #include <foundation/json/jstring.h>
 #include <foundation/json/jtype.h>

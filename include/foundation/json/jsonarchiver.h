@@ -1,0 +1,101 @@
+#pragma once
+
+#include <foundation/io/archiver.h>
+#include <foundation/lang/exception.h>
+#include <foundation/text/safestring.h>
+
+#include <vector>
+
+namespace vorn::foundation::json {
+
+class JsonArchiverPrivate;
+
+// What the archivers throw: the location is always
+// "vorn.foundation.json.JsonArchiver", the message one of
+//   the type of write archiver is mismatched   a write of another kind than the
+//                                              archiver's own
+//   unexpected write operation at              the same on a child archiver
+//   try to write to error index <%u>           an index past the end
+//   field <%s> is already existing             a field that was written before
+//   try to write error format data             data that is no JSON text
+class [[gnu::visibility("default")]] JsonException : public lang::Exception {
+ public:
+  using lang::Exception::Exception;
+};
+
+// An archiver over a JSON structure: objects write their state into it and read
+// it back, at once or from the JSON text that it renders and loads.
+//
+// An archiver is empty at first. The first write, or the text that is loaded,
+// decides whether it is a scalar, an array or an object; only fromString()
+// changes that. Elements may be written again at their index and appended
+// one past the last; a field is written once. Data is JSON text in the dialect
+// of JsonReader, a string is kept as it is. Fields are enumerated in the order
+// of a hash map, as those of JObject are, and not as they were written.
+//
+// The archivers that its operations return belong to the archiver. They stay
+// valid until their index, or one above them, is written again, fromString() is
+// called or the archiver is destroyed.
+//
+// Writes throw JsonException as listed above. With exhausted memory every
+// operation but fromString(), which returns false for malformed text, throws
+// std::bad_alloc, or lang::Exception ("access null") while the object monitor
+// traces. After a write that throws, the content is what it was before, but for
+// the kind of an empty archiver, which the write decides all the same. Reads of
+// another kind find nothing and throw nothing.
+class [[gnu::visibility("default")]] JsonArchiver : public io::IArchiver {
+ public:
+  // The empty archiver.
+  JsonArchiver();
+  JsonArchiver(const JsonArchiver&) = delete;
+  JsonArchiver& operator=(const JsonArchiver&) = delete;
+  ~JsonArchiver() override;
+
+  // Drops the content, then loads the text: an object or array becomes an
+  // archiver of that kind, with an archiver for each value in it, anything else
+  // a scalar. False for null, for malformed text and where the reader found no
+  // memory; the archiver is then empty. Throws std::bad_alloc when memory is
+  // exhausted behind the reader; the archiver is empty then, too.
+  bool fromString(const char* text);
+
+  // The same with the text of a string, up to its first NUL byte.
+  bool fromString(const SafeString& text);
+
+  // Whether the archiver is not empty.
+  bool isValid() const;
+
+  // The content as JSON text, on indented lines or on a single one; empty when
+  // the archiver is.
+  SafeString format() const;
+  SafeString compress() const;
+
+  void writeData(const SafeString& data) override;
+  void writeString(const SafeString& text) override;
+  io::IArchiver* writeArray() override;
+  io::IArchiver* writeObject() override;
+  void writeDataByIndex(unsigned int index, const SafeString& data) override;
+  void writeStringByIndex(unsigned int index, const SafeString& text) override;
+  io::IArchiver* writeArrayByIndex(unsigned int index) override;
+  io::IArchiver* writeObjectByIndex(unsigned int index) override;
+  void writeDataByField(const SafeString& field, const SafeString& data)
+      override;
+  void writeStringByField(const SafeString& field, const SafeString& text)
+      override;
+  io::IArchiver* writeArrayByField(const SafeString& field) override;
+  io::IArchiver* writeObjectByField(const SafeString& field) override;
+
+  // A string's characters, without quotes or escapes, and any other scalar as
+  // compressed JSON text.
+  bool read(SafeString & out) override;
+  io::IArchiver* readByIndex(unsigned int index) override;
+  io::IArchiver* readByField(const SafeString& field) override;
+  bool isArray() const override;
+  unsigned int size() const override;
+  bool isObject() const override;
+  std::vector<SafeString, debug::Allocator<SafeString>> fields() const override;
+
+ private:
+  JsonArchiverPrivate* private_;
+};
+
+}  // namespace vorn::foundation::json

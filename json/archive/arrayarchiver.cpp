@@ -1,0 +1,103 @@
+#include "arrayarchiver.h"
+
+#include <foundation/text/stringutils.h>
+
+#include "../checked.h"
+#include "../tags.h"
+#include "archiverutils.h"
+
+#include <utility>
+
+namespace vorn::foundation::json {
+
+// It delegates, so that the destructor runs when a child cannot be made.
+ArrayArchiver::ArrayArchiver(const JArray& source) : ArrayArchiver() {
+  elements_.reserve(source.length());
+  for (unsigned int i = 0; i < source.length(); ++i) {
+    Child child(Checked(ArchiverUtils::FromJson(source.at(i))));
+    PlaceElement(i, child);
+  }
+}
+
+ArrayArchiver::~ArrayArchiver() {
+  for (ITypedArchiver* element : elements_) ArchiverUtils::Destroy(element);
+}
+
+ArchiverKind ArrayArchiver::kind() const { return ArchiverKind::Array; }
+
+// Writing ---------------------------------------------------------------------
+
+void ArrayArchiver::CheckIndex(unsigned int index) const {
+  if (index <= size()) return;
+  FailWrite(text::StringUtils::_InternalFormat(
+                "try to write to error index <%u>", index)
+                .c_str());
+}
+
+// Gives the finished child its place and returns it; the element that was there
+// is destroyed. When there is no memory for one more element, the child stays
+// with its guard.
+ITypedArchiver* ArrayArchiver::PlaceElement(unsigned int index, Child& child) {
+  if (index < size()) {
+    ITypedArchiver* placed = child.release();
+    ArchiverUtils::Destroy(std::exchange(elements_[index], placed));
+    return placed;
+  }
+  elements_.push_back(child.get());
+  return child.release();
+}
+
+io::IArchiver* ArrayArchiver::writeArray() { return this; }
+
+void ArrayArchiver::writeDataByIndex(unsigned int index,
+                                     const SafeString& data) {
+  CheckIndex(index);
+  Child child(ArchiverUtils::Create(ArchiverKind::Generic));
+  child->writeData(data);
+  PlaceElement(index, child);
+}
+
+void ArrayArchiver::writeStringByIndex(unsigned int index,
+                                       const SafeString& text) {
+  CheckIndex(index);
+  Child child(ArchiverUtils::Create(ArchiverKind::Generic));
+  child->writeString(text);
+  PlaceElement(index, child);
+}
+
+io::IArchiver* ArrayArchiver::writeArrayByIndex(unsigned int index) {
+  CheckIndex(index);
+  Child child(Checked(ArchiverUtils::Create(ArchiverKind::Array)));
+  return PlaceElement(index, child);
+}
+
+io::IArchiver* ArrayArchiver::writeObjectByIndex(unsigned int index) {
+  CheckIndex(index);
+  Child child(Checked(ArchiverUtils::Create(ArchiverKind::Object)));
+  return PlaceElement(index, child);
+}
+
+// Reading ---------------------------------------------------------------------
+
+io::IArchiver* ArrayArchiver::readByIndex(unsigned int index) {
+  return index < elements_.size() ? elements_[index] : nullptr;
+}
+
+bool ArrayArchiver::isArray() const { return true; }
+
+unsigned int ArrayArchiver::size() const {
+  return static_cast<unsigned int>(elements_.size());
+}
+
+JBase* ArrayArchiver::snapshot() const {
+  generic::ScopedPointer<JArray> array(
+      debug::Create<JArray>(tags::kSnapshotArray));
+  for (const ITypedArchiver* element : elements_) {
+    generic::ScopedPointer<JBase> child(Checked(element->snapshot()));
+    array->append(child.get());
+    child.release();
+  }
+  return array.release();
+}
+
+}  // namespace vorn::foundation::json

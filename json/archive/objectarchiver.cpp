@@ -1,0 +1,116 @@
+#include "objectarchiver.h"
+
+#include <foundation/text/stringutils.h>
+
+#include "../checked.h"
+#include "../tags.h"
+#include "archiverutils.h"
+
+#include <utility>
+
+namespace vorn::foundation::json {
+
+namespace {
+
+ITypedArchiver* ChildOf(const MemberTable::Node& member) {
+  return static_cast<ITypedArchiver*>(member.value);
+}
+
+}  // namespace
+
+// It delegates, so that the destructor runs when a child cannot be made.
+ObjectArchiver::ObjectArchiver(const JObject& source) : ObjectArchiver() {
+  for (const SafeString& name : source.keys()) {
+    Child child(Checked(ArchiverUtils::FromJson(source.at(name))));
+    Insert(MemberTable::Key(name), child);
+  }
+}
+
+ObjectArchiver::~ObjectArchiver() {
+  const auto* member = members_.first();
+  for (; member != nullptr; member = member->next()) {
+    ArchiverUtils::Destroy(ChildOf(*member));
+  }
+}
+
+ArchiverKind ObjectArchiver::kind() const { return ArchiverKind::Object; }
+
+// Writing ---------------------------------------------------------------------
+
+MemberTable::Key ObjectArchiver::CheckNewField(const SafeString& field) const {
+  const MemberTable::Key key(field);
+  if (members_.find(key) != nullptr) {
+    FailWrite(text::StringUtils::_InternalFormat(
+                  "field <%s> is already existing", field.c_str())
+                  .c_str());
+  }
+  return key;
+}
+
+// Adds the finished child under a name that is not there yet, and returns the
+// child. When memory is exhausted, the child stays with its guard.
+ITypedArchiver* ObjectArchiver::Insert(const MemberTable::Key& field,
+                                       Child& child) {
+  MemberTable::Handle member = MemberTable::Make(field);
+  member->value = child.get();
+  members_.put(std::move(member));
+  return child.release();
+}
+
+io::IArchiver* ObjectArchiver::writeObject() { return this; }
+
+void ObjectArchiver::writeDataByField(const SafeString& field,
+                                      const SafeString& data) {
+  const MemberTable::Key key = CheckNewField(field);
+  Child child(ArchiverUtils::Create(ArchiverKind::Generic));
+  child->writeData(data);
+  Insert(key, child);
+}
+
+void ObjectArchiver::writeStringByField(const SafeString& field,
+                                        const SafeString& text) {
+  const MemberTable::Key key = CheckNewField(field);
+  Child child(ArchiverUtils::Create(ArchiverKind::Generic));
+  child->writeString(text);
+  Insert(key, child);
+}
+
+io::IArchiver* ObjectArchiver::writeArrayByField(const SafeString& field) {
+  const MemberTable::Key key = CheckNewField(field);
+  Child child(Checked(ArchiverUtils::Create(ArchiverKind::Array)));
+  return Insert(key, child);
+}
+
+io::IArchiver* ObjectArchiver::writeObjectByField(const SafeString& field) {
+  const MemberTable::Key key = CheckNewField(field);
+  Child child(Checked(ArchiverUtils::Create(ArchiverKind::Object)));
+  return Insert(key, child);
+}
+
+// Reading ---------------------------------------------------------------------
+
+io::IArchiver* ObjectArchiver::readByField(const SafeString& field) {
+  const auto* member = members_.find(MemberTable::Key(field));
+  return member != nullptr ? ChildOf(*member) : nullptr;
+}
+
+bool ObjectArchiver::isObject() const { return true; }
+
+std::vector<SafeString, debug::Allocator<SafeString>> ObjectArchiver::fields()
+    const {
+  return members_.keys();
+}
+
+JBase* ObjectArchiver::snapshot() const {
+  generic::ScopedPointer<JObject> object(
+      debug::Create<JObject>(tags::kSnapshotObject));
+  const auto* member = members_.first();
+  for (; member != nullptr; member = member->next()) {
+    generic::ScopedPointer<JBase> child(Checked(ChildOf(*member)->snapshot()));
+    object->setValue(SafeString(member->key()), child.get());
+    child.release();
+  }
+  return object.release();
+}
+
+}  // namespace vorn::foundation::json

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "itypedarchiver.h"
+
+#include <foundation/generic/scopedpointer.h>
+#include <foundation/json/jobject.h>
+
+#include "../membertable.h"
+
+namespace vorn::foundation::json {
+
+// The archiver of an object: child archivers addressed by field name. It owns
+// them; no child is null. Each field is written once.
+class ObjectArchiver : public ITypedArchiver {
+ public:
+  ObjectArchiver() = default;
+
+  // Mirrors the members of source, which is not kept.
+  explicit ObjectArchiver(const JObject& source);
+  ~ObjectArchiver() override;
+
+  ArchiverKind kind() const override;
+
+  io::IArchiver* writeObject() override;
+  void writeDataByField(const SafeString& field,
+                        const SafeString& data) override;
+  void writeStringByField(const SafeString& field,
+                          const SafeString& text) override;
+  io::IArchiver* writeArrayByField(const SafeString& field) override;
+  io::IArchiver* writeObjectByField(const SafeString& field) override;
+
+  io::IArchiver* readByField(const SafeString& field) override;
+  bool isObject() const override;
+  std::vector<SafeString, debug::Allocator<SafeString>> fields() const override;
+  JBase* snapshot() const override;
+
+ private:
+  using Child = generic::ScopedPointer<ITypedArchiver>;
+
+  MemberTable::Key CheckNewField(const SafeString& field) const;
+  ITypedArchiver* Insert(const MemberTable::Key& field, Child& child);
+
+  MemberTable members_;
+};
+
+}  // namespace vorn::foundation::json

@@ -1,0 +1,130 @@
+#pragma once
+
+#include <foundation/debug/allocator.h>
+#include <foundation/text/safestring.h>
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace vorn::foundation::json {
+
+// The members of an object or an object archiver: a table from unique keys to
+// values, which it enumerates in exactly the order of the GNU standard
+// library's unordered map. It owns keys and nodes, all from the tracked
+// allocator; the values belong to whoever uses the table.
+//
+// As in that map, the members form one forward list in which the members of a
+// bucket stand together. A new member goes directly in front of the first one
+// of its bucket, or to the front of the list when its bucket is empty. As long
+// as there are few buckets, the list alone is kept and searched.
+class MemberTable {
+ public:
+  // A key together with its hash, so that one hash serves several operations.
+  // Does not own the text.
+  class Key {
+   public:
+    explicit Key(std::string_view text);
+
+    std::string_view text() const { return text_; }
+    std::size_t hash() const { return hash_; }
+
+   private:
+    std::string_view text_;
+    std::size_t hash_;
+  };
+
+  class Node;
+
+  // What comes in front of a node: another one, or the table itself.
+  struct Link {
+    Node* next = nullptr;
+  };
+
+  // One member. The bytes of its key stand behind it in the same block.
+  class Node : private Link {
+   public:
+    // The next member in the order of enumeration, or null. The table keeps
+    // ownership.
+    Node* next() const { return Link::next; }
+
+    std::string_view key() const { return {KeyBytes(), length_}; }
+
+    void* value = nullptr;
+
+   private:
+    friend class MemberTable;
+
+    Node(std::size_t hash, unsigned int length)
+        : hash_(hash), length_(length) {}
+
+    const char* KeyBytes() const {
+      return reinterpret_cast<const char*>(this + 1);
+    }
+
+    bool Has(const Key& key) const {
+      return hash_ == key.hash() && this->key() == key.text();
+    }
+
+    std::size_t hash_;
+    unsigned int length_;
+  };
+
+  struct Release {
+    void operator()(Node* node) const;
+  };
+
+  // Owns a node that is in no table.
+  using Handle = std::unique_ptr<Node, Release>;
+
+  MemberTable() = default;
+  MemberTable(const MemberTable&) = delete;
+  MemberTable& operator=(const MemberTable&) = delete;
+  ~MemberTable();
+
+  // The first member in the order of enumeration, or null. The table keeps
+  // ownership.
+  Node* first() const { return head_.next; }
+
+  unsigned int size() const { return count_; }
+
+  // Copies of all keys, in the order of enumeration.
+  std::vector<SafeString, debug::Allocator<SafeString>> keys() const;
+
+  // The member of that key, or null. The table keeps ownership; valid until the
+  // member is taken out or the table is cleared or destroyed.
+  Node* find(const Key& key) const;
+
+  // Takes the member of that key out of the table; null when there is none. The
+  // order of the others stays.
+  Handle take(const Key& key);
+
+  // Makes a node with a copy of the key and a null value. Throws std::bad_alloc
+  // when memory is exhausted.
+  static Handle Make(const Key& key);
+
+  // Puts a node into the table, which must have no member of its key. Throws
+  // std::bad_alloc when memory is exhausted; the table is then unchanged and
+  // the node released.
+  Node* put(Handle node);
+
+  // Removes all members. The number of buckets stays, and with it their memory.
+  void clear();
+
+ private:
+  std::size_t BucketOf(const Node* node) const {
+    return node->hash_ % bucket_count_;
+  }
+  Link* BeforeBucket(std::size_t bucket);
+  Link* FindBefore(const Key& key);
+  void Grow();
+  void LinkIn(Node* node);
+
+  Link head_;
+  Link** buckets_ = nullptr;  // what precedes each bucket; none at first
+  unsigned int count_ = 0;
+  unsigned int bucket_count_ = 1;
+};
+
+}  // namespace vorn::foundation::json
