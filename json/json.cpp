@@ -181,7 +181,8 @@ bool JArray::empty() const { return elements_.empty(); }
 // The array lets go of its elements first, so that nothing can reach one that
 // is already disposed.
 void JArray::clear() {
-  const Elements elements = std::exchange(elements_, Elements());
+  Elements elements;
+  elements.swap(elements_);
   for (JBase* element : elements) element->dispose();
 }
 

@@ -22,7 +22,7 @@ ITypedArchiver* ChildOf(const MemberTable::Node& member) {
 ObjectArchiver::ObjectArchiver(const JObject& source) : ObjectArchiver() {
   for (const SafeString& name : source.keys()) {
     Child child(Checked(ArchiverUtils::FromJson(source.at(name))));
-    Insert(MemberTable::Key(name), child);
+    Insert(name, child);
   }
 }
 
@@ -37,21 +37,21 @@ ArchiverKind ObjectArchiver::kind() const { return ArchiverKind::Object; }
 
 // Writing ---------------------------------------------------------------------
 
-MemberTable::Key ObjectArchiver::CheckNewField(const SafeString& field) const {
-  const MemberTable::Key key(field);
-  if (members_.find(key) != nullptr) {
-    FailWrite(text::StringUtils::_InternalFormat(
-                  "field <%s> is already existing", field.c_str())
-                  .c_str());
-  }
-  return key;
+void ObjectArchiver::CheckNewField(const SafeString& field) const {
+  if (members_.find(MemberTable::Key(field)) == nullptr) return;
+  FailWrite(text::StringUtils::_InternalFormat("field <%s> is already existing",
+                                               field.c_str())
+                .c_str());
 }
 
 // Adds the finished child under a name that is not there yet, and returns the
 // child. When memory is exhausted, the child stays with its guard.
-ITypedArchiver* ObjectArchiver::Insert(const MemberTable::Key& field,
-                                       Child& child) {
-  MemberTable::Handle member = MemberTable::Make(field);
+//
+// Not inlined: loading recurses through the constructor, whose frame must not
+// hold what is only needed here.
+[[gnu::noinline]] ITypedArchiver* ObjectArchiver::Insert(
+    const SafeString& field, Child& child) {
+  MemberTable::Handle member = MemberTable::Make(MemberTable::Key(field));
   member->value = child.get();
   members_.put(std::move(member));
   return child.release();
@@ -61,30 +61,30 @@ io::IArchiver* ObjectArchiver::writeObject() { return this; }
 
 void ObjectArchiver::writeDataByField(const SafeString& field,
                                       const SafeString& data) {
-  const MemberTable::Key key = CheckNewField(field);
+  CheckNewField(field);
   Child child(ArchiverUtils::Create(ArchiverKind::Generic));
   child->writeData(data);
-  Insert(key, child);
+  Insert(field, child);
 }
 
 void ObjectArchiver::writeStringByField(const SafeString& field,
                                         const SafeString& text) {
-  const MemberTable::Key key = CheckNewField(field);
+  CheckNewField(field);
   Child child(ArchiverUtils::Create(ArchiverKind::Generic));
   child->writeString(text);
-  Insert(key, child);
+  Insert(field, child);
 }
 
 io::IArchiver* ObjectArchiver::writeArrayByField(const SafeString& field) {
-  const MemberTable::Key key = CheckNewField(field);
+  CheckNewField(field);
   Child child(Checked(ArchiverUtils::Create(ArchiverKind::Array)));
-  return Insert(key, child);
+  return Insert(field, child);
 }
 
 io::IArchiver* ObjectArchiver::writeObjectByField(const SafeString& field) {
-  const MemberTable::Key key = CheckNewField(field);
+  CheckNewField(field);
   Child child(Checked(ArchiverUtils::Create(ArchiverKind::Object)));
-  return Insert(key, child);
+  return Insert(field, child);
 }
 
 // Reading ---------------------------------------------------------------------

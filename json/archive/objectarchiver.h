@@ -37,8 +37,8 @@ class ObjectArchiver : public ITypedArchiver {
  private:
   using Child = generic::ScopedPointer<ITypedArchiver>;
 
-  MemberTable::Key CheckNewField(const SafeString& field) const;
-  ITypedArchiver* Insert(const MemberTable::Key& field, Child& child);
+  void CheckNewField(const SafeString& field) const;
+  ITypedArchiver* Insert(const SafeString& field, Child& child);
 
   MemberTable members_;
 };

@@ -11,7 +11,7 @@ namespace vorn::foundation::debug {
 // The allocator behind every string and every container: its memory comes from
 // the memory monitor. It holds no state, so any two of them are equal.
 template <class T>
-class [[gnu::visibility("default")]] Allocator {
+class __attribute__((visibility("default"))) Allocator {
  public:
   using value_type = T;
 
@@ -33,7 +33,7 @@ class [[gnu::visibility("default")]] Allocator {
   }
 
   // Takes back memory that allocate() returned for the same count.
-  void deallocate(T * memory, std::size_t count) noexcept {
+  void deallocate(T* memory, std::size_t count) noexcept {
     void* block = memory;
     MemoryMonitor::Dealloc(static_cast<unsigned char*>(block),
                            ByteCount(count));

@@ -6,7 +6,7 @@ namespace vorn::foundation::debug {
 
 // Supplies the memory behind every string and every container, and knows how
 // much of it is out. Safe to call from several threads.
-class [[gnu::visibility("default")]] MemoryMonitor {
+class __attribute__((visibility("default"))) MemoryMonitor {
  public:
   // Returns a block of the given number of bytes, aligned for any type, or null
   // when no memory is left. The caller owns the block and gives it back with

@@ -20,7 +20,7 @@ struct LeakInfo {
 // File and function names must be string literals, or live as long: the monitor
 // keeps the pointers. Callers use Create() and Destroy() of tracked.h, which
 // make these calls in the right order.
-class [[gnu::visibility("default")]] ObjectMonitor {
+class __attribute__((visibility("default"))) ObjectMonitor {
  public:
   // Whether tracing is on. The answer must be the same when an object is
   // released as it was when the object was created.
@@ -63,7 +63,7 @@ class [[gnu::visibility("default")]] ObjectMonitor {
 
   // Writes one line for each creation tag that has live objects (file, line,
   // function, objects, bytes), then the totals.
-  static void Report(std::ostream & out);
+  static void Report(std::ostream& out);
 };
 
 }  // namespace vorn::foundation::debug

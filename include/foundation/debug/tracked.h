@@ -36,7 +36,6 @@ class Unrecorded {
     }
   }
 
-  T* get() const { return object_; }
   T* release() { return std::exchange(object_, nullptr); }
 
  private:
@@ -60,6 +59,19 @@ T* ConstructTraced(Arguments&&... arguments) {
   }
 }
 
+// Records a new object, or null, under the tag and returns it. When the monitor
+// throws, the object is destroyed.
+//
+// Not inlined: containers construct their children within Create(), whose frame
+// must not hold what is only needed here.
+template <class T>
+[[gnu::noinline]] T* Record(T* created, const Tag& tag, bool traced) {
+  Unrecorded<T> object(created, traced);
+  ObjectMonitor::_IncLeak(created, tag.file, tag.line, tag.function,
+                          static_cast<unsigned int>(sizeof(T)));
+  return object.release();
+}
+
 // Creates a T from the arguments and records it under the tag. The caller owns
 // the result and releases it with dispose() where T has it, else with
 // Destroy(). When memory is exhausted, the result is null with tracing on, and
@@ -68,13 +80,10 @@ T* ConstructTraced(Arguments&&... arguments) {
 template <class T, class... Arguments>
 T* Create(const Tag& tag, Arguments&&... arguments) {
   const bool traced = ObjectMonitor::_IsTrace();
-  Unrecorded<T> object(
-      traced ? ConstructTraced<T>(std::forward<Arguments>(arguments)...)
-             : new T(std::forward<Arguments>(arguments)...),
-      traced);
-  ObjectMonitor::_IncLeak(object.get(), tag.file, tag.line, tag.function,
-                          static_cast<unsigned int>(sizeof(T)));
-  return object.release();
+  T* created = traced
+                   ? ConstructTraced<T>(std::forward<Arguments>(arguments)...)
+                   : new T(std::forward<Arguments>(arguments)...);
+  return Record(created, tag, traced);
 }
 
 // Reports the release of an object that Create() made, under the tag, and then

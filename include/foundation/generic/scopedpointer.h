@@ -24,7 +24,7 @@ namespace vorn::foundation::generic {
 // tracked deletion. It guards whatever is built in several steps, each of which
 // may throw. T must be complete where the pointer is destroyed.
 template <class T>
-class [[gnu::visibility("default")]] ScopedPointer {
+class __attribute__((visibility("default"))) ScopedPointer {
  public:
   // Takes ownership of object, normally fresh from a tracked creation; null
   // makes an empty pointer.
@@ -55,7 +55,7 @@ class [[gnu::visibility("default")]] ScopedPointer {
   explicit operator bool() const { return object_ != nullptr; }
 
  private:
-  static void Release(T * object) {
+  static void Release(T* object) {
     if (object == nullptr) return;
     if constexpr (std::is_base_of_v<lang::IDisposable, T>) {
       object->dispose();

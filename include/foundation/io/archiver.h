@@ -15,7 +15,8 @@ namespace vorn::foundation::io {
 //
 // Archivers that an operation returns belong to the archiver they came from,
 // which also says how long they stay valid.
-class [[gnu::visibility("default")]] IArchiver : public lang::Interface {
+class __attribute__((visibility("default"))) IArchiver
+    : public lang::Interface {
  public:
   // Writes the scalar: data is text in the archiver's own notation, which is
   // parsed; text is a plain string, which is kept as it is.
@@ -43,7 +44,7 @@ class [[gnu::visibility("default")]] IArchiver : public lang::Interface {
 
   // Replaces out by the scalar's text and returns true; false, with out
   // untouched, where this is no scalar.
-  virtual bool read(SafeString & out) = 0;
+  virtual bool read(SafeString& out) = 0;
 
   // The element at the index, or the field of that name; null when absent.
   virtual IArchiver* readByIndex(unsigned int index) = 0;

@@ -13,7 +13,7 @@ namespace vorn::foundation::json {
 //
 // The stream throws when it cannot take a text, so that exhausted memory is
 // never passed over.
-class [[gnu::visibility("default")]] Context {
+class __attribute__((visibility("default"))) Context {
  public:
   explicit Context(bool compressed = false) : compress(compressed) {
     stream.exceptions(std::ios_base::badbit | std::ios_base::failbit);

@@ -13,7 +13,8 @@ namespace vorn::foundation::json {
 //
 // A value handed over must not be disposed by the caller, nor handed to another
 // container, nor be one that the array already holds.
-class [[gnu::visibility("default")]] JArray : public JTypeBase<JType::Array> {
+class __attribute__((visibility("default"))) JArray
+    : public JTypeBase<JType::Array> {
  public:
   // The empty array; it holds no memory.
   JArray();
@@ -22,7 +23,7 @@ class [[gnu::visibility("default")]] JArray : public JTypeBase<JType::Array> {
   // Adds value as the last element. Takes ownership of value; null is ignored.
   // Throws std::bad_alloc when memory is exhausted; the array is then unchanged
   // and value still the caller's.
-  void append(JBase * value);
+  void append(JBase* value);
 
   // The element at the index, or null when the index is past the last. The
   // array keeps ownership; valid until the element is replaced or the array is
@@ -47,7 +48,7 @@ class [[gnu::visibility("default")]] JArray : public JTypeBase<JType::Array> {
   void detach();
 
   JBase* clone() const override;
-  void toString(Context & context) const override;
+  void toString(Context& context) const override;
 
  private:
   using Elements = std::vector<JBase*, debug::Allocator<JBase*>>;

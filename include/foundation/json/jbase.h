@@ -25,7 +25,7 @@ class Context;
 // comparing, writing and disposing recurse once for each level: trees from
 // parsed text are at most 1024 levels deep, trees built by hand have no limit
 // but the stack.
-class [[gnu::visibility("default")]] JBase : public lang::IDisposable {
+class __attribute__((visibility("default"))) JBase : public lang::IDisposable {
  public:
   JBase() = default;
   JBase(const JBase&) = delete;
@@ -44,15 +44,14 @@ class [[gnu::visibility("default")]] JBase : public lang::IDisposable {
 
   // Writes this value into the context's stream. What the stream throws when
   // memory is exhausted passes on.
-  virtual void toString(Context & context) const = 0;
+  virtual void toString(Context& context) const = 0;
 };
 
 // Answers type() for the class of the kind N.
 template <JType N>
-class [[gnu::visibility("default")]] JTypeBase
-    : public JBase{public : JType type() const override{return N;
-}  // namespace vorn::foundation::json
-}
-;
+class __attribute__((visibility("default"))) JTypeBase : public JBase {
+ public:
+  JType type() const override { return N; }  // namespace vorn::foundation::json
+};
 
 }  // namespace vorn::foundation::json

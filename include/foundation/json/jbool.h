@@ -5,7 +5,8 @@
 namespace vorn::foundation::json {
 
 // A boolean; false unless said otherwise.
-class [[gnu::visibility("default")]] JBool : public JTypeBase<JType::Bool> {
+class __attribute__((visibility("default"))) JBool
+    : public JTypeBase<JType::Bool> {
  public:
   JBool();
   explicit JBool(bool value);
@@ -15,7 +16,7 @@ class [[gnu::visibility("default")]] JBool : public JTypeBase<JType::Bool> {
   void setValue(bool value);
 
   JBase* clone() const override;
-  void toString(Context & context) const override;
+  void toString(Context& context) const override;
 
  private:
   bool value_;

@@ -5,13 +5,14 @@
 namespace vorn::foundation::json {
 
 // The null value.
-class [[gnu::visibility("default")]] JNull : public JTypeBase<JType::Null> {
+class __attribute__((visibility("default"))) JNull
+    : public JTypeBase<JType::Null> {
  public:
   JNull();
   ~JNull() override;
 
   JBase* clone() const override;
-  void toString(Context & context) const override;
+  void toString(Context& context) const override;
 };
 
 }  // namespace vorn::foundation::json

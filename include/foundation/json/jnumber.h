@@ -11,7 +11,8 @@ namespace vorn::foundation::json {
 //
 // The constructors and setters throw std::bad_alloc when there is no memory for
 // the text; a setter that fails leaves the former text.
-class [[gnu::visibility("default")]] JNumber : public JTypeBase<JType::Number> {
+class __attribute__((visibility("default"))) JNumber
+    : public JTypeBase<JType::Number> {
  public:
   // The number "0".
   JNumber();
@@ -48,7 +49,7 @@ class [[gnu::visibility("default")]] JNumber : public JTypeBase<JType::Number> {
   double toFloat() const;
 
   JBase* clone() const override;
-  void toString(Context & context) const override;
+  void toString(Context& context) const override;
 
  private:
   SafeString text_;

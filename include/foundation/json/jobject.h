@@ -21,7 +21,8 @@ class MemberTable;
 //
 // A value handed over must not be disposed by the caller, nor handed to another
 // container, nor be the one that the object already holds under that key.
-class [[gnu::visibility("default")]] JObject : public JTypeBase<JType::Object> {
+class __attribute__((visibility("default"))) JObject
+    : public JTypeBase<JType::Object> {
  public:
   // The object without members.
   JObject();
@@ -58,15 +59,15 @@ class [[gnu::visibility("default")]] JObject : public JTypeBase<JType::Object> {
   void detach();
 
   JBase* clone() const override;
-  void toString(Context & context) const override;
+  void toString(Context& context) const override;
 
  private:
   MemberTable& members();
   const MemberTable& members() const;
 
   // The member table, built in place: its class is the library's own.
-  alignas(void*) unsigned char
-      members_[2 * sizeof(void*) + 2 * sizeof(unsigned int)];
+  alignas(void*) unsigned char members_[2 * sizeof(void*) +
+                                        2 * sizeof(unsigned int)];
 };
 
 }  // namespace vorn::foundation::json

@@ -18,7 +18,8 @@ class JsonArchiverPrivate;
 //   try to write to error index <%u>           an index past the end
 //   field <%s> is already existing             a field that was written before
 //   try to write error format data             data that is no JSON text
-class [[gnu::visibility("default")]] JsonException : public lang::Exception {
+class __attribute__((visibility("default"))) JsonException
+    : public lang::Exception {
  public:
   using lang::Exception::Exception;
 };
@@ -43,7 +44,8 @@ class [[gnu::visibility("default")]] JsonException : public lang::Exception {
 // traces. After a write that throws, the content is what it was before, but for
 // the kind of an empty archiver, which the write decides all the same. Reads of
 // another kind find nothing and throw nothing.
-class [[gnu::visibility("default")]] JsonArchiver : public io::IArchiver {
+class __attribute__((visibility("default"))) JsonArchiver
+    : public io::IArchiver {
  public:
   // The empty archiver.
   JsonArchiver();
@@ -77,16 +79,16 @@ class [[gnu::visibility("default")]] JsonArchiver : public io::IArchiver {
   void writeStringByIndex(unsigned int index, const SafeString& text) override;
   io::IArchiver* writeArrayByIndex(unsigned int index) override;
   io::IArchiver* writeObjectByIndex(unsigned int index) override;
-  void writeDataByField(const SafeString& field, const SafeString& data)
-      override;
-  void writeStringByField(const SafeString& field, const SafeString& text)
-      override;
+  void writeDataByField(const SafeString& field,
+                        const SafeString& data) override;
+  void writeStringByField(const SafeString& field,
+                          const SafeString& text) override;
   io::IArchiver* writeArrayByField(const SafeString& field) override;
   io::IArchiver* writeObjectByField(const SafeString& field) override;
 
   // A string's characters, without quotes or escapes, and any other scalar as
   // compressed JSON text.
-  bool read(SafeString & out) override;
+  bool read(SafeString& out) override;
   io::IArchiver* readByIndex(unsigned int index) override;
   io::IArchiver* readByField(const SafeString& field) override;
   bool isArray() const override;

@@ -19,7 +19,7 @@ namespace vorn::foundation::json {
 // - of members with the same key the last one counts;
 // - a text with more than 1024 containers inside one another is refused;
 // - the text ends at its first NUL.
-class [[gnu::visibility("default")]] JsonReader {
+class __attribute__((visibility("default"))) JsonReader {
  public:
   // The empty reader.
   JsonReader();

@@ -9,7 +9,8 @@ namespace vorn::foundation::json {
 //
 // What copies a text throws std::bad_alloc when there is no memory for it; a
 // setter that fails leaves the former text.
-class [[gnu::visibility("default")]] JString : public JTypeBase<JType::String> {
+class __attribute__((visibility("default"))) JString
+    : public JTypeBase<JType::String> {
  public:
   // The empty string.
   JString();
@@ -25,7 +26,7 @@ class [[gnu::visibility("default")]] JString : public JTypeBase<JType::String> {
   void setValue(const SafeString& text);
 
   JBase* clone() const override;
-  void toString(Context & context) const override;
+  void toString(Context& context) const override;
 
  private:
   SafeString text_;

@@ -6,7 +6,7 @@ namespace vorn::foundation::lang {
 
 // A failure: the name of the operation that failed, and what went wrong there.
 // Thrown by value. The exception owns copies of both texts.
-class [[gnu::visibility("default")]] Exception {
+class __attribute__((visibility("default"))) Exception {
  public:
   // Copies both NUL-terminated texts; null is taken for an empty text. Throws
   // std::bad_alloc when there is no memory for the copies.

@@ -5,7 +5,7 @@ namespace vorn::foundation::lang {
 // The root of every class with virtual operations. It introduces the virtual
 // destructor and nothing else, so an object can be released through a pointer
 // to any of its bases.
-class [[gnu::visibility("default")]] Interface {
+class __attribute__((visibility("default"))) Interface {
  public:
   virtual ~Interface() = default;
 };

@@ -8,7 +8,7 @@ namespace vorn::foundation::text {
 // of them depends on a locale, and none keeps any state. Those that return a
 // text throw std::bad_alloc when there is no memory for it; the others do not
 // throw.
-class [[gnu::visibility("default")]] StringUtils {
+class __attribute__((visibility("default"))) StringUtils {
  public:
   // The decimal text of the value.
   static foundation::SafeString IntToString(int value);
