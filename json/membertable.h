@@ -16,9 +16,13 @@ namespace vorn::foundation::json {
 // allocator; the values belong to whoever uses the table.
 //
 // As in that map, the members form one forward list in which the members of a
-// bucket stand together. A new member goes directly in front of the first one
-// of its bucket, or to the front of the list when its bucket is empty. As long
-// as there are few buckets, the list alone is kept and searched.
+// bucket, its chain, stand together. A new member goes directly in front of the
+// first one of its bucket, or to the front of the list when its bucket is
+// empty. As long as there are few buckets, the list alone is kept and searched.
+//
+// The hash is known to everyone, so keys that share a bucket are easily made. A
+// chain that has grown long is therefore searched through an ordered index. The
+// index only saves time: where there is no memory for it, the chain is walked.
 class MemberTable {
  public:
   // A key together with its hash, so that one hash serves several operations.
@@ -36,6 +40,9 @@ class MemberTable {
   };
 
   class Node;
+
+  // The bytes of a key at most. A longer one is refused as memory exhausted.
+  static constexpr unsigned int kLongestKey = 0x7fffffff;
 
   // What comes in front of a node: another one, or the table itself.
   struct Link {
@@ -57,7 +64,7 @@ class MemberTable {
     friend class MemberTable;
 
     Node(std::size_t hash, unsigned int length)
-        : hash_(hash), length_(length) {}
+        : hash_(hash), length_(length & kLongestKey), indexed_(0) {}
 
     const char* KeyBytes() const {
       return reinterpret_cast<const char*>(this + 1);
@@ -68,7 +75,8 @@ class MemberTable {
     }
 
     std::size_t hash_;
-    unsigned int length_;
+    unsigned int length_ : 31;
+    unsigned int indexed_ : 1;  // whether it is in the index of long chains
   };
 
   struct Release {
@@ -113,16 +121,35 @@ class MemberTable {
   void clear();
 
  private:
+  class Index;
+  struct Buckets;
+
   std::size_t BucketOf(const Node* node) const {
     return node->hash_ % bucket_count_;
   }
+  bool IsIn(const Node* node, std::size_t bucket) const {
+    return node != nullptr && BucketOf(node) == bucket;
+  }
+
   Link* BeforeBucket(std::size_t bucket);
   Link* FindBefore(const Key& key);
-  void Grow();
+  Link* FindBeforeInList(const Key& key);
+  Link* FindBeforeInIndex(const Key& key, Link* chain);
+
   void LinkIn(Node* node);
+  void Unlink(Link* before);
+  void Grow();
+  void Relink();
+  void ReleaseBuckets();
+
+  void AddToIndex(Node* node, Link* before);
+  void IndexAdded(Node* node);
+  void ForgetRemoved(Node* node, Link* before);
+  void DropIndex();
+  Node* IndexIfLong(Node* first);
 
   Link head_;
-  Link** buckets_ = nullptr;  // what precedes each bucket; none at first
+  Buckets* buckets_ = nullptr;  // owned; none as long as there are few
   unsigned int count_ = 0;
   unsigned int bucket_count_ = 1;
 };
