@@ -15,6 +15,15 @@ struct Tag {
   const char* function;
 };
 
+// Gives the memory of an object back to where it came from.
+inline void GiveBack(void* block, unsigned int size, bool traced) {
+  if (traced) {
+    ObjectMonitor::_Dealloc(static_cast<unsigned char*>(block), size);
+  } else {
+    ::operator delete(block);
+  }
+}
+
 // Holds an object from its construction until the monitor has recorded it, and
 // destroys it when the monitor could not.
 template <class T>
@@ -26,14 +35,8 @@ class Unrecorded {
 
   ~Unrecorded() {
     if (object_ == nullptr) return;
-    if (traced_) {
-      object_->~T();
-      ObjectMonitor::_Dealloc(
-          static_cast<unsigned char*>(static_cast<void*>(object_)),
-          static_cast<unsigned int>(sizeof(T)));
-    } else {
-      delete object_;
-    }
+    object_->~T();
+    GiveBack(object_, sizeof(T), traced_);
   }
 
   T* release() { return std::exchange(object_, nullptr); }
@@ -43,22 +46,6 @@ class Unrecorded {
   bool traced_;
 };
 
-// Constructs a T in memory of the monitor's; null when there is none. When the
-// constructor throws, the memory goes back and the exception passes on.
-template <class T, class... Arguments>
-T* ConstructTraced(Arguments&&... arguments) {
-  constexpr auto size = static_cast<unsigned int>(sizeof(T));
-  unsigned char* block = ObjectMonitor::_Alloc(size);
-  if (block == nullptr) return nullptr;
-  try {
-    return ::new (static_cast<void*>(block))
-        T(std::forward<Arguments>(arguments)...);
-  } catch (...) {
-    ObjectMonitor::_Dealloc(block, size);
-    throw;
-  }
-}
-
 // Records a new object, or null, under the tag and returns it. When the monitor
 // throws, the object is destroyed.
 //
@@ -67,8 +54,7 @@ T* ConstructTraced(Arguments&&... arguments) {
 template <class T>
 [[gnu::noinline]] T* Record(T* created, const Tag& tag, bool traced) {
   Unrecorded<T> object(created, traced);
-  ObjectMonitor::_IncLeak(created, tag.file, tag.line, tag.function,
-                          static_cast<unsigned int>(sizeof(T)));
+  ObjectMonitor::_IncLeak(created, tag.file, tag.line, tag.function, sizeof(T));
   return object.release();
 }
 
@@ -80,9 +66,17 @@ template <class T>
 template <class T, class... Arguments>
 T* Create(const Tag& tag, Arguments&&... arguments) {
   const bool traced = ObjectMonitor::_IsTrace();
-  T* created = traced
-                   ? ConstructTraced<T>(std::forward<Arguments>(arguments)...)
-                   : new T(std::forward<Arguments>(arguments)...);
+  void* block =
+      traced ? ObjectMonitor::_Alloc(sizeof(T)) : ::operator new(sizeof(T));
+  T* created = nullptr;
+  if (block != nullptr) {
+    try {
+      created = ::new (block) T(std::forward<Arguments>(arguments)...);
+    } catch (...) {
+      GiveBack(block, sizeof(T), traced);
+      throw;
+    }
+  }
   return Record(created, tag, traced);
 }
 

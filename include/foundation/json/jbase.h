@@ -51,7 +51,7 @@ class __attribute__((visibility("default"))) JBase : public lang::IDisposable {
 template <JType N>
 class __attribute__((visibility("default"))) JTypeBase : public JBase {
  public:
-  JType type() const override { return N; }  // namespace vorn::foundation::json
+  JType type() const override { return N; }
 };
 
 }  // namespace vorn::foundation::json
