@@ -6,11 +6,17 @@
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
 
+#include <iterator>
+#include <new>
+#include <string>
+#include <vector>
+
 namespace {
 
 using namespace support;
 using namespace vorn::foundation;
 using generic::ScopedPointer;
+using json::JArray;
 using json::JObject;
 
 using Log = std::vector<std::string>;
@@ -18,21 +24,97 @@ using Log = std::vector<std::string>;
 class TrackedTest : public TracedLeakTest {};
 INSTANTIATE_TEST_SUITE_P(Tracing, TrackedTest, testing::Bool());
 
-// An object that notes its destruction.
-struct Noting : lang::IDisposable {
-  ~Noting() override { Monitor::Note("destructor"); }
+// Objects that note their destruction.
+struct Disposable : lang::IDisposable {
+  ~Disposable() override { Monitor::Note("destructor"); }
+};
+struct Plain {
+  ~Plain() { Monitor::Note("destructor"); }
+};
+struct Throwing {
+  Throwing() { throw 1; }
 };
 
-TEST_P(TrackedTest, DisposeTellsTheMonitorBeforeTheDestructorRuns) {
-  Make<Noting>()->dispose();
-  const std::string place =
-      "../../../include/foundation/json/../lang/disposable:22 dispose #1";
-  const Log traced = {"_Alloc", "_IncLeak test:1 test #1",
-                      "_DecLeakInfoEx " + place, "destructor", "_Dealloc"};
-  const Log untraced = {"_IncLeak test:1 test #1", "_DecLeakEx " + place,
-                        "destructor"};
-  EXPECT_EQ(Monitor::TakeLog(), GetParam() ? traced : untraced);
-  EXPECT_EQ(Monitor::TraceQuestions(), 2u);
+TEST_P(TrackedTest, TellsTheMonitorBeforeTheDestructorRuns) {
+  const std::string dispose =
+      "Ex ../../../include/foundation/json/../lang/disposable:22 dispose #1";
+  const struct {
+    void (*operate)();
+    std::string release;  // what follows "_DecLeak" or "_DecLeakInfo"
+  } kRows[] = {
+      {[] { Make<Disposable>()->dispose(); }, dispose},
+      {[] {
+         debug::Destroy(Make<Plain>(), debug::Tag{"here", 7, "there"});
+       },
+       "Ex here:7 there #1"},
+      {[] { debug::Destroy(Make<Plain>()); }, " #1"},
+      {[] { ScopedPointer<Plain>(Make<Plain>()); }, " #1"},
+      {[] { ScopedPointer<Disposable>(Make<Disposable>()); }, dispose},
+      {[] { ScopedPointer<Disposable>(Make<Disposable>()).reset(); }, dispose}};
+  for (const auto& row : kRows) {
+    row.operate();
+    const Log traced = {"_Alloc", "_IncLeak test:1 test #1",
+                        "_DecLeakInfo" + row.release, "destructor", "_Dealloc"};
+    const Log untraced = {"_IncLeak test:1 test #1", "_DecLeak" + row.release,
+                          "destructor"};
+    EXPECT_EQ(Monitor::TakeLog(), GetParam() ? traced : untraced);
+  }
+  EXPECT_EQ(Monitor::TraceQuestions(), 2 * std::size(kRows));
+}
+
+TEST_P(TrackedTest, RecordsNothingThatWasNotConstructed) {
+  EXPECT_THROW(Make<Throwing>(), int);
+  EXPECT_EQ(Monitor::TakeLog(),
+            GetParam() ? Log({"_Alloc", "_Dealloc"}) : Log());
+  Monitor::FailRequest(Source::ObjectMonitor, 0, false);
+  Monitor::FailRequest(Source::OperatorNew, 0, false);
+  if (GetParam()) {
+    EXPECT_EQ(Make<Throwing>(), nullptr);
+  } else {
+    EXPECT_THROW(Make<Throwing>(), std::bad_alloc);
+  }
+  Monitor::StopFailing();
+  const Log traced = {"_Alloc null", "_IncLeak test:1 test null"};
+  EXPECT_EQ(Monitor::TakeLog(), GetParam() ? traced : Log());
+}
+
+TEST_P(TrackedTest, ReleasesOfNullCallNothing) {
+  debug::Destroy<Plain>(nullptr);
+  debug::Destroy<Disposable>(nullptr, kTestTag);
+  ScopedPointer<Plain>().reset();
+  EXPECT_EQ(Monitor::TakeLog(), Log());
+  EXPECT_EQ(Monitor::TraceQuestions(), 0u);
+}
+
+TEST_P(TrackedTest, AScopedPointerOwnsUntilItReleases) {
+  ScopedPointer<JArray> pointer(Make<JArray>());
+  JArray* const first = pointer.get();
+  EXPECT_TRUE(pointer->empty());
+  EXPECT_EQ(pointer.release(), first);
+  EXPECT_FALSE(pointer);
+  EXPECT_EQ(TakeCalls(), "+test:1 test #1");
+  Monitor::Name(first, "first");
+  pointer.reset(first);
+  pointer.reset(Make<JArray>());
+  EXPECT_EQ(TakeCalls(), "+test:1 test #1-first");
+}
+
+template <class T>
+std::string AccessNull() {
+  try {
+    return ScopedPointer<T>()->empty() ? "empty" : "";
+  } catch (const lang::Exception& e) {
+    return std::string(e.where()) + ": " + e.what();
+  }
+}
+
+TEST_P(TrackedTest, AScopedPointerToNothingNamesItsType) {
+  EXPECT_EQ(AccessNull<JArray>(),
+            "vorn.foundation.generic.ScopedPointer<"
+            "N4vorn10foundation4json6JArrayE>.operator->: access null");
+  EXPECT_EQ(AccessNull<JObject>(),
+            "vorn.foundation.generic.ScopedPointer<"
+            "N4vorn10foundation4json7JObjectE>.operator->: access null");
 }
 
 }  // namespace

@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+
 namespace support {
 
 // The tag under which the tests create their own objects.
@@ -19,12 +22,32 @@ T* Make(Arguments&&... arguments) {
       kTestTag, std::forward<Arguments>(arguments)...);
 }
 
+// Takes the log as one text that is the same with tracing off and on: "+TAG #1"
+// for a creation, "-#1" for a dispose(), any other release in full.
+inline std::string TakeCalls() {
+  const std::string creation = "_IncLeak ";
+  const std::string disposal =
+      std::string(Monitor::Traces() ? "_DecLeakInfoEx " : "_DecLeakEx ") +
+      "../../../include/foundation/json/../lang/disposable:22 dispose ";
+  std::string calls;
+  for (std::string line : Monitor::TakeLog()) {
+    if (line == "_Alloc" || line == "_Dealloc") continue;
+    for (const std::string& call : {creation, disposal}) {
+      if (line.rfind(call, 0) != 0) continue;
+      line.replace(0, call.size(), call == creation ? "+" : "-");
+    }
+    calls += line;
+  }
+  return calls;
+}
+
 // Fails every test that ends with an object, a block or a byte more, or less,
 // than it began with.
 class LeakTest : public testing::Test {
  protected:
   void SetUp() override {
     Monitor::Reset(false);
+    SCOPED_TRACE("");  // GoogleTest keeps memory for these from the first on
     before_ = Monitor::Now();
   }
   void TearDown() override {

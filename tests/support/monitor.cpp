@@ -59,6 +59,7 @@ std::size_t since_injection[3];
 
 // Whether this request must fail.
 bool Fails(Source source) {
+  if (exempt != 0) return false;
   const auto i = static_cast<std::size_t>(source);
   ++requests[i];
   const std::size_t number = since_injection[i]++;
@@ -77,8 +78,7 @@ std::string Place(const char* file, int line, const char* function) {
 void Log(const std::string& line) { TheState().log.push_back(line); }
 
 // Takes the object out of the account and writes the release down.
-unsigned int Release(const void* object, const std::string& call,
-                     bool traced) {
+unsigned int Release(const void* object, const std::string& call, bool traced) {
   State& state = TheState();
   const auto found = state.objects.find(object);
   if (found == state.objects.end()) {
@@ -130,9 +130,9 @@ const char* NameOf(Source source) {
 
 bool Account::operator==(const Account& other) const {
   return std::tie(objects, object_blocks, memory_blocks, memory_bytes,
-                  new_blocks) ==
-         std::tie(other.objects, other.object_blocks, other.memory_blocks,
-                  other.memory_bytes, other.new_blocks);
+                  new_blocks) == std::tie(other.objects, other.object_blocks,
+                                          other.memory_blocks,
+                                          other.memory_bytes, other.new_blocks);
 }
 
 std::ostream& operator<<(std::ostream& out, const Account& account) {
@@ -216,8 +216,8 @@ bool ObjectMonitor::_IsTrace() {
 }
 
 unsigned char* ObjectMonitor::_Alloc(unsigned int size) {
-  const Exempt exemption;
   const bool fails = Fails(Source::ObjectMonitor);
+  const Exempt exemption;
   Log(fails ? "_Alloc null" : "_Alloc");
   return fails ? nullptr : AllocateBlock(TheState().object_blocks, size);
 }
@@ -267,8 +267,8 @@ LeakInfo ObjectMonitor::_DecLeakInfo(void* object) {
   return LeakInfo{static_cast<unsigned char*>(object), size};
 }
 
-LeakInfo ObjectMonitor::_DecLeakInfoEx(void* object, const char* file,
-                                       int line, const char* function) {
+LeakInfo ObjectMonitor::_DecLeakInfoEx(void* object, const char* file, int line,
+                                       const char* function) {
   const Exempt exemption;
   const unsigned int size =
       Release(object, "_DecLeakInfoEx " + Place(file, line, function), true);
@@ -276,8 +276,8 @@ LeakInfo ObjectMonitor::_DecLeakInfoEx(void* object, const char* file,
 }
 
 unsigned char* MemoryMonitor::Alloc(unsigned int bytes) {
-  const Exempt exemption;
   if (Fails(Source::MemoryMonitor)) return nullptr;
+  const Exempt exemption;
   State& state = TheState();
   state.memory_bytes += bytes;
   state.peak_bytes = std::max(state.peak_bytes, state.memory_bytes);
@@ -306,7 +306,7 @@ union Header {
 
 void* AllocateNew(std::size_t size) {
   const bool counted = support::exempt == 0;
-  if (counted && support::Fails(support::Source::OperatorNew)) return nullptr;
+  if (support::Fails(support::Source::OperatorNew)) return nullptr;
   auto* header = static_cast<Header*>(std::malloc(sizeof(Header) + size));
   if (header == nullptr) std::abort();
   header->counted = counted;

@@ -6,9 +6,9 @@
 
 // The monitors of the tests. A test program that links this defines the
 // functions of both monitors, and operator new and delete, itself and so takes
-// the place of the framework's: it writes the object monitor's calls down, keeps
-// account of everything that is out, and lets requests for memory fail. For one
-// thread.
+// the place of the framework's: it writes the object monitor's calls down,
+// keeps account of everything that is out, and lets requests for memory fail.
+// For one thread.
 namespace support {
 
 // Where memory is asked for.
@@ -19,11 +19,11 @@ const char* NameOf(Source source);
 
 // What is out at a moment.
 struct Account {
-  std::size_t objects = 0;       // recorded and not released
-  std::size_t object_blocks = 0; // from ObjectMonitor::_Alloc
-  std::size_t memory_blocks = 0; // from MemoryMonitor::Alloc
+  std::size_t objects = 0;        // recorded and not released
+  std::size_t object_blocks = 0;  // from ObjectMonitor::_Alloc
+  std::size_t memory_blocks = 0;  // from MemoryMonitor::Alloc
   std::size_t memory_bytes = 0;
-  std::size_t new_blocks = 0;    // from operator new, of the tests as well
+  std::size_t new_blocks = 0;  // from operator new, of the tests as well
 
   bool operator==(const Account& other) const;
   bool operator!=(const Account& other) const { return !(*this == other); }
@@ -44,10 +44,10 @@ class Monitor {
   //   _DecLeakEx FILE:LINE FUNCTION #1        (also _DecLeakInfoEx)
   //   _DecLeak #1                             (also _DecLeakInfo)
   //   _Dealloc
-  // An object is called #1, #2, ... in the order of the creations since the last
-  // TakeLog() or Reset(), unless Name() gave it a name. A call that breaks the
-  // contract (a wrong size or address, an object released twice) fails the test
-  // that makes it.
+  // An object is called #1, #2, ... in the order of the creations since the
+  // last TakeLog() or Reset(), unless Name() gave it a name. A call that breaks
+  // the contract (a wrong size or address, an object released twice) fails the
+  // test that makes it.
   static std::vector<std::string> TakeLog();
 
   // Adds a line of the test's own, a destructor's for instance.
@@ -76,8 +76,9 @@ class Monitor {
   // The requests to a source since Reset().
   static std::size_t Requests(Source source);
 
-  // While one is alive, operator new neither fails nor counts: for what the
-  // tests themselves do while requests fail.
+  // While one is alive, no request fails or counts as one, and what operator
+  // new returns stays out of the account: for what the tests themselves do
+  // while requests fail.
   class Exempt {
    public:
     Exempt();

@@ -1,0 +1,382 @@
+// The archiver: what each operation does on each kind of archiver, what it
+// creates and releases, and random archives beside a model of them.
+
+#include "support/fixture.h"
+
+#include <foundation/json/json.h>
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+#include <random>
+#include <sstream>
+#include <type_traits>
+
+namespace {
+
+using namespace support;
+using namespace vorn::foundation;
+using namespace vorn::foundation::json;
+using A = io::IArchiver;
+
+static_assert(std::is_base_of_v<lang::Exception, JsonException>);
+static_assert(!std::is_copy_constructible_v<JsonArchiver> &&
+              !std::is_copy_assignable_v<JsonArchiver>);
+
+class ArchiverTest : public TracedLeakTest {};
+INSTANTIATE_TEST_SUITE_P(Tracing, ArchiverTest, testing::Bool());
+
+// Operations, and how they end ------------------------------------------------
+
+SafeString Show(unsigned int value) { return std::to_string(value).c_str(); }
+
+// All that can be read there, fields sorted and strings without quotes.
+SafeString Show(A* it) {
+  SafeString text;
+  if (it == nullptr) return "none";
+  if (it->read(text)) return text;
+  auto names = it->fields();
+  std::sort(names.begin(), names.end());
+  for (const SafeString& name : names) {
+    text += "," + name + ":" + Show(it->readByField(name));
+  }
+  for (unsigned int i = 0; i < it->size(); ++i) {
+    text += "," + Show(it->readByIndex(i));
+  }
+  text.erase(0, 1);
+  if (it->isArray()) return "[" + text + "]";
+  return it->isObject() ? "{" + text + "}" : "empty";
+}
+
+using Operation = std::function<SafeString(A&)>;
+
+// The operation with the arguments: shows its result, as "." for none.
+template <class Member, class... Arguments>
+Operation Call(Member member, Arguments... arguments) {
+  return [=](A& it) -> SafeString {
+    if constexpr (std::is_void_v<decltype((it.*member)(arguments...))>) {
+      return (it.*member)(arguments...), ".";
+    } else {
+      return Show((it.*member)(arguments...));
+    }
+  };
+}
+
+// What the operation shows, or the message of its exception.
+SafeString Outcome(const Operation& operate, A& it) try {
+  return operate(it);
+} catch (const JsonException& e) {
+  EXPECT_STREQ(e.where(), "vorn.foundation.json.JsonArchiver");
+  return e.what();
+}
+
+SafeString Mismatch(bool root) {
+  return root ? "the type of write archiver is mismatched"
+              : "unexpected write operation at";
+}
+SafeString BadIndex(unsigned int index) {
+  return "try to write to error index <" + Show(index) + ">";
+}
+SafeString Existing(const SafeString& field) {
+  return "field <" + field + "> is already existing";
+}
+constexpr const char* kBadData = "try to write error format data";
+
+// Each operation, and how it ends on an archiver that is empty, the scalar 5,
+// the array [5] and the object {'f':5}; behind an arrow, what the content then
+// is, where it is not the same. M stands for the message of a write of another
+// kind, D for that of bad data, I and F for those of the index and the field.
+const struct Row {
+  const char* place;  // of a write: none, an "#index" or a ".field"
+  const char* json;   // what stands there then; null for bad data
+  Operation operate;
+  const char* ends;
+} kRows[] = {
+    {"", "-1.0", Call(&A::writeData, " -1.0//"), ".->-1.0 .->-1.0 M M"},
+    {"", nullptr, Call(&A::writeData, "[1"), "D->null D M M"},
+    {"", R"("\\")", Call(&A::writeString, "\\"), ".->'\\\\' .->'\\\\' M M"},
+    {"", "[]", Call(&A::writeArray), "[]->[] M [5] M"},
+    {"", "{}", Call(&A::writeObject), "{}->{} M M {f:5}"},
+    {"#0", "nan", Call(&A::writeDataByIndex, 0u, "nan"),
+     ".->[nan] M .->[nan] M"},
+    {"#1", nullptr, Call(&A::writeDataByIndex, 1u, ""), "I->[] M D M"},
+    {"#1", "\"1\"", Call(&A::writeStringByIndex, 1u, "1"),
+     "I->[] M .->[5,'1'] M"},
+    {"#0", "[]", Call(&A::writeArrayByIndex, 0u), "[]->[[]] M []->[[]] M"},
+    {"#1", "{}", Call(&A::writeObjectByIndex, 1u), "I->[] M {}->[5,{}] M"},
+    {"#2", "[]", Call(&A::writeArrayByIndex, 2u), "I->[] M I M"},
+    {".g", "1", Call(&A::writeDataByField, "g", "1"),
+     ".->{'g':1} M M .->{'f':5,'g':1}"},
+    {".f", nullptr, Call(&A::writeDataByField, "f", "x"), "D->{} M M F"},
+    {".g", nullptr, Call(&A::writeDataByField, "g", "x"), "D->{} M M D"},
+    {".", "\"\"", Call(&A::writeStringByField, "", ""),
+     ".->{'':''} M M .->{'f':5,'':''}"},
+    {".g", "[]", Call(&A::writeArrayByField, "g"),
+     "[]->{'g':[]} M M []->{'f':5,'g':[]}"},
+    {".f", "{}", Call(&A::writeObjectByField, "f"), "{}->{'f':{}} M M F"},
+    {"read", "",
+     [](A& it) {
+       SafeString out = "untouched";
+       return Show(it.read(out)) + out;
+     },
+     "0untouched 15 0untouched 0untouched"},
+    {"read", "0", Call(&A::readByIndex, 0u), "none none 5 none"},
+    {"read", "1", Call(&A::readByIndex, 1u), "none none none none"},
+    {"read", "f", Call(&A::readByField, "f"), "none none none 5"},
+    {"is", "array", Call(&A::isArray), "0 0 1 0"},
+    {"size", "", Call(&A::size), "0 0 1 0"},
+    {"is", "object", Call(&A::isObject), "0 0 0 1"},
+    {"fields", "",
+     [](A& it) { return Show(static_cast<unsigned int>(it.fields().size())); },
+     "0 0 0 1"},
+};
+
+unsigned int IndexOf(const Row& write) {
+  return write.place[0] == '#' ? static_cast<unsigned int>(write.place[1] - '0')
+                               : 0;
+}
+
+constexpr std::size_t kWrites = 17;  // in front of the reads
+
+TEST_P(ArchiverTest, DispatchesEachOperation) {
+  for (const Row& row : kRows) {
+    std::istringstream ends(row.ends);
+    for (const SafeString content : {"", "5", "[5]", R"({"f":5})"}) {
+      SafeString end, after = content;
+      ends >> end;
+      std::replace(end.begin(), end.end(), '\'', '"');
+      const std::size_t arrow = end.find("->");
+      if (arrow != end.npos) after = end.substr(arrow + 2), end.resize(arrow);
+      if (end == "I") end = BadIndex(IndexOf(row));
+      if (end == "F") end = Existing(row.place + 1);
+      if (end == "D") end = kBadData;
+      for (const bool root : {true, false}) {
+        if (content.empty() && !root) continue;
+        SCOPED_TRACE(testing::Message()
+                     << row.place << ' ' << row.ends << " on " << content
+                     << (root ? "" : " in an array"));
+        JsonArchiver archiver;
+        archiver.fromString(root ? content : "[" + content + "]");
+        A* const it = root ? &archiver : archiver.readByIndex(0);
+        EXPECT_EQ(Outcome(row.operate, *it), end == "M" ? Mismatch(root) : end);
+        EXPECT_EQ(archiver.compress(), root ? after : "[" + after + "]");
+        EXPECT_EQ(archiver.isValid(), !after.empty());
+      }
+    }
+  }
+}
+
+TEST_P(ArchiverTest, MessagesHoldTheirValues) {
+  JsonArchiver archiver;
+  A& root = *archiver.writeObject();
+  EXPECT_EQ(&root, archiver.writeObject());
+  EXPECT_EQ(Outcome(Call(&A::writeArray), root), Mismatch(false));
+  A& list = *root.writeArrayByField("list");
+  for (const unsigned int index : {1u, 3u, 4294967295u}) {
+    EXPECT_EQ(Outcome(Call(&A::writeObjectByIndex, index), list),
+              BadIndex(index));
+  }
+  for (const SafeString& field :
+       {SafeString(), SafeString("%s%n"), SafeString(5000, 'x')}) {
+    archiver.writeStringByField(field, "");
+    EXPECT_EQ(Outcome(Call(&A::writeArrayByField, field), archiver),
+              Existing(field));
+  }
+}
+
+TEST_P(ArchiverTest, LoadingDropsTheContentFirst) {
+  JsonArchiver archiver;
+  const std::pair<SafeString, SafeString> steps[] = {
+      {"[1]", "[1]"}, {"[1", ""}, {"// 2\n{}", "{}"},
+      {"2 2", ""},    {"7", "7"}, {SafeString("[]\0x", 4), "[]"},
+      {"", ""}};
+  for (const auto& [text, content] : steps) {
+    SCOPED_TRACE(text.c_str());
+    EXPECT_EQ(archiver.fromString(text), !content.empty());
+    EXPECT_EQ(archiver.compress(), content);
+  }
+  archiver.writeData("[1]");
+  EXPECT_EQ(archiver.format(), "[\n    1\n]");
+  EXPECT_FALSE(archiver.isArray()) << "data of any kind is a scalar";
+  EXPECT_FALSE(archiver.fromString(nullptr));
+  EXPECT_EQ(archiver.format(), "");
+}
+
+// Objects and memory ----------------------------------------------------------
+
+// The calls of the object monitor, without the archivers' folder, with
+// "+scalar" for the two creations of a scalar, "~#1" for the release of an
+// archiver by its owner and "!#1" for one without a tag.
+std::string TakeArchiverCalls() {
+  const std::string release = Monitor::Traces() ? "_DecLeakInfo" : "_DecLeak";
+  const std::pair<std::string, const char*> signs[] = {
+      {release + "Ex ../json/archive/archiverutils:33 Destroy ", "~"},
+      {release + " ", "!"},
+      {release + "Ex ", "-"},
+      {"../json/archive/genericarchiver:8 GenericArchiver ", "null"},
+      {"../json/archive/archiverutils:13 Create ", "scalar"},
+      {"../json/archive/", ""}};
+  std::string calls = TakeCalls();
+  for (const auto& [text, sign] : signs) {
+    for (std::size_t at; (at = calls.find(text)) != calls.npos;) {
+      calls.replace(at, text.size(), sign);
+    }
+  }
+  return calls;
+}
+
+TEST_P(ArchiverTest, TellsTheMonitorOfEachObject) {
+  std::optional<JsonArchiver> it;
+  const std::pair<std::function<void()>, const char*> steps[] = {
+      {[&] { it.emplace(); }, "+jsonarchiver:160 JsonArchiver #1"},
+      {[&] { it->writeString(""); },
+       "+null#2+scalar#3+genericarchiver:44 writeString #4-#2"},
+      {[&] { it->writeData("1"); }, "+../json/json:309 ParseNumber #5-#4"},
+      {[&] { it->fromString("t"); }, "~#3-#5"},
+      {[&] { it->writeDataByIndex(0, "null"); },
+       "+archiverutils:16 Create #6+null#7+scalar#8"
+       "+../json/json:278 ParseNullOrNan #9-#7"},
+      {[&] { it->writeObjectByIndex(1); }, "+archiverutils:18 Create #10"},
+      {[&] { it->writeStringByIndex(1, ""); },
+       "+null#11+scalar#12+genericarchiver:44 writeString #13-#11~#10"},
+      {[&] { it->writeArrayByIndex(0); }, "+archiverutils:16 Create #14~#8-#9"},
+      {[&] { Outcome(Call(&A::writeDataByIndex, 1u, "t"), *it); },
+       "+null#15+scalar#16!#16-#15"},
+      {[&] { Outcome(Call(&A::writeArrayByIndex, 3u), *it); }, ""},
+      {[&] { it->compress(); },
+       "+arrayarchiver:33 snapshot #17+arrayarchiver:33 snapshot #18"
+       "+../json/json:491 clone #19-#17-#18-#19"},
+      {[&] { it->fromString("{\"f\":[null]}"); },
+       "~#6~#14~#12-#13+../json/json:208 ParseObject #20"
+       "+../json/json:235 ParseArray #21+../json/json:278 ParseNullOrNan #22"
+       "+../json/json:326 clone #23+archiverutils:28 FromJson #24"
+       "+archiverutils:26 FromJson #25+archiverutils:23 FromJson #26"
+       "-#20-#21-#22"},
+      {[&] { Outcome(Call(&A::writeDataByField, "g", "t"), *it); },
+       "+null#27+scalar#28!#28-#27"},
+      {[&] { Outcome(Call(&A::writeDataByField, "f", "1"), *it); }, ""},
+      {[&] { it->format(); },
+       "+objectarchiver:34 snapshot #29+arrayarchiver:33 snapshot #30"
+       "+../json/json:326 clone #31-#29-#30-#31"},
+      {[&] { it.reset(); },
+       "-jsonarchiver:167 ~JsonArchiver #1~#26~#25~#24-#23"},
+  };
+  for (const auto& step : steps) step.first(), Monitor::Note("|");
+  std::istringstream calls(TakeArchiverCalls());
+  for (const auto& step : steps) {
+    std::string line;
+    std::getline(calls, line, '|');
+    EXPECT_EQ(line, step.second);
+  }
+}
+
+// A scalar of the text takes three objects, its value, a copy of that and an
+// archiver, a container two, its value and an archiver.
+TEST_P(ArchiverTest, LoadingMakesObjectsInProportionToTheText) {
+  for (const std::size_t count : {500u, 1000u}) {
+    SafeString text = "[";
+    for (std::size_t i = 0; i < count; ++i) text += R"({"a":1,"b":["",[]]},)";
+    text.back() = ']';
+    JsonArchiver archiver;
+    TakeCalls();
+    EXPECT_TRUE(archiver.fromString(text));
+    const std::string calls = TakeCalls();
+    EXPECT_EQ(
+        static_cast<std::size_t>(std::count(calls.begin(), calls.end(), '+')),
+        count * (2 * 3 + 3 * 2) + 2);
+  }
+}
+
+TEST_P(ArchiverTest, ReadingCopiesAtMostOnceMoreThanTheCallerNeeds) {
+  const SafeString text(1 << 20, 'x');
+  SafeString out;
+  JsonArchiver archiver;
+  archiver.writeStringByIndex(0, text);
+  Monitor::ResetPeak();
+  const std::size_t before = Monitor::PeakMemoryBytes();
+  EXPECT_TRUE(archiver.readByIndex(0)->read(out));
+  EXPECT_LE(Monitor::PeakMemoryBytes() - before, 2 * (text.size() + 1));
+  EXPECT_TRUE(out == text);
+}
+
+// Random archives -------------------------------------------------------------
+
+// Of an archiver by its JSON text: '[', '{' or, for any scalar, 's'.
+char KindOf(const SafeString& json) {
+  return json == "[]" || json == "{}" ? json[0] : 's';
+}
+
+// What an archiver should be.
+struct Model {
+  SafeString place;  // in the archiver above it
+  SafeString json;   // of a scalar, else "[]" or "{}"; nothing while empty
+  A* it;             // where it is, and stays
+  std::vector<Model> children;
+
+  SafeString text() const {
+    SafeString inside;
+    for (const Model& child : children) {
+      if (!inside.empty()) inside += ",";
+      if (json == "{}") inside += "\"" + child.place.substr(1) + "\":";
+      inside += child.text();
+    }
+    return inside.empty() ? json : json[0] + inside + json[1];
+  }
+
+  // Follows the write that was made, and returns how it should have ended.
+  SafeString follow(const Row& write, bool root) {
+    const bool to_index = *write.place == '#', to_field = *write.place == '.';
+    const SafeString made = write.json != nullptr ? write.json : "null";
+    const char kind = to_index ? '[' : to_field ? '{' : KindOf(made);
+    if (json.empty()) json = kind == '[' ? "[]" : kind == '{' ? "{}" : "null";
+    if (KindOf(json) != kind) return Mismatch(root);
+    const unsigned int index = IndexOf(write);
+    if (index > children.size()) return BadIndex(index);
+    auto child = std::find_if(
+        children.begin(), children.end(),
+        [&](const Model& other) { return other.place == write.place; });
+    if (to_field && child != children.end()) return Existing(write.place + 1);
+    if (write.json == nullptr) return kBadData;
+    const bool scalar = KindOf(made) == 's';
+    if (to_index || to_field) {
+      A* const found =
+          to_index ? it->readByIndex(index) : it->readByField(write.place + 1);
+      if (child == children.end()) child = children.emplace(child);
+      *child = {write.place, made, found, {}};
+      return scalar ? "." : made;
+    }
+    if (scalar) json = made;
+    return scalar ? "." : Show(it);
+  }
+};
+
+TEST_P(ArchiverTest, ActsAsItsModel) {
+  std::mt19937 random(1);
+  for (int script = 0; script < 1500; ++script) {
+    JsonArchiver archiver, loaded;
+    Model root = {"", "", &archiver, {}};
+    for (auto steps = random() % 24; steps > 0; --steps) {
+      Model* model = &root;
+      while (!model->children.empty() && random() % 3 != 0) {
+        model = &model->children[random() % model->children.size()];
+      }
+      const Row& write = kRows[random() % kWrites];
+      const SafeString outcome = Outcome(write.operate, *model->it);
+      EXPECT_EQ(outcome, model->follow(write, model == &root));
+      JsonReader content, expected;
+      content.fromString(archiver.compress());
+      expected.fromString(root.text());
+      EXPECT_TRUE(JsonReader::IsEqual(content.getJson(), expected.getJson()));
+      loaded.fromString(root.text());
+      EXPECT_EQ(Show(&archiver), Show(&loaded));
+      if (HasFailure()) return;
+    }
+    for (const SafeString& text : {archiver.compress(), archiver.format()}) {
+      EXPECT_EQ(loaded.fromString(text), archiver.isValid());
+      EXPECT_EQ(Show(&archiver), Show(&loaded));
+    }
+    Monitor::TakeLog();
+  }
+}
+
+}  // namespace

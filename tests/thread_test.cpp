@@ -1,0 +1,95 @@
+// Several threads at a time, on the framework's own monitors: each on values of
+// its own, and all of them on one tree that nobody changes.
+
+#include <foundation/debug/tracked.h>
+#include <foundation/generic/scopedpointer.h>
+#include <foundation/json/json.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace vorn::foundation;
+using namespace vorn::foundation::json;
+using debug::MemoryMonitor;
+using debug::ObjectMonitor;
+using Value = generic::ScopedPointer<JBase>;
+
+constexpr int kThreads = 8;
+constexpr int kRounds = 200;
+constexpr debug::Tag kTag{"thread_test", 1, "test"};
+constexpr char kText[] =
+    R"({"list": [1, 2.5, -inf, {"deep": [[], {}]}], "text": "a\tb \"c\"",)"
+    R"( "yes": true, "no": false, "none": null, "a long key, on the heap": 0})";
+
+template <class Work>
+void RunTogether(Work work) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&work, i] {
+      for (int round = 0; round < kRounds; ++round) work(i);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+// Ends with nothing more alive than before, in both modes of the monitor.
+class ThreadTest : public testing::TestWithParam<bool> {
+ protected:
+  void SetUp() override { ObjectMonitor::SetTrace(GetParam()); }
+  void TearDown() override {
+    EXPECT_EQ(ObjectMonitor::LiveCount(), 0u);
+    EXPECT_EQ(MemoryMonitor::LiveBytes(), bytes_before_);
+    ObjectMonitor::SetTrace(false);
+  }
+
+ private:
+  const std::size_t bytes_before_ = MemoryMonitor::LiveBytes();
+};
+INSTANTIATE_TEST_SUITE_P(Tracing, ThreadTest, testing::Bool());
+
+TEST_P(ThreadTest, EachOnItsOwnTree) {
+  RunTogether([](int number) {
+    JsonReader reader;
+    ASSERT_TRUE(reader.fromString(kText));
+    auto* root = static_cast<JObject*>(reader.getJson());
+    root->setValue("number", debug::Create<JNumber>(kTag, number));
+    root->setValue("text", debug::Create<JString>(kTag, "replaced"));
+    static_cast<JArray*>(root->at("list"))
+        ->append(debug::Create<JNumber>(kTag, 0.1 * number));
+    EXPECT_TRUE(root->remove("none"));
+
+    const Value copy(root->clone());
+    for (const auto& text : {reader.format(), reader.compress()}) {
+      JsonReader again;
+      ASSERT_TRUE(again.fromString(text));
+      EXPECT_TRUE(JsonReader::IsEqual(again.getJson(), copy.get()));
+    }
+    EXPECT_FALSE(reader.fromString("[1, {\"key\": [2, nul]}]"));
+  });
+}
+
+TEST_P(ThreadTest, AllOnOneTreeThatNobodyChanges) {
+  JsonReader reader;
+  ASSERT_TRUE(reader.fromString(kText));
+  const auto& root = static_cast<const JObject&>(*reader.getJson());
+  const Value copy(root.clone());
+  const SafeString formatted = reader.format();
+  RunTogether([&](int) {
+    EXPECT_EQ(reader.format(), formatted);
+    EXPECT_TRUE(JsonReader::IsEqual(&root, copy.get()));
+    for (const SafeString& key : root.keys()) {
+      EXPECT_TRUE(root.existed(key));
+      const Value member(root.at(key)->clone());
+      EXPECT_TRUE(JsonReader::IsEqual(member.get(), root.at(key)));
+    }
+    const auto* list = static_cast<const JArray*>(root.at("list"));
+    EXPECT_EQ(static_cast<JNumber*>(list->at(1))->toFloat(), 2.5);
+  });
+}
+
+}  // namespace
