@@ -17,6 +17,8 @@
 #include <foundation/lang/exception.h>
 #include <foundation/text/stringutils.h>
 
+#include <algorithm>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <string_view>
@@ -299,11 +301,9 @@ JBase* JObject::clone() const {
   return copy.release();
 }
 
-// Writing ---------------------------------------------------------------------
+// Characters ------------------------------------------------------------------
 
 namespace {
-
-constexpr int kIndentWidth = 4;  // indent characters for each level
 
 // The characters that are written, and read, as a backslash and a letter.
 struct Escape {
@@ -313,35 +313,156 @@ struct Escape {
 constexpr Escape kEscapes[] = {
     {'"', '"'}, {'\\', '\\'}, {'\r', 'r'}, {'\n', 'n'}, {'\t', 't'}};
 
-void Write(Context& context, std::string_view text) {
-  context.stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+// What a character means to the loops that pass over many of them.
+enum CharacterClass : unsigned char {
+  kEscaped = 1,  // is written as an escape
+};
+
+struct CharacterTable {
+  unsigned char classes[256] = {};
+
+  constexpr CharacterTable() {
+    for (const Escape& escape : kEscapes) Add(escape.character, kEscaped);
+  }
+  constexpr void Add(char character, CharacterClass added) {
+    unsigned char& entry = classes[static_cast<unsigned char>(character)];
+    entry = static_cast<unsigned char>(entry | added);
+  }
+};
+constexpr CharacterTable kCharacters;
+
+bool Is(char character, int classes) {
+  return (kCharacters.classes[static_cast<unsigned char>(character)] &
+          classes) != 0;
 }
 
-void Write(Context& context, char character) { context.stream.put(character); }
+}  // namespace
 
-void WriteQuoted(Context& context, std::string_view text) {
-  SafeString quoted(1, '"');
-  for (const char character : text) {
-    char written = character;
-    for (const Escape& escape : kEscapes) {
-      if (character != escape.character) continue;
-      quoted += '\\';
-      written = escape.letter;
-    }
-    quoted += written;
+// Writing ---------------------------------------------------------------------
+
+namespace {
+
+constexpr std::size_t kIndentWidth = 4;  // indent characters for each level
+
+// The put area of a stream's buffer, where short texts go without a call. Every
+// stream buffer has one; only a class derived from it may name it.
+struct PutArea : std::streambuf {
+  // Where the next size bytes go; null when there is no room for them.
+  static char* Room(std::streambuf& buffer, std::size_t size) {
+    char* const next = (buffer.*&PutArea::pptr)();
+    const char* const end = (buffer.*&PutArea::epptr)();
+    return static_cast<std::size_t>(end - next) >= size ? next : nullptr;
   }
-  quoted += '"';
-  Write(context, quoted);
+
+  // Takes what was written there.
+  static void Take(std::streambuf& buffer, const char* end) {
+    const char* const next = (buffer.*&PutArea::pptr)();
+    (buffer.*&PutArea::pbump)(static_cast<int>(end - next));
+  }
+};
+
+std::streambuf& BufferOf(Context& context) {
+  return *static_cast<std::ios&>(context.stream).rdbuf();
+}
+
+// What follows writes straight into the stream's buffer: what that throws is
+// not swallowed, and what it does not take sets the stream's state, which
+// throws in turn.
+
+void Write(Context& context, char character) {
+  if (BufferOf(context).sputc(character) == EOF) {
+    context.stream.setstate(std::ios::badbit);
+  }
+}
+
+void Write(Context& context, std::string_view text) {
+  std::streambuf& buffer = BufferOf(context);
+  if (char* const room = PutArea::Room(buffer, text.size())) {
+    text.copy(room, text.size());
+    PutArea::Take(buffer, room + text.size());
+    return;
+  }
+  const auto size = static_cast<std::streamsize>(text.size());
+  if (buffer.sputn(text.data(), size) != size) {
+    context.stream.setstate(std::ios::badbit);
+  }
+}
+
+char LetterOf(char escaped) {
+  for (const Escape& escape : kEscapes) {
+    if (escape.character == escaped) return escape.letter;
+  }
+  return escaped;
+}
+
+// Whether a word of text may hold a byte that is escaped: a quotation mark, a
+// backslash, or any byte below the blank.
+bool MayNeedEscape(std::size_t word) {
+  constexpr std::size_t kOnes = ~std::size_t{0} / 0xFF;
+  const auto below = [](std::size_t bytes, std::size_t limit) {
+    return (bytes - kOnes * limit) & ~bytes & (kOnes << 7);
+  };
+  return (below(word, ' ') | below(word ^ (kOnes * '"'), 1) |
+          below(word ^ (kOnes * '\\'), 1)) != 0;
+}
+
+// Copies the text, escaped, and returns the end of the copy, which is at most
+// twice as long.
+char* CopyEscaped(std::string_view text, char* out) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end) {
+    std::size_t word = 0;
+    while (static_cast<std::size_t>(end - at) >= sizeof word) {
+      std::memcpy(&word, at, sizeof word);
+      if (MayNeedEscape(word)) break;
+      std::memcpy(out, &word, sizeof word);
+      at += sizeof word;
+      out += sizeof word;
+    }
+    const char* const stop = end - at < 8 ? end : at + 8;
+    for (; at != stop; ++at) {
+      if (Is(*at, kEscaped)) *out++ = '\\';
+      *out++ = Is(*at, kEscaped) ? LetterOf(*at) : *at;
+    }
+  }
+  return out;
+}
+
+// By parts, so that a long text needs no more room than a short one.
+void WriteQuoted(Context& context, std::string_view text) {
+  constexpr std::size_t kPart = 256;
+  std::streambuf& buffer = BufferOf(context);
+  Write(context, '"');
+  while (!text.empty()) {
+    const std::string_view part = text.substr(0, kPart);
+    if (char* const room = PutArea::Room(buffer, 2 * part.size())) {
+      PutArea::Take(buffer, CopyEscaped(part, room));
+    } else {
+      char escaped[2 * kPart];
+      const char* const end = CopyEscaped(part, escaped);
+      Write(context, {escaped, static_cast<std::size_t>(end - escaped)});
+    }
+    text.remove_prefix(part.size());
+  }
+  Write(context, '"');
 }
 
 // In the formatted layout, begins a line with the indentation of the context's
 // depth.
 void BeginLine(Context& context) {
   if (context.compress) return;
-  Write(context, '\n');
-  for (int i = 0; i < context.depth * kIndentWidth; ++i) {
-    Write(context, context.indentChar);
+  auto indent =
+      static_cast<std::size_t>(std::max(context.depth, 0)) * kIndentWidth;
+  std::streambuf& buffer = BufferOf(context);
+  if (char* const room = PutArea::Room(buffer, 1 + indent)) {
+    *room = '\n';
+    std::memset(room + 1, context.indentChar, indent);
+    PutArea::Take(buffer, room + 1 + indent);
+    return;
   }
+  Write(context, '\n');
+  for (; indent != 0; --indent) Write(context, context.indentChar);
 }
 
 }  // namespace
