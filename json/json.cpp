@@ -11,6 +11,7 @@
 #include "checked.h"
 #include "compile.h"
 #include "membertable.h"
+#include "sametext.h"
 #include "tags.h"
 
 #include <foundation/generic/scopedpointer.h>
@@ -30,6 +31,21 @@ using debug::Create;
 using debug::Destroy;
 using generic::ScopedPointer;
 using text::StringUtils;
+
+// What the sections below see of the values that callers do not.
+class Access {
+ public:
+  using Elements = JArray::Elements;
+
+  static const SafeString& Text(const JNumber& number) { return number.text_; }
+  static const SafeString& Text(const JString& string) { return string.text_; }
+  static Elements& Of(JArray& array) { return array.elements_; }
+  static const Elements& Of(const JArray& array) { return array.elements_; }
+  static MemberTable& Of(JObject& object) { return object.members(); }
+  static const MemberTable& Of(const JObject& object) {
+    return object.members();
+  }
+};
 
 // Null and booleans -----------------------------------------------------------
 
@@ -292,8 +308,7 @@ JBase* JObject::clone() const {
   for (; member != nullptr; member = member->next()) {
     MemberTable& members = copy->members();
     ScopedPointer<JBase> child(Checked(ValueOf(*member)->clone()));
-    MemberTable::Handle node =
-        MemberTable::Make(MemberTable::Key(member->key()));
+    MemberTable::Handle node = MemberTable::Make(MemberTable::Key(*member));
     node->value = child.get();
     members.put(std::move(node));
     child.release();
@@ -757,24 +772,60 @@ JBase* Compile(const char*& cursor) {
 
 namespace {
 
+bool AreEqual(const Access::Elements& first, const Access::Elements& second);
+bool AreEqual(const MemberTable& first, const MemberTable& second);
+
 template <class Value>
 const Value& As(const JBase* value) {
   return static_cast<const Value&>(*value);
 }
 
-bool AreEqual(const JArray& first, const JArray& second) {
-  if (first.length() != second.length()) return false;
-  for (unsigned int i = 0; i < first.length(); ++i) {
-    if (!JsonReader::IsEqual(first.at(i), second.at(i))) return false;
+// Inlined into the loops over children: only containers cost a call.
+[[gnu::always_inline]] inline bool AreEqual(const JBase* first,
+                                            const JBase* second) {
+  const JType type = first->type();
+  if (type != second->type()) return false;
+  switch (type) {
+    case JType::Null:
+      return true;
+    case JType::Bool:
+      return As<JBool>(first).value() == As<JBool>(second).value();
+    case JType::Number:
+      return SameText(Access::Text(As<JNumber>(first)),
+                      Access::Text(As<JNumber>(second)));
+    case JType::String:
+      return SameText(Access::Text(As<JString>(first)),
+                      Access::Text(As<JString>(second)));
+    case JType::Array:
+      return AreEqual(Access::Of(As<JArray>(first)),
+                      Access::Of(As<JArray>(second)));
+    case JType::Object:
+      return AreEqual(Access::Of(As<JObject>(first)),
+                      Access::Of(As<JObject>(second)));
+  }
+  return false;
+}
+
+bool AreEqual(const Access::Elements& first, const Access::Elements& second) {
+  if (first.size() != second.size()) return false;
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    if (!AreEqual(first[i], second[i])) return false;
   }
   return true;
 }
 
-bool AreEqual(const JObject& first, const JObject& second) {
-  const auto keys = first.keys();
-  if (keys.size() != second.keys().size()) return false;
-  for (const SafeString& key : keys) {
-    if (!JsonReader::IsEqual(first.at(key), second.at(key))) return false;
+// Equal objects mostly have their members in the same order, so the one behind
+// the last that was found is tried first.
+bool AreEqual(const MemberTable& first, const MemberTable& second) {
+  if (first.size() != second.size()) return false;
+  const MemberTable::Node* other = second.first();
+  const MemberTable::Node* member = first.first();
+  for (; member != nullptr; member = member->next()) {
+    const MemberTable::Key key(*member);
+    if (other == nullptr || !other->Has(key)) other = second.find(key);
+    if (other == nullptr) return false;
+    if (!AreEqual(ValueOf(*member), ValueOf(*other))) return false;
+    other = other->next();
   }
   return true;
 }
@@ -783,22 +834,7 @@ bool AreEqual(const JObject& first, const JObject& second) {
 
 bool JsonReader::IsEqual(const JBase* first, const JBase* second) {
   if (first == nullptr || second == nullptr) return first == second;
-  if (first->type() != second->type()) return false;
-  switch (first->type()) {
-    case JType::Null:
-      return true;
-    case JType::Bool:
-      return As<JBool>(first).value() == As<JBool>(second).value();
-    case JType::Number:
-      return As<JNumber>(first).toString() == As<JNumber>(second).toString();
-    case JType::String:
-      return As<JString>(first).value() == As<JString>(second).value();
-    case JType::Array:
-      return AreEqual(As<JArray>(first), As<JArray>(second));
-    case JType::Object:
-      return AreEqual(As<JObject>(first), As<JObject>(second));
-  }
-  return false;
+  return AreEqual(first, second);
 }
 
 // The reader ------------------------------------------------------------------

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sametext.h"
+
 #include <foundation/debug/allocator.h>
 #include <foundation/text/safestring.h>
 
@@ -25,11 +27,14 @@ namespace vorn::foundation::json {
 // index only saves time: where there is no memory for it, the chain is walked.
 class MemberTable {
  public:
+  class Node;
+
   // A key together with its hash, so that one hash serves several operations.
   // Does not own the text.
   class Key {
    public:
     explicit Key(std::string_view text);
+    explicit Key(const Node& node);
 
     std::string_view text() const { return text_; }
     std::size_t hash() const { return hash_; }
@@ -38,8 +43,6 @@ class MemberTable {
     std::string_view text_;
     std::size_t hash_;
   };
-
-  class Node;
 
   // The bytes of a key at most. A longer one is refused as memory exhausted.
   static constexpr unsigned int kLongestKey = 0x7fffffff;
@@ -58,20 +61,21 @@ class MemberTable {
 
     std::string_view key() const { return {KeyBytes(), length_}; }
 
+    bool Has(const Key& key) const {
+      return hash_ == key.hash() && SameText(this->key(), key.text());
+    }
+
     void* value = nullptr;
 
    private:
     friend class MemberTable;
+    friend class Key;
 
     Node(std::size_t hash, unsigned int length)
         : hash_(hash), length_(length & kLongestKey), indexed_(0) {}
 
     const char* KeyBytes() const {
       return reinterpret_cast<const char*>(this + 1);
-    }
-
-    bool Has(const Key& key) const {
-      return hash_ == key.hash() && this->key() == key.text();
     }
 
     std::size_t hash_;
@@ -153,5 +157,8 @@ class MemberTable {
   unsigned int count_ = 0;
   unsigned int bucket_count_ = 1;
 };
+
+inline MemberTable::Key::Key(const Node& node)
+    : text_(node.key()), hash_(node.hash_) {}
 
 }  // namespace vorn::foundation::json

@@ -7,6 +7,8 @@
 
 namespace vorn::foundation::json {
 
+class Access;
+
 // A sequence of values. The array owns its elements and disposes them when they
 // are replaced, when it is cleared and when it is destroyed. No element is
 // null.
@@ -51,6 +53,8 @@ class __attribute__((visibility("default"))) JArray
   void toString(Context& context) const override;
 
  private:
+  friend class Access;
+
   using Elements = std::vector<JBase*, debug::Allocator<JBase*>>;
 
   Elements elements_;

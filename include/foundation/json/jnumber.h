@@ -5,6 +5,8 @@
 
 namespace vorn::foundation::json {
 
+class Access;
+
 // A number, kept as its text: what was parsed comes out byte for byte as it
 // went in, and two numbers are equal when their texts are. The conversions read
 // the text afresh on every call; they change nothing and report no error.
@@ -52,6 +54,8 @@ class __attribute__((visibility("default"))) JNumber
   void toString(Context& context) const override;
 
  private:
+  friend class Access;
+
   SafeString text_;
 };
 

@@ -8,6 +8,7 @@
 
 namespace vorn::foundation::json {
 
+class Access;
 class MemberTable;
 
 // A set of members, each a key with a value. Keys are unique and may hold any
@@ -62,6 +63,8 @@ class __attribute__((visibility("default"))) JObject
   void toString(Context& context) const override;
 
  private:
+  friend class Access;
+
   MemberTable& members();
   const MemberTable& members() const;
 

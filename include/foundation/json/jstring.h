@@ -5,6 +5,8 @@
 
 namespace vorn::foundation::json {
 
+class Access;
+
 // A string of any bytes, the byte 0 included; no encoding is checked.
 //
 // What copies a text throws std::bad_alloc when there is no memory for it; a
@@ -29,6 +31,8 @@ class __attribute__((visibility("default"))) JString
   void toString(Context& context) const override;
 
  private:
+  friend class Access;
+
   SafeString text_;
 };
 
