@@ -19,7 +19,9 @@
 #include <foundation/text/stringutils.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <string_view>
@@ -37,6 +39,7 @@ class Access {
  public:
   using Elements = JArray::Elements;
 
+  static SafeString& Text(JNumber& number) { return number.text_; }
   static const SafeString& Text(const JNumber& number) { return number.text_; }
   static const SafeString& Text(const JString& string) { return string.text_; }
   static Elements& Of(JArray& array) { return array.elements_; }
@@ -44,6 +47,9 @@ class Access {
   static MemberTable& Of(JObject& object) { return object.members(); }
   static const MemberTable& Of(const JObject& object) {
     return object.members();
+  }
+  static void SetMember(JObject& object, std::string_view key, JBase* value) {
+    object.setMember(key, value);
   }
 };
 
@@ -156,6 +162,7 @@ JBase* JNumber::clone() const {
 
 JString::JString() = default;
 JString::JString(const SafeString& text) : text_(text) {}
+JString::JString(SafeString&& text) : text_(std::move(text)) {}
 JString::~JString() = default;
 
 SafeString JString::value() const { return text_; }
@@ -258,9 +265,13 @@ bool JObject::existed(const SafeString& key) const {
   return at(key) != nullptr;
 }
 
+void JObject::setValue(const SafeString& key, JBase* value) {
+  setMember(key, value);
+}
+
 // A member that is replaced goes out of the table and in again: its place in
 // the order may change.
-void JObject::setValue(const SafeString& key, JBase* value) {
+void JObject::setMember(std::string_view key, JBase* value) {
   if (value == nullptr) return;
   const MemberTable::Key hashed(key);
   MemberTable::Handle member = members().take(hashed);
@@ -330,7 +341,11 @@ constexpr Escape kEscapes[] = {
 
 // What a character means to the loops that pass over many of them.
 enum CharacterClass : unsigned char {
-  kEscaped = 1,  // is written as an escape
+  kEscaped = 1,    // is written as an escape
+  kBlank = 2,      // stands between tokens
+  kLineEnd = 4,    // ends a comment, as the end of the text does
+  kNumber = 8,     // is part of a number token
+  kStringEnd = 16  // ends a run of plain characters in a string
 };
 
 struct CharacterTable {
@@ -338,6 +353,12 @@ struct CharacterTable {
 
   constexpr CharacterTable() {
     for (const Escape& escape : kEscapes) Add(escape.character, kEscaped);
+    for (const char blank : " \t\n\v\f\r") Add(blank, kBlank);
+    for (const char end : "\n\r") Add(end, kLineEnd);
+    for (const char part : "0123456789+-.eE") Add(part, kNumber);
+    for (const char end : "\"\\") Add(end, kStringEnd);
+    // The NULs of the literals above.
+    classes[0] = kLineEnd | kStringEnd;
   }
   constexpr void Add(char character, CharacterClass added) {
     unsigned char& entry = classes[static_cast<unsigned char>(character)];
@@ -551,16 +572,14 @@ constexpr unsigned int kNestingLimit = 1024;
   throw lang::Exception(rule, message);
 }
 
-bool IsBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-bool IsLineEnd(char c) { return c == '\n' || c == '\r'; }
+// Blanks and literals
 
 // blanks = *( blank / "//" *character line-end )
 void SkipBlanks(const char*& cursor) {
   for (;;) {
-    while (IsBlank(*cursor)) ++cursor;
+    while (Is(*cursor, kBlank)) ++cursor;
     if (cursor[0] != '/' || cursor[1] != '/') return;
-    while (*cursor != '\0' && !IsLineEnd(*cursor)) ++cursor;
+    while (!Is(*cursor, kLineEnd)) ++cursor;
   }
 }
 
@@ -568,43 +587,9 @@ void SkipBlanks(const char*& cursor) {
 // follows its last letter is not looked at.
 bool TakeLiteral(const char*& cursor, const char* literal) {
   if (!StringUtils::StartWith(cursor, literal)) return false;
-  while (*literal != '\0') ++cursor, ++literal;
+  cursor += std::strlen(literal);
   SkipBlanks(cursor);
   return true;
-}
-
-// Appends what a backslash and the letter behind it stand for, and passes them.
-// A backslash in front of any other character stands for itself.
-void GetEscape(const char*& cursor, SafeString& text) {
-  for (const Escape& escape : kEscapes) {
-    if (cursor[1] != escape.letter) continue;
-    text += escape.character;
-    cursor += 2;
-    return;
-  }
-  text += *cursor++;
-}
-
-// string = DQUOTE *( "\" letter / character ) DQUOTE
-SafeString GetString(const char*& cursor) {
-  SafeString text;
-  ++cursor;
-  while (*cursor != '"') {
-    if (*cursor == '\0') Fail("GetString", "string is not end with '\"'");
-    if (*cursor == '\\') {
-      GetEscape(cursor, text);
-    } else {
-      text += *cursor++;
-    }
-  }
-  ++cursor;
-  return text;
-}
-
-JBase* ParseString(const char*& cursor) {
-  const SafeString text = GetString(cursor);
-  SkipBlanks(cursor);
-  return Create<JString>(tags::kParseString, text);
 }
 
 // bool = "false" / "true"
@@ -629,21 +614,112 @@ JBase* ParseNullOrNan(const char*& cursor) {
   Fail("ParseNull", "data error");
 }
 
-bool IsNumberCharacter(char c) {
-  return (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.' ||
-         c == 'e' || c == 'E';
+// Strings
+
+// A string as it stands in the text, without its quotes.
+struct Quoted {
+  std::string_view text;
+  std::size_t escapes;  // two characters that stand for one
+};
+
+bool IsEscape(const char* backslash) {
+  return std::any_of(
+      std::begin(kEscapes), std::end(kEscapes),
+      [=](const Escape& escape) { return escape.letter == backslash[1]; });
 }
 
-// token = *( DIGIT / "+" / "-" / "." / "e" / "E" ), as JNumber accepts it. The
-// token is judged also when there is no memory for the number: malformed text
-// fails alike with and without.
-JBase* ParseNumberToken(const char*& cursor) {
+// string = DQUOTE *( "\" letter / character ) DQUOTE
+//
+// A backslash in front of a letter that makes no escape stands for itself.
+Quoted PassString(const char*& cursor) {
+  const char* const begin = ++cursor;
+  std::size_t escapes = 0;
+  for (;;) {
+    while (!Is(*cursor, kStringEnd)) ++cursor;
+    if (*cursor == '\0') Fail("GetString", "string is not end with '\"'");
+    if (*cursor == '"') break;
+    if (IsEscape(cursor)) {
+      ++escapes;
+      ++cursor;
+    }
+    ++cursor;
+  }
+  const char* const end = cursor++;
+  return {{begin, static_cast<std::size_t>(end - begin)}, escapes};
+}
+
+// The characters that a string stands for.
+SafeString Decode(const Quoted& quoted) {
+  if (quoted.escapes == 0) return SafeString(quoted.text);
+  SafeString text;
+  text.reserve(quoted.text.size() - quoted.escapes);
+  const char* at = quoted.text.data();
+  const char* const end = at + quoted.text.size();
+  while (at != end) {
+    const char* const run = at;
+    while (at != end && *at != '\\') ++at;
+    text.append(run, at);
+    if (at == end) break;
+    const auto* escape = std::find_if(
+        std::begin(kEscapes), std::end(kEscapes),
+        [=](const Escape& known) { return known.letter == at[1]; });
+    const bool known = escape != std::end(kEscapes);
+    text += known ? escape->character : '\\';
+    at += known ? 2 : 1;
+  }
+  return text;
+}
+
+JBase* ParseString(const char*& cursor) {
+  const Quoted quoted = PassString(cursor);
+  SkipBlanks(cursor);
+  return Create<JString>(tags::kParseString, Decode(quoted));
+}
+
+// Numbers
+
+// Moves past one digit or more; false when there is none.
+bool PassDigits(const char*& at) {
+  const char* const begin = at;
+  while (*at >= '0' && *at <= '9') ++at;
+  return at != begin;
+}
+
+// number = [ "-" ] ( "0" / digit1-9 *DIGIT ) [ "." 1*DIGIT ]
+//          [ ( "e" / "E" ) [ "+" / "-" ] 1*DIGIT ]
+//
+// Whether such a number stands there; moves past it, or to the fault.
+bool PassNumber(const char*& at) {
+  if (*at == '-') ++at;
+  if (*at == '0') {
+    ++at;
+  } else if (!PassDigits(at)) {
+    return false;
+  }
+  if (*at == '.' && !PassDigits(++at)) return false;
+  if (*at != 'e' && *at != 'E') return true;
+  ++at;
+  if (*at == '+' || *at == '-') ++at;
+  return PassDigits(at);
+}
+
+// token = *( DIGIT / "+" / "-" / "." / "e" / "E" )
+//
+// What JSON takes for a number needs no other judgement; of anything else,
+// JNumber knows. It is judged also when there is no memory for the number:
+// malformed text fails alike with and without.
+JBase* ParseToken(const char*& cursor) {
   const char* end = cursor;
-  while (IsNumberCharacter(*end)) ++end;
-  const SafeString token(cursor, end);
+  bool accepted = PassNumber(end) && !Is(*end, kNumber);
+  while (Is(*end, kNumber)) ++end;
+  SafeString token(cursor, end);
   ScopedPointer<JNumber> number(Create<JNumber>(tags::kParseNumber));
-  const bool accepted = number ? number->fromString(token)
-                               : StringUtils::GetNumberFormat(token) != 0;
+  if (accepted) {
+    if (number) Access::Text(*number.get()) = std::move(token);
+  } else {
+    accepted = number ? number->fromString(token)
+                      : StringUtils::GetNumberFormat(token) != 0;
+  }
   if (!accepted) {
     Destroy(number.release(), tags::kRefuseNumber);
     Fail("ParseNumber", "number is incorrect");
@@ -655,14 +731,76 @@ JBase* ParseNumberToken(const char*& cursor) {
 
 // number = "inf" / "-inf" / token
 JBase* ParseNumber(const char*& cursor) {
+  const char letter = cursor[*cursor == '-' ? 1 : 0];
+  if (letter != 'i') return ParseToken(cursor);
   if (TakeLiteral(cursor, "inf")) return MakeNumber(tags::kParseInf, "inf");
   if (TakeLiteral(cursor, "-inf")) {
     return MakeNumber(tags::kParseMinusInf, "-inf");
   }
-  return ParseNumberToken(cursor);
+  return ParseToken(cursor);
 }
 
-JBase* ParseValue(const char*& cursor, unsigned int depth);
+// Containers
+
+using Elements = Access::Elements;
+
+// An array under construction. Its elements wait behind those of the arrays
+// around it, and the array stores them once, when their number is known.
+class OpenArray {
+ public:
+  explicit OpenArray(Elements& waiting)
+      : array_(Create<JArray>(tags::kParseArray)),
+        waiting_(waiting),
+        first_(waiting.size()) {}
+  OpenArray(const OpenArray&) = delete;
+  OpenArray& operator=(const OpenArray&) = delete;
+  ~OpenArray() {
+    if (array_) Abandon();
+  }
+
+  // Takes the element over; null is ignored. Throws when there was no memory
+  // for the array itself.
+  void Add(ScopedPointer<JBase>& element) {
+    array_.operator->();
+    if (!element) return;
+    waiting_.push_back(element.get());
+    element.release();
+  }
+
+  // The finished array, which the caller owns.
+  JBase* Close() {
+    if (array_) Store();
+    return array_.release();
+  }
+
+ private:
+  void Store() {
+    const auto first = waiting_.begin() + first_;
+    Access::Of(*array_.get()).assign(first, waiting_.end());
+    waiting_.erase(first, waiting_.end());
+  }
+
+  // The array disposes its elements. Only when it has no room to take them,
+  // they go after it.
+  void Abandon() {
+    try {
+      Store();
+      array_.reset();
+    } catch (const std::bad_alloc&) {
+      array_.reset();
+      for (auto it = waiting_.begin() + first_; it != waiting_.end(); ++it) {
+        (*it)->dispose();
+      }
+      waiting_.erase(waiting_.begin() + first_, waiting_.end());
+    }
+  }
+
+  ScopedPointer<JArray> array_;
+  Elements& waiting_;
+  const std::ptrdiff_t first_;
+};
+
+JBase* ParseValue(const char*& cursor, Elements& waiting, unsigned int depth);
 
 void CheckDepth(unsigned int depth) {
   if (depth == kNestingLimit) Fail("Parse", "nesting is too deep");
@@ -679,20 +817,19 @@ bool ArraySkip(const char*& cursor) {
 }
 
 // array = "[" [ value *( "," value ) ] "]"
-JBase* ParseArray(const char*& cursor, unsigned int depth) {
+JBase* ParseArray(const char*& cursor, Elements& waiting, unsigned int depth) {
   CheckDepth(depth);
-  ScopedPointer<JArray> array(Create<JArray>(tags::kParseArray));
+  OpenArray array(waiting);
   bool more = ArraySkip(cursor);
   while (more) {
-    ScopedPointer<JBase> element(ParseValue(cursor, depth + 1));
-    array->append(element.get());
-    element.release();
+    ScopedPointer<JBase> element(ParseValue(cursor, waiting, depth + 1));
+    array.Add(element);
     if (*cursor != ',' && *cursor != ']') Fail("ParseArray", "missing ']'");
     more = *cursor == ',' && ArraySkip(cursor);
   }
   ++cursor;
   SkipBlanks(cursor);
-  return array.release();
+  return array.Close();
 }
 
 // Passes the "{" or "," of an object; false when its "}" follows, else the
@@ -708,24 +845,35 @@ bool ParseKey(const char*& cursor) {
 }
 
 // field = string ":"
-SafeString ParseField(const char*& cursor) {
-  SafeString key = GetString(cursor);
+Quoted ParseField(const char*& cursor) {
+  const Quoted key = PassString(cursor);
   SkipBlanks(cursor);
   if (*cursor != ':') Fail("ParseObject", "field not combined with ':'");
   ++cursor;
   return key;
 }
 
+// Hands the value over to the object. Most keys go from the text straight into
+// their place.
+[[gnu::noinline]] void SetMember(JObject& object, const Quoted& key,
+                                 ScopedPointer<JBase>& value) {
+  if (key.escapes == 0) {
+    Access::SetMember(object, key.text, value.get());
+  } else {
+    Access::SetMember(object, Decode(key), value.get());
+  }
+  value.release();
+}
+
 // object = "{" [ field value *( "," field value ) ] "}"
-JBase* ParseObject(const char*& cursor, unsigned int depth) {
+JBase* ParseObject(const char*& cursor, Elements& waiting, unsigned int depth) {
   CheckDepth(depth);
   ScopedPointer<JObject> object(Create<JObject>(tags::kParseObject));
   bool more = ParseKey(cursor);
   while (more) {
-    const SafeString key = ParseField(cursor);
-    ScopedPointer<JBase> value(ParseValue(cursor, depth + 1));
-    object->setValue(key, value.get());
-    value.release();
+    const Quoted key = ParseField(cursor);
+    ScopedPointer<JBase> value(ParseValue(cursor, waiting, depth + 1));
+    SetMember(*object.operator->(), key, value);
     if (*cursor != ',' && *cursor != '}') {
       Fail("ParseObject", "missing '}' or have some extra data characters");
     }
@@ -737,13 +885,13 @@ JBase* ParseObject(const char*& cursor, unsigned int depth) {
 }
 
 // value = blanks ( object / array / string / bool / null-or-nan / number )
-JBase* ParseValue(const char*& cursor, unsigned int depth) {
+JBase* ParseValue(const char*& cursor, Elements& waiting, unsigned int depth) {
   SkipBlanks(cursor);
   switch (*cursor) {
     case '{':
-      return ParseObject(cursor, depth);
+      return ParseObject(cursor, waiting, depth);
     case '[':
-      return ParseArray(cursor, depth);
+      return ParseArray(cursor, waiting, depth);
     case '"':
       return ParseString(cursor);
     case 't':
@@ -760,7 +908,8 @@ JBase* ParseValue(const char*& cursor, unsigned int depth) {
 
 // text = value
 JBase* Compile(const char*& cursor) {
-  ScopedPointer<JBase> root(ParseValue(cursor, 0));
+  Elements waiting;
+  ScopedPointer<JBase> root(ParseValue(cursor, waiting, 0));
   if (root && *cursor != '\0') {
     Destroy(root.release(), tags::kCompile);
     Fail("Parse", "extra data characters");

@@ -4,6 +4,7 @@
 #include <foundation/json/jbase.h>
 #include <foundation/text/safestring.h>
 
+#include <string_view>
 #include <vector>
 
 namespace vorn::foundation::json {
@@ -65,6 +66,7 @@ class __attribute__((visibility("default"))) JObject
  private:
   friend class Access;
 
+  void setMember(std::string_view key, JBase* value);
   MemberTable& members();
   const MemberTable& members() const;
 

@@ -19,6 +19,9 @@ class __attribute__((visibility("default"))) JString
 
   // A copy of the text.
   explicit JString(const SafeString& text);
+
+  // Takes the text over without a copy.
+  explicit JString(SafeString&& text);
   ~JString() override;
 
   // A copy of the text.
