@@ -575,12 +575,22 @@ constexpr unsigned int kNestingLimit = 1024;
 // Blanks and literals
 
 // blanks = *( blank / "//" *character line-end )
-void SkipBlanks(const char*& cursor) {
+const char* BehindBlanks(const char* at) {
   for (;;) {
-    while (Is(*cursor, kBlank)) ++cursor;
-    if (cursor[0] != '/' || cursor[1] != '/') return;
-    while (!Is(*cursor, kLineEnd)) ++cursor;
+    while (*at == ' ') ++at;
+    if (at[0] == '/' && at[1] == '/') {
+      while (!Is(*at, kLineEnd)) ++at;
+    } else if (Is(*at, kBlank)) {
+      ++at;
+    } else {
+      return at;
+    }
   }
+}
+
+// Most tokens have no blanks behind them.
+inline void SkipBlanks(const char*& cursor) {
+  if (Is(*cursor, kBlank) || *cursor == '/') cursor = BehindBlanks(cursor);
 }
 
 // Passes the literal and the blanks behind it, if it stands at the cursor. What
@@ -632,20 +642,21 @@ bool IsEscape(const char* backslash) {
 //
 // A backslash in front of a letter that makes no escape stands for itself.
 Quoted PassString(const char*& cursor) {
-  const char* const begin = ++cursor;
+  const char* const begin = cursor + 1;
+  const char* at = begin;
   std::size_t escapes = 0;
-  for (;;) {
-    while (!Is(*cursor, kStringEnd)) ++cursor;
-    if (*cursor == '\0') Fail("GetString", "string is not end with '\"'");
-    if (*cursor == '"') break;
-    if (IsEscape(cursor)) {
+  for (;; ++at) {
+    while (!Is(*at, kStringEnd)) ++at;
+    if (*at != '\\') break;
+    if (IsEscape(at)) {
       ++escapes;
-      ++cursor;
+      ++at;
     }
-    ++cursor;
   }
-  const char* const end = cursor++;
-  return {{begin, static_cast<std::size_t>(end - begin)}, escapes};
+  cursor = at;
+  if (*at == '\0') Fail("GetString", "string is not end with '\"'");
+  ++cursor;
+  return {{begin, static_cast<std::size_t>(at - begin)}, escapes};
 }
 
 // The characters that a string stands for.
