@@ -38,12 +38,13 @@ class __attribute__((visibility("default"))) JsonException
 // valid until their index, or one above them, is written again, fromString() is
 // called or the archiver is destroyed.
 //
-// Writes throw JsonException as listed above. With exhausted memory every
-// operation but fromString(), which returns false for malformed text, throws
-// std::bad_alloc, or lang::Exception ("access null") while the object monitor
-// traces. After a write that throws, the content is what it was before, but for
-// the kind of an empty archiver, which the write decides all the same. Reads of
-// another kind find nothing and throw nothing.
+// Writes throw JsonException as listed above; data that cannot be parsed for
+// want of memory counts as malformed. With exhausted memory every other
+// operation but fromString() throws std::bad_alloc, or lang::Exception ("access
+// null") while the object monitor traces. After a write that throws, the
+// content is what it was before, but for the kind of an empty archiver, which
+// the write decides all the same. Reads of another kind find nothing and throw
+// nothing.
 class __attribute__((visibility("default"))) JsonArchiver
     : public io::IArchiver {
  public:

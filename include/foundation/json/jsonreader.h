@@ -33,6 +33,9 @@ class __attribute__((visibility("default"))) JsonReader {
   // value of any kind. Returns whether the reader holds its tree now: false for
   // null, for malformed text and when memory is exhausted, with nothing left
   // behind. Nothing is thrown.
+  //
+  // While the object monitor traces and has no memory for a single value, that
+  // value is left out of its array or object, and the reading goes on.
   bool fromString(const char* text);
 
   // The same with the text of a string, up to its first NUL byte.
