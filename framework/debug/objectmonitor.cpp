@@ -7,6 +7,7 @@
 
 #include "guardedblock.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
@@ -27,10 +28,9 @@ std::atomic<bool> trace{false};
 // A lock for a few instructions, with no more than a flag to it.
 class SpinLock {
  public:
+  bool try_lock() { return !flag_.test_and_set(std::memory_order_acquire); }
   void lock() {
-    while (flag_.test_and_set(std::memory_order_acquire)) {
-      std::this_thread::yield();
-    }
+    while (!try_lock()) std::this_thread::yield();
   }
   void unlock() { flag_.clear(std::memory_order_release); }
 
@@ -59,18 +59,21 @@ struct Origin {
 // All origins so far. They are found without a lock, and added under one.
 class Origins {
  public:
-  // The origin, which is added if it is new. Throws std::bad_alloc when memory
-  // is exhausted, or the numbers are.
-  static const Origin& Of(const char* file, int line, const char* function,
-                          unsigned int size) {
-    std::atomic<const Origin*>& chain = chains_[HashOf(file, line)];
-    const Origin* origin = chain.load(std::memory_order_acquire);
+  // The origin, or null if it is new.
+  static const Origin* Find(const char* file, int line, const char* function,
+                            unsigned int size) {
+    const Origin* origin =
+        chains_[HashOf(file, line)].load(std::memory_order_acquire);
     while (origin != nullptr && !origin->Is(file, line, function, size)) {
       origin = origin->next;
     }
-    return origin != nullptr ? *origin
-                             : Add(chain, {file, line, function, size});
+    return origin;
   }
+
+  // The origin, which is added if it is new. Throws std::bad_alloc when memory
+  // is exhausted, or the numbers are.
+  static const Origin& FindOrAdd(const char* file, int line,
+                                 const char* function, unsigned int size);
 
   static const Origin& Numbered(unsigned int number) {
     return blocks_[number / kBlock].load(
@@ -89,9 +92,6 @@ class Origins {
            kChains;
   }
 
-  [[gnu::cold]] static const Origin& Add(std::atomic<const Origin*>& chain,
-                                         Origin origin);
-
   static std::mutex mutex_;
   static unsigned int count_;
   static std::atomic<const Origin*> chains_[kChains];
@@ -103,16 +103,10 @@ unsigned int Origins::count_ = 0;
 std::atomic<const Origin*> Origins::chains_[kChains];
 std::atomic<Origin*> Origins::blocks_[kMost / kBlock];
 
-const Origin& Origins::Add(std::atomic<const Origin*>& chain, Origin origin) {
+const Origin& Origins::FindOrAdd(const char* file, int line,
+                                 const char* function, unsigned int size) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  // Another thread may have been faster.
-  origin.next = chain.load(std::memory_order_relaxed);
-  for (const Origin* known = origin.next; known != nullptr;
-       known = known->next) {
-    if (known->Is(origin.file, origin.line, origin.function, origin.size)) {
-      return *known;
-    }
-  }
+  if (const Origin* known = Find(file, line, function, size)) return *known;
   if (count_ == kMost) throw std::bad_alloc();
   std::atomic<Origin*>& block = blocks_[count_ / kBlock];
   if (count_ % kBlock == 0) {
@@ -120,9 +114,11 @@ const Origin& Origins::Add(std::atomic<const Origin*>& chain, Origin origin) {
     if (memory == nullptr) throw std::bad_alloc();
     block.store(static_cast<Origin*>(memory), std::memory_order_release);
   }
-  origin.number = static_cast<std::uint16_t>(count_);
+  std::atomic<const Origin*>& chain = chains_[HashOf(file, line)];
   Origin* const place = block.load(std::memory_order_relaxed) + count_ % kBlock;
-  const Origin* const added = ::new (static_cast<void*>(place)) Origin(origin);
+  const Origin* const added = ::new (static_cast<void*>(place)) Origin{
+      file,        line, function, size, static_cast<std::uint16_t>(count_),
+      chain.load()};
   ++count_;
   chain.store(added, std::memory_order_release);
   return *added;
@@ -130,8 +126,9 @@ const Origin& Origins::Add(std::atomic<const Origin*>& chain, Origin origin) {
 
 // Live objects ----------------------------------------------------------------
 
-// An object in the list: 48 bits of address, which is all that user space has,
-// and 16 of the origin's number. No object has the address 0.
+// A place in the list: free, given up by an object that was released, or taken
+// by one: 48 bits of its address, which is all that user space has, and 16 of
+// its origin's number. No object has the address 0.
 class Entry {
  public:
   Entry() = default;
@@ -140,9 +137,12 @@ class Entry {
               origin) {}
 
   bool IsFree() const { return word_ == 0; }
-  bool Is(const void* object) const {
+  bool IsTaken() const { return word_ >> 16 != 0; }
+  bool IsOf(const void* object) const {
     return word_ >> 16 == reinterpret_cast<std::uintptr_t>(object);
   }
+  void GiveUp() { word_ = 1; }
+
   std::uintptr_t Address() const {
     return static_cast<std::uintptr_t>(word_ >> 16);
   }
@@ -164,15 +164,23 @@ std::uint32_t HashOf(std::uintptr_t address) {
 // bytes where there are 64 bits, and 16 where there are 32.
 class alignas(64) Part {
  public:
-  std::unique_lock<SpinLock> Lock() { return std::unique_lock(lock_); }
+  SpinLock& lock() { return lock_; }
+
+  bool HasRoom() const { return used_ < limit_; }
+
+  // Makes room for one object more. Throws std::bad_alloc when memory is
+  // exhausted.
+  void MakeRoom();
 
   // Adds an object. One that is in the list already was released behind the
-  // monitor's back. Throws std::bad_alloc when the table cannot grow.
+  // monitor's back. REQUIRES: HasRoom().
   void Add(std::uint32_t hash, const void* object, unsigned int origin) {
-    if (count_ >= limit_) Grow();
     Entry* entry = Home(hash);
-    while (!entry->IsFree() && !entry->Is(object)) entry = After(entry);
-    if (entry->IsFree()) ++count_;
+    while (!entry->IsFree() && !entry->IsOf(object)) entry = After(entry);
+    if (entry->IsFree()) {
+      ++used_;
+      ++count_;
+    }
     *entry = Entry(object, origin);
   }
 
@@ -180,13 +188,13 @@ class alignas(64) Part {
   Entry Remove(std::uint32_t hash, const void* object) {
     if (count_ == 0) return Entry();
     Entry* entry = Home(hash);
-    while (!entry->Is(object)) {
+    while (!entry->IsOf(object)) {
       if (entry->IsFree()) return Entry();
       entry = After(entry);
     }
     const Entry removed = *entry;
+    entry->GiveUp();
     --count_;
-    CloseGap(entry);
     return removed;
   }
 
@@ -195,13 +203,17 @@ class alignas(64) Part {
   template <class Visit>
   void ForEach(Visit visit) const {
     for (const Entry* entry = entries_; entry != end_; ++entry) {
-      if (!entry->IsFree()) visit(*entry);
+      if (entry->IsTaken()) visit(*entry);
     }
   }
 
  private:
+  static constexpr bool kRoomy = sizeof(void*) == 8;
+  static constexpr std::size_t kLeastPercent = kRoomy ? 35 : 50;
+  static constexpr std::size_t kFullPercent = kRoomy ? 70 : 75;
+
   Entry* Home(std::uint32_t hash) const {
-    // The part's own bits are the same for all its objects.
+    // The upper bits are the same for all objects of the part.
     const auto size = static_cast<std::uint64_t>(end_ - entries_);
     return entries_ + (static_cast<std::uint32_t>(hash << 4) * size >> 32);
   }
@@ -209,44 +221,28 @@ class alignas(64) Part {
     return ++entry == end_ ? entries_ : entry;
   }
 
-  void CloseGap(Entry* gap);
-  [[gnu::cold]] void Grow();
-
-  static constexpr bool kRoomy = sizeof(void*) == 8;
-  static constexpr std::size_t kFullPercent = kRoomy ? 70 : 75;
-
   SpinLock lock_;
-  unsigned int count_ = 0;
-  unsigned int limit_ = 0;  // of count_, before the table grows
+  unsigned int count_ = 0;  // of the places that are taken
+  unsigned int used_ = 0;   // of those and the ones given up
+  unsigned int limit_ = 0;  // of used_, before the table is built anew
   Entry* entries_ = nullptr;
   Entry* end_ = nullptr;
 };
 
-// Moves up what would no longer be found behind the gap.
-void Part::CloseGap(Entry* gap) {
-  for (Entry* entry = After(gap); !entry->IsFree(); entry = After(entry)) {
-    const Entry* const home = Home(HashOf(entry->Address()));
-    const bool passes_gap = gap <= entry ? home <= gap || home > entry
-                                         : home <= gap && home > entry;
-    if (!passes_gap) continue;
-    *gap = *entry;
-    gap = entry;
-  }
-  *gap = Entry();
-}
-
-void Part::Grow() {
-  const auto old_size = static_cast<std::size_t>(end_ - entries_);
-  const std::size_t size = old_size + (kRoomy ? old_size : old_size / 2) + 16;
+// Builds the table anew, without the places given up. It never shrinks.
+void Part::MakeRoom() {
+  const std::size_t size =
+      std::max(static_cast<std::size_t>(end_ - entries_),
+               std::size_t{count_} * 100 / kLeastPercent + 16);
   void* const memory = std::calloc(size, sizeof(Entry));
   if (memory == nullptr) throw std::bad_alloc();
-  Entry* const old_entries = entries_;
-  Entry* const old_end = end_;
-  entries_ = static_cast<Entry*>(memory);
-  end_ = entries_ + size;
+  Entry* const old_entries =
+      std::exchange(entries_, static_cast<Entry*>(memory));
+  Entry* const old_end = std::exchange(end_, entries_ + size);
   limit_ = static_cast<unsigned int>(size * kFullPercent / 100);
-  for (Entry* entry = old_entries; entry != old_end; ++entry) {
-    if (entry->IsFree()) continue;
+  used_ = count_;
+  for (const Entry* entry = old_entries; entry != old_end; ++entry) {
+    if (!entry->IsTaken()) continue;
     Entry* place = Home(HashOf(entry->Address()));
     while (!place->IsFree()) place = After(place);
     *place = *entry;
@@ -260,11 +256,13 @@ std::atomic<std::size_t> unknown_releases{0};
 
 Part& PartOf(std::uint32_t hash) { return parts[hash >> 28]; }
 
+using Guard = std::lock_guard<SpinLock>;
+
 // Takes the object out of the list and returns its entry.
 Entry Forget(const void* object) {
   const std::uint32_t hash = HashOf(reinterpret_cast<std::uintptr_t>(object));
   Part& part = PartOf(hash);
-  const auto lock = part.Lock();
+  const Guard guard(part.lock());
   return part.Remove(hash, object);
 }
 
@@ -284,7 +282,7 @@ LeakInfo ReleaseBlock(void* object) {
 template <class Visit>
 void ForEachObject(Visit visit) {
   for (Part& part : parts) {
-    const auto lock = part.Lock();
+    const Guard guard(part.lock());
     part.ForEach(visit);
   }
 }
@@ -303,14 +301,35 @@ void ObjectMonitor::_Dealloc(unsigned char* address, unsigned int size) {
   if (address != nullptr) FreeGuarded(address, size, "ObjectMonitor::_Dealloc");
 }
 
+namespace {
+
+// The long way of recording an object: its origin may be new, its part of the
+// list full or locked.
+[[gnu::noinline]] void Record(const void* object, const char* file, int line,
+                              const char* function, unsigned int size) {
+  const Origin& origin = Origins::FindOrAdd(file, line, function, size);
+  const std::uint32_t hash = HashOf(reinterpret_cast<std::uintptr_t>(object));
+  Part& part = PartOf(hash);
+  const Guard guard(part.lock());
+  if (!part.HasRoom()) part.MakeRoom();
+  part.Add(hash, object, origin.number);
+}
+
+}  // namespace
+
 void ObjectMonitor::_IncLeak(void* object, const char* file, int line,
                              const char* function, unsigned int size) {
   if (object == nullptr) return;
-  const Origin& origin = Origins::Of(file, line, function, size);
+  const Origin* const origin = Origins::Find(file, line, function, size);
   const std::uint32_t hash = HashOf(reinterpret_cast<std::uintptr_t>(object));
   Part& part = PartOf(hash);
-  const auto lock = part.Lock();
-  part.Add(hash, object, origin.number);
+  if (origin == nullptr || !part.lock().try_lock()) {
+    return Record(object, file, line, function, size);
+  }
+  const bool room = part.HasRoom();
+  if (room) part.Add(hash, object, origin->number);
+  part.lock().unlock();
+  if (!room) Record(object, file, line, function, size);
 }
 
 void ObjectMonitor::_DecLeak(void* object) { Release(object); }
@@ -391,7 +410,7 @@ void ObjectMonitor::SetTrace(bool on) {
 std::size_t ObjectMonitor::LiveCount() {
   std::size_t count = 0;
   for (Part& part : parts) {
-    const auto lock = part.Lock();
+    const Guard guard(part.lock());
     count += part.count();
   }
   return count;
