@@ -269,17 +269,15 @@ void JObject::setValue(const SafeString& key, JBase* value) {
   setMember(key, value);
 }
 
-// A member that is replaced goes out of the table and in again: its place in
-// the order may change.
+// A member that is replaced is removed first, so its place in the order may
+// change, and it is gone when there is no memory for the new one.
 void JObject::setMember(std::string_view key, JBase* value) {
   if (value == nullptr) return;
   const MemberTable::Key hashed(key);
-  MemberTable::Handle member = members().take(hashed);
-  if (member) {
-    ValueOf(*member)->dispose();
-  } else {
-    member = MemberTable::Make(hashed);
+  if (const MemberTable::Handle former = members().take(hashed)) {
+    ValueOf(*former)->dispose();
   }
+  MemberTable::Handle member = MemberTable::Make(hashed);
   member->value = value;
   members().put(std::move(member));
 }
