@@ -2,14 +2,14 @@
 // load themselves back. A file with a fault is refused, with the field and what
 // was expected there, and leaves the settings as they were.
 
-#include <foundation/json/jsonarchiver.h>
-#include <foundation/text/stringutils.h>
-
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <utility>
 #include <vector>
+
+#include <foundation/json/jsonarchiver.h>
+#include <foundation/text/stringutils.h>
 
 using vorn::foundation::SafeString;
 using vorn::foundation::io::IArchiver;

@@ -1,11 +1,11 @@
 // Reads a JSON text, looks at it, changes it and writes it back.
 
+#include <cstdio>
+#include <iostream>
+
 #include <foundation/debug/memorymonitor.h>
 #include <foundation/debug/objectmonitor.h>
 #include <foundation/json/json.h>
-
-#include <cstdio>
-#include <iostream>
 
 using namespace vorn::foundation;
 using namespace vorn::foundation::json;

@@ -8,16 +8,6 @@
 
 #include <foundation/json/json.h>
 
-#include "checked.h"
-#include "compile.h"
-#include "membertable.h"
-#include "sametext.h"
-#include "tags.h"
-
-#include <foundation/generic/scopedpointer.h>
-#include <foundation/lang/exception.h>
-#include <foundation/text/stringutils.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -26,6 +16,16 @@
 #include <new>
 #include <string_view>
 #include <utility>
+
+#include <foundation/generic/scopedpointer.h>
+#include <foundation/lang/exception.h>
+#include <foundation/text/stringutils.h>
+
+#include "checked.h"
+#include "compile.h"
+#include "membertable.h"
+#include "sametext.h"
+#include "tags.h"
 
 namespace vorn::foundation::json {
 

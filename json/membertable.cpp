@@ -2,8 +2,8 @@
 
 #include "membertable.h"
 
-#include <bits/functional_hash.h>
 #include <algorithm>
+#include <bits/functional_hash.h>
 #include <limits>
 #include <map>
 #include <new>

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "sametext.h"
-
-#include <foundation/debug/allocator.h>
-#include <foundation/text/safestring.h>
-
 #include <cstddef>
 #include <memory>
 #include <string_view>
 #include <vector>
+
+#include <foundation/debug/allocator.h>
+#include <foundation/text/safestring.h>
+
+#include "sametext.h"
 
 namespace vorn::foundation::json {
 

@@ -6,19 +6,6 @@
 // the exit status. What a command made is released when it returns, so that the
 // report, which comes last, shows what was left behind.
 
-#include "checked.h"
-#include "compile.h"
-
-#include <foundation/debug/memorymonitor.h>
-#include <foundation/debug/objectmonitor.h>
-#include <foundation/debug/tracked.h>
-#include <foundation/generic/scopedpointer.h>
-#include <foundation/json/json.h>
-#include <foundation/lang/exception.h>
-#include <foundation/text/stringutils.h>
-
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -32,7 +19,19 @@
 #include <stdexcept>
 #include <streambuf>
 #include <string_view>
+#include <sys/stat.h>
 #include <vector>
+
+#include <foundation/debug/memorymonitor.h>
+#include <foundation/debug/objectmonitor.h>
+#include <foundation/debug/tracked.h>
+#include <foundation/generic/scopedpointer.h>
+#include <foundation/json/json.h>
+#include <foundation/lang/exception.h>
+#include <foundation/text/stringutils.h>
+
+#include "checked.h"
+#include "compile.h"
 
 namespace {
 

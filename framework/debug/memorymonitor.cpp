@@ -1,8 +1,8 @@
 #include <foundation/debug/memorymonitor.h>
 
-#include "guardedblock.h"
-
 #include <atomic>
+
+#include "guardedblock.h"
 
 namespace vorn::foundation::debug {
 

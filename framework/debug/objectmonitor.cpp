@@ -5,8 +5,6 @@
 
 #include <foundation/debug/objectmonitor.h>
 
-#include "guardedblock.h"
-
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
@@ -18,6 +16,8 @@
 #include <ostream>
 #include <thread>
 #include <utility>
+
+#include "guardedblock.h"
 
 namespace vorn::foundation::debug {
 

@@ -1,12 +1,12 @@
 #include "arrayarchiver.h"
 
+#include <utility>
+
 #include <foundation/text/stringutils.h>
 
 #include "../checked.h"
 #include "../tags.h"
 #include "archiverutils.h"
-
-#include <utility>
 
 namespace vorn::foundation::json {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "itypedarchiver.h"
-
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/jarray.h>
+
+#include "itypedarchiver.h"
 
 namespace vorn::foundation::json {
 

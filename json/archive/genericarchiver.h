@@ -1,8 +1,8 @@
 #pragma once
 
-#include "itypedarchiver.h"
-
 #include <foundation/generic/scopedpointer.h>
+
+#include "itypedarchiver.h"
 
 namespace vorn::foundation::json {
 

@@ -3,14 +3,14 @@
 
 #include <foundation/json/jsonarchiver.h>
 
+#include <utility>
+
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/jsonreader.h>
 
 #include "../checked.h"
 #include "../tags.h"
 #include "archiverutils.h"
-
-#include <utility>
 
 namespace vorn::foundation::json {
 

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "itypedarchiver.h"
-
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/jobject.h>
 
 #include "../membertable.h"
+#include "itypedarchiver.h"
 
 namespace vorn::foundation::json {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <foundation/debug/memorymonitor.h>
-
 #include <cstddef>
 #include <limits>
 #include <new>
+
+#include <foundation/debug/memorymonitor.h>
 
 namespace vorn::foundation::debug {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <foundation/debug/objectmonitor.h>
-
 #include <new>
 #include <utility>
+
+#include <foundation/debug/objectmonitor.h>
 
 namespace vorn::foundation::debug {
 

@@ -1,13 +1,13 @@
 #pragma once
 
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
+
 #include <foundation/debug/tracked.h>
 #include <foundation/lang/disposable.h>
 #include <foundation/lang/exception.h>
 #include <foundation/text/safestring.h>
-
-#include <type_traits>
-#include <typeinfo>
-#include <utility>
 
 namespace vorn::foundation::generic {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <vector>
+
 #include <foundation/debug/allocator.h>
 #include <foundation/lang/interface.h>
 #include <foundation/text/safestring.h>
-
-#include <vector>
 
 namespace vorn::foundation::io {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <foundation/debug/allocator.h>
-
 #include <sstream>
 #include <string>
+
+#include <foundation/debug/allocator.h>
 
 namespace vorn::foundation::json {
 

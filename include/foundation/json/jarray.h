@@ -1,9 +1,9 @@
 #pragma once
 
+#include <vector>
+
 #include <foundation/debug/allocator.h>
 #include <foundation/json/jbase.h>
-
-#include <vector>
 
 namespace vorn::foundation::json {
 

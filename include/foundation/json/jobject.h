@@ -1,11 +1,11 @@
 #pragma once
 
+#include <string_view>
+#include <vector>
+
 #include <foundation/debug/allocator.h>
 #include <foundation/json/jbase.h>
 #include <foundation/text/safestring.h>
-
-#include <string_view>
-#include <vector>
 
 namespace vorn::foundation::json {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <vector>
+
 #include <foundation/io/archiver.h>
 #include <foundation/lang/exception.h>
 #include <foundation/text/safestring.h>
-
-#include <vector>
 
 namespace vorn::foundation::json {
 

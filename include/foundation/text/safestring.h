@@ -1,8 +1,8 @@
 #pragma once
 
-#include <foundation/debug/allocator.h>
-
 #include <string>
+
+#include <foundation/debug/allocator.h>
 
 namespace vorn::foundation {
 
