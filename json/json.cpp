@@ -795,7 +795,7 @@ class OpenArray {
     try {
       Store();
       array_.reset();
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
       array_.reset();
       for (auto it = waiting_.begin() + first_; it != waiting_.end(); ++it) {
         (*it)->dispose();

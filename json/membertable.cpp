@@ -2,8 +2,8 @@
 
 #include "membertable.h"
 
-#include <algorithm>
 #include <bits/functional_hash.h>
+#include <algorithm>
 #include <limits>
 #include <map>
 #include <new>
@@ -307,6 +307,7 @@ void MemberTable::AddToIndex(Node* node, Link* before) {
   node->indexed_ = true;
 }
 
+// When the index cannot be kept, whatever the reason.
 void MemberTable::DropIndex() {
   buckets_->index.Clear();
   for (Node* node = first(); node != nullptr; node = node->next()) {
@@ -325,7 +326,7 @@ void MemberTable::IndexAdded(Node* node) {
   try {
     AddToIndex(node, nullptr);
     *buckets_->index.Find(second->key()) = node;
-  } catch (const std::bad_alloc&) {
+  } catch (...) {
     DropIndex();
   }
 }
@@ -354,7 +355,7 @@ MemberTable::Node* MemberTable::IndexIfLong(Node* first) {
       AddToIndex(node, before);
       before = node;
     }
-  } catch (const std::bad_alloc&) {
+  } catch (...) {
     DropIndex();
   }
   return end;

@@ -93,8 +93,9 @@ JBase* ArrayArchiver::snapshot() const {
   generic::ScopedPointer<JArray> array(
       debug::Create<JArray>(tags::kSnapshotArray));
   for (const ITypedArchiver* element : elements_) {
+    JArray* const target = array.operator->();
     generic::ScopedPointer<JBase> child(Checked(element->snapshot()));
-    array->append(child.get());
+    target->append(child.get());
     child.release();
   }
   return array.release();

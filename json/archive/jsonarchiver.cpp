@@ -31,24 +31,35 @@ namespace {
 
 }  // namespace
 
-using Index = unsigned int;
-using Text = const SafeString&;
-
-void ITypedArchiver::writeData(Text) { FailUnexpected(); }
-void ITypedArchiver::writeString(Text) { FailUnexpected(); }
+void ITypedArchiver::writeData(const SafeString&) { FailUnexpected(); }
+void ITypedArchiver::writeString(const SafeString&) { FailUnexpected(); }
 IArchiver* ITypedArchiver::writeArray() { FailUnexpected(); }
 IArchiver* ITypedArchiver::writeObject() { FailUnexpected(); }
-void ITypedArchiver::writeDataByIndex(Index, Text) { FailUnexpected(); }
-void ITypedArchiver::writeStringByIndex(Index, Text) { FailUnexpected(); }
-IArchiver* ITypedArchiver::writeArrayByIndex(Index) { FailUnexpected(); }
-IArchiver* ITypedArchiver::writeObjectByIndex(Index) { FailUnexpected(); }
-void ITypedArchiver::writeDataByField(Text, Text) { FailUnexpected(); }
-void ITypedArchiver::writeStringByField(Text, Text) { FailUnexpected(); }
-IArchiver* ITypedArchiver::writeArrayByField(Text) { FailUnexpected(); }
-IArchiver* ITypedArchiver::writeObjectByField(Text) { FailUnexpected(); }
+void ITypedArchiver::writeDataByIndex(unsigned int, const SafeString&) {
+  FailUnexpected();
+}
+void ITypedArchiver::writeStringByIndex(unsigned int, const SafeString&) {
+  FailUnexpected();
+}
+IArchiver* ITypedArchiver::writeArrayByIndex(unsigned int) { FailUnexpected(); }
+IArchiver* ITypedArchiver::writeObjectByIndex(unsigned int) {
+  FailUnexpected();
+}
+void ITypedArchiver::writeDataByField(const SafeString&, const SafeString&) {
+  FailUnexpected();
+}
+void ITypedArchiver::writeStringByField(const SafeString&, const SafeString&) {
+  FailUnexpected();
+}
+IArchiver* ITypedArchiver::writeArrayByField(const SafeString&) {
+  FailUnexpected();
+}
+IArchiver* ITypedArchiver::writeObjectByField(const SafeString&) {
+  FailUnexpected();
+}
 bool ITypedArchiver::read(SafeString&) { return false; }
-IArchiver* ITypedArchiver::readByIndex(Index) { return nullptr; }
-IArchiver* ITypedArchiver::readByField(Text) { return nullptr; }
+IArchiver* ITypedArchiver::readByIndex(unsigned int) { return nullptr; }
+IArchiver* ITypedArchiver::readByField(const SafeString&) { return nullptr; }
 bool ITypedArchiver::isArray() const { return false; }
 unsigned int ITypedArchiver::size() const { return 0; }
 bool ITypedArchiver::isObject() const { return false; }
@@ -127,11 +138,11 @@ SafeString JsonArchiver::compress() const {
   return JsonReader::Compress(tree.get());
 }
 
-void JsonArchiver::writeData(Text data) {
+void JsonArchiver::writeData(const SafeString& data) {
   private_->ToWrite(ArchiverKind::Generic).writeData(data);
 }
 
-void JsonArchiver::writeString(Text text) {
+void JsonArchiver::writeString(const SafeString& text) {
   private_->ToWrite(ArchiverKind::Generic).writeString(text);
 }
 
@@ -143,35 +154,39 @@ IArchiver* JsonArchiver::writeObject() {
   return &private_->ToWrite(ArchiverKind::Object);
 }
 
-void JsonArchiver::writeDataByIndex(Index index, Text data) {
+void JsonArchiver::writeDataByIndex(unsigned int index,
+                                    const SafeString& data) {
   private_->ToWrite(ArchiverKind::Array).writeDataByIndex(index, data);
 }
 
-void JsonArchiver::writeStringByIndex(Index index, Text text) {
+void JsonArchiver::writeStringByIndex(unsigned int index,
+                                      const SafeString& text) {
   private_->ToWrite(ArchiverKind::Array).writeStringByIndex(index, text);
 }
 
-IArchiver* JsonArchiver::writeArrayByIndex(Index index) {
+IArchiver* JsonArchiver::writeArrayByIndex(unsigned int index) {
   return private_->ToWrite(ArchiverKind::Array).writeArrayByIndex(index);
 }
 
-IArchiver* JsonArchiver::writeObjectByIndex(Index index) {
+IArchiver* JsonArchiver::writeObjectByIndex(unsigned int index) {
   return private_->ToWrite(ArchiverKind::Array).writeObjectByIndex(index);
 }
 
-void JsonArchiver::writeDataByField(Text field, Text data) {
+void JsonArchiver::writeDataByField(const SafeString& field,
+                                    const SafeString& data) {
   private_->ToWrite(ArchiverKind::Object).writeDataByField(field, data);
 }
 
-void JsonArchiver::writeStringByField(Text field, Text text) {
+void JsonArchiver::writeStringByField(const SafeString& field,
+                                      const SafeString& text) {
   private_->ToWrite(ArchiverKind::Object).writeStringByField(field, text);
 }
 
-IArchiver* JsonArchiver::writeArrayByField(Text field) {
+IArchiver* JsonArchiver::writeArrayByField(const SafeString& field) {
   return private_->ToWrite(ArchiverKind::Object).writeArrayByField(field);
 }
 
-IArchiver* JsonArchiver::writeObjectByField(Text field) {
+IArchiver* JsonArchiver::writeObjectByField(const SafeString& field) {
   return private_->ToWrite(ArchiverKind::Object).writeObjectByField(field);
 }
 
@@ -180,12 +195,12 @@ bool JsonArchiver::read(SafeString& out) {
   return root != nullptr && root->read(out);
 }
 
-IArchiver* JsonArchiver::readByIndex(Index index) {
+IArchiver* JsonArchiver::readByIndex(unsigned int index) {
   ITypedArchiver* root = private_->ToRead(ArchiverKind::Array);
   return root != nullptr ? root->readByIndex(index) : nullptr;
 }
 
-IArchiver* JsonArchiver::readByField(Text field) {
+IArchiver* JsonArchiver::readByField(const SafeString& field) {
   ITypedArchiver* root = private_->ToRead(ArchiverKind::Object);
   return root != nullptr ? root->readByField(field) : nullptr;
 }

@@ -106,8 +106,9 @@ JBase* ObjectArchiver::snapshot() const {
       debug::Create<JObject>(tags::kSnapshotObject));
   const auto* member = members_.first();
   for (; member != nullptr; member = member->next()) {
+    JObject* const target = object.operator->();
     generic::ScopedPointer<JBase> child(Checked(ChildOf(*member)->snapshot()));
-    object->setValue(SafeString(member->key()), child.get());
+    target->setValue(SafeString(member->key()), child.get());
     child.release();
   }
   return object.release();

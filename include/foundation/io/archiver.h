@@ -23,7 +23,7 @@ class __attribute__((visibility("default"))) IArchiver
   virtual void writeData(const SafeString& data) = 0;
   virtual void writeString(const SafeString& text) = 0;
 
-  // Make this an array or an object, and return it.
+  // Make this an array or an object, and return the archiver of its content.
   virtual IArchiver* writeArray() = 0;
   virtual IArchiver* writeObject() = 0;
 

@@ -27,12 +27,12 @@ class __attribute__((visibility("default"))) JsonException
 // An archiver over a JSON structure: objects write their state into it and read
 // it back, at once or from the JSON text that it renders and loads.
 //
-// An archiver is empty at first. The first write, or the text that is loaded,
-// decides whether it is a scalar, an array or an object; only fromString()
-// changes that. Elements may be written again at their index and appended
-// one past the last; a field is written once. Data is JSON text in the dialect
-// of JsonReader, a string is kept as it is. Fields are enumerated in the order
-// of a hash map, as those of JObject are, and not as they were written.
+// An archiver is empty until the first write, or the text that is loaded, makes
+// it a scalar, an array or an object; only fromString() changes that. Elements
+// are appended one past the last or replaced, a field is written once. Data is
+// JSON text in the dialect of JsonReader, kept as one scalar even where it is
+// an array or object; a string is kept as it is. Fields are enumerated in the
+// order of a hash map, as those of JObject are.
 //
 // The archivers that its operations return belong to the archiver. They stay
 // valid until their index, or one above them, is written again, fromString() is
@@ -41,10 +41,13 @@ class __attribute__((visibility("default"))) JsonException
 // Writes throw JsonException as listed above; data that cannot be parsed for
 // want of memory counts as malformed. With exhausted memory every other
 // operation but fromString() throws std::bad_alloc, or lang::Exception ("access
-// null") while the object monitor traces. After a write that throws, the
-// content is what it was before, but for the kind of an empty archiver, which
-// the write decides all the same. Reads of another kind find nothing and throw
-// nothing.
+// null") while the object monitor traces. A write that throws changes nothing,
+// but an empty archiver mostly is of its kind then. Reads of another kind find
+// nothing and throw nothing.
+//
+// What is written by hand may be nested deeper than a text may be, and strings
+// may hold NUL bytes, which a text cannot: such content is rendered, but not
+// loaded again.
 class __attribute__((visibility("default"))) JsonArchiver
     : public io::IArchiver {
  public:
