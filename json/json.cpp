@@ -270,16 +270,17 @@ void JObject::setValue(const SafeString& key, JBase* value) {
 }
 
 // A member that is replaced is removed first, so its place in the order may
-// change, and it is gone when there is no memory for the new one.
+// change, and it is gone when there is no memory for the new one. The key may
+// be a part of the value that is disposed.
 void JObject::setMember(std::string_view key, JBase* value) {
   if (value == nullptr) return;
   const MemberTable::Key hashed(key);
-  if (const MemberTable::Handle former = members().take(hashed)) {
-    ValueOf(*former)->dispose();
-  }
-  MemberTable::Handle member = MemberTable::Make(hashed);
+  const MemberTable::Handle former = members().take(hashed);
+  if (former) ValueOf(*former)->dispose();
+  MemberTable::Handle member =
+      MemberTable::Make(former ? MemberTable::Key(*former) : hashed);
   member->value = value;
-  members().put(std::move(member));
+  members().put(member);
 }
 
 bool JObject::remove(const SafeString& key) {
@@ -319,7 +320,7 @@ JBase* JObject::clone() const {
     ScopedPointer<JBase> child(Checked(ValueOf(*member)->clone()));
     MemberTable::Handle node = MemberTable::Make(MemberTable::Key(*member));
     node->value = child.get();
-    members.put(std::move(node));
+    members.put(node);
     child.release();
   }
   return copy.release();
@@ -454,7 +455,8 @@ char* CopyEscaped(std::string_view text, char* out) {
       at += sizeof word;
       out += sizeof word;
     }
-    const char* const stop = end - at < 8 ? end : at + 8;
+    const auto left = static_cast<std::size_t>(end - at);
+    const char* const stop = at + std::min(left, sizeof word);
     for (; at != stop; ++at) {
       if (Is(*at, kEscaped)) *out++ = '\\';
       *out++ = Is(*at, kEscaped) ? LetterOf(*at) : *at;
@@ -481,6 +483,18 @@ void WriteQuoted(Context& context, std::string_view text) {
   }
   Write(context, '"');
 }
+
+// Raises the depth for the children of a container.
+class Nesting {
+ public:
+  explicit Nesting(Context& context) : context_(context) { ++context_.depth; }
+  Nesting(const Nesting&) = delete;
+  Nesting& operator=(const Nesting&) = delete;
+  ~Nesting() { --context_.depth; }
+
+ private:
+  Context& context_;
+};
 
 // In the formatted layout, begins a line with the indentation of the context's
 // depth.
@@ -513,31 +527,27 @@ void JString::toString(Context& context) const { WriteQuoted(context, text_); }
 
 void JArray::toString(Context& context) const {
   Write(context, '[');
-  ++context.depth;
-  bool first = true;
-  for (const JBase* element : elements_) {
-    if (!std::exchange(first, false)) Write(context, ',');
+  for (const JBase* const& element : elements_) {
+    const Nesting nesting(context);
+    if (&element != elements_.data()) Write(context, ',');
     BeginLine(context);
     element->toString(context);
   }
-  --context.depth;
   if (!elements_.empty()) BeginLine(context);
   Write(context, ']');
 }
 
 void JObject::toString(Context& context) const {
   Write(context, '{');
-  ++context.depth;
-  bool first = true;
   const auto* member = members().first();
   for (; member != nullptr; member = member->next()) {
-    if (!std::exchange(first, false)) Write(context, ',');
+    const Nesting nesting(context);
+    if (member != members().first()) Write(context, ',');
     BeginLine(context);
     WriteQuoted(context, member->key());
     Write(context, context.compress ? ":" : ": ");
     ValueOf(*member)->toString(context);
   }
-  --context.depth;
   if (!empty()) BeginLine(context);
   Write(context, '}');
 }
@@ -630,10 +640,13 @@ struct Quoted {
   std::size_t escapes;  // two characters that stand for one
 };
 
-bool IsEscape(const char* backslash) {
-  return std::any_of(
-      std::begin(kEscapes), std::end(kEscapes),
-      [=](const Escape& escape) { return escape.letter == backslash[1]; });
+// The escape that the letter behind a backslash makes; null when it makes none.
+const Escape* EscapeOf(char letter) {
+  const auto* const end = std::end(kEscapes);
+  const auto* const found =
+      std::find_if(std::begin(kEscapes), end,
+                   [=](const Escape& it) { return it.letter == letter; });
+  return found != end ? found : nullptr;
 }
 
 // string = DQUOTE *( "\" letter / character ) DQUOTE
@@ -646,7 +659,7 @@ Quoted PassString(const char*& cursor) {
   for (;; ++at) {
     while (!Is(*at, kStringEnd)) ++at;
     if (*at != '\\') break;
-    if (IsEscape(at)) {
+    if (EscapeOf(at[1]) != nullptr) {
       ++escapes;
       ++at;
     }
@@ -665,16 +678,9 @@ SafeString Decode(const Quoted& quoted) {
   const char* at = quoted.text.data();
   const char* const end = at + quoted.text.size();
   while (at != end) {
-    const char* const run = at;
-    while (at != end && *at != '\\') ++at;
-    text.append(run, at);
-    if (at == end) break;
-    const auto* escape = std::find_if(
-        std::begin(kEscapes), std::end(kEscapes),
-        [=](const Escape& known) { return known.letter == at[1]; });
-    const bool known = escape != std::end(kEscapes);
-    text += known ? escape->character : '\\';
-    at += known ? 2 : 1;
+    const Escape* const escape = *at == '\\' ? EscapeOf(at[1]) : nullptr;
+    text += escape != nullptr ? escape->character : *at;
+    at += escape != nullptr ? 2 : 1;
   }
   return text;
 }
@@ -687,52 +693,20 @@ JBase* ParseString(const char*& cursor) {
 
 // Numbers
 
-// Moves past one digit or more; false when there is none.
-bool PassDigits(const char*& at) {
-  const char* const begin = at;
-  while (*at >= '0' && *at <= '9') ++at;
-  return at != begin;
-}
-
-// number = [ "-" ] ( "0" / digit1-9 *DIGIT ) [ "." 1*DIGIT ]
-//          [ ( "e" / "E" ) [ "+" / "-" ] 1*DIGIT ]
+// token = *( DIGIT / "+" / "-" / "." / "e" / "E" ), of any number format
 //
-// Whether such a number stands there; moves past it, or to the fault.
-bool PassNumber(const char*& at) {
-  if (*at == '-') ++at;
-  if (*at == '0') {
-    ++at;
-  } else if (!PassDigits(at)) {
-    return false;
-  }
-  if (*at == '.' && !PassDigits(++at)) return false;
-  if (*at != 'e' && *at != 'E') return true;
-  ++at;
-  if (*at == '+' || *at == '-') ++at;
-  return PassDigits(at);
-}
-
-// token = *( DIGIT / "+" / "-" / "." / "e" / "E" )
-//
-// What JSON takes for a number needs no other judgement; of anything else,
-// JNumber knows. It is judged also when there is no memory for the number:
-// malformed text fails alike with and without.
+// The token is judged also when there is no memory for the number: malformed
+// text fails alike with and without. It has no blanks to trim.
 JBase* ParseToken(const char*& cursor) {
   const char* end = cursor;
-  bool accepted = PassNumber(end) && !Is(*end, kNumber);
   while (Is(*end, kNumber)) ++end;
   SafeString token(cursor, end);
   ScopedPointer<JNumber> number(Create<JNumber>(tags::kParseNumber));
-  if (accepted) {
-    if (number) Access::Text(*number.get()) = std::move(token);
-  } else {
-    accepted = number ? number->fromString(token)
-                      : StringUtils::GetNumberFormat(token) != 0;
-  }
-  if (!accepted) {
+  if (StringUtils::GetNumberFormat(token) == 0) {
     Destroy(number.release(), tags::kRefuseNumber);
     Fail("ParseNumber", "number is incorrect");
   }
+  if (number) Access::Text(*number.get()) = std::move(token);
   cursor = end;
   SkipBlanks(cursor);
   return number.release();
@@ -760,7 +734,7 @@ class OpenArray {
   explicit OpenArray(Elements& waiting)
       : array_(Create<JArray>(tags::kParseArray)),
         waiting_(waiting),
-        first_(waiting.size()) {}
+        first_(static_cast<std::ptrdiff_t>(waiting.size())) {}
   OpenArray(const OpenArray&) = delete;
   OpenArray& operator=(const OpenArray&) = delete;
   ~OpenArray() {

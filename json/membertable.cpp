@@ -48,10 +48,9 @@ MemberTable::Key::Key(std::string_view text)
 
 MemberTable::Handle MemberTable::Make(const Key& key) {
   const std::string_view text = key.text();
-  if (text.size() > kLongestKey) throw std::bad_alloc();
+  if (text.size() > Node::kLongestKey) throw std::bad_alloc();
   char* block = Allocator<char>().allocate(SizeOfNode(text.size()));
-  Handle node(::new (static_cast<void*>(block))
-                  Node(key.hash(), static_cast<unsigned int>(text.size())));
+  Handle node(::new (static_cast<void*>(block)) Node(key.hash(), text.size()));
   text.copy(block + sizeof(Node), text.size());
   return node;
 }
@@ -232,20 +231,21 @@ void MemberTable::Unlink(Link* before) {
   if ((*buckets_)[bucket] == before) (*buckets_)[bucket] = nullptr;
 }
 
-MemberTable::Node* MemberTable::put(Handle node) {
+void MemberTable::put(Handle& node) {
   // The policy asks for buckets before the first member and when there are as
   // many members as buckets.
   if (bucket_count_ == 1 || count_ >= bucket_count_) Grow();
-  LinkIn(node.get());
+  Node* const added = node.release();
   ++count_;
-  IndexAdded(node.get());
-  return node.release();
+  if (LinkIn(added) && buckets_ != nullptr) ExtendChain(added);
 }
 
-void MemberTable::LinkIn(Node* node) {
+// Gives the node its place in the list. Returns whether its bucket had members.
+bool MemberTable::LinkIn(Node* node) {
   const std::size_t bucket = BucketOf(node);
   Link* before = BeforeBucket(bucket);
-  if (before == nullptr) {
+  const bool chained = before != nullptr;
+  if (!chained) {
     before = &head_;
     if (buckets_ != nullptr) {
       if (head_.next != nullptr) (*buckets_)[BucketOf(head_.next)] = node;
@@ -254,6 +254,7 @@ void MemberTable::LinkIn(Node* node) {
   }
   node->Link::next = before->next;
   before->next = node;
+  return chained;
 }
 
 // Takes as many buckets as the policy of the standard map asks for one member
@@ -315,10 +316,9 @@ void MemberTable::DropIndex() {
   }
 }
 
-// After a member was added, which is the first of its chain now.
-void MemberTable::IndexAdded(Node* node) {
+// After a member was put in front of a chain.
+void MemberTable::ExtendChain(Node* node) {
   Node* const second = node->next();
-  if (buckets_ == nullptr || !IsIn(second, BucketOf(node))) return;
   if (!second->indexed_) {
     IndexIfLong(node);
     return;

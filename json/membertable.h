@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -44,9 +45,6 @@ class MemberTable {
     std::size_t hash_;
   };
 
-  // The bytes of a key at most. A longer one is refused as memory exhausted.
-  static constexpr unsigned int kLongestKey = 0x7fffffff;
-
   // What comes in front of a node: another one, or the table itself.
   struct Link {
     Node* next = nullptr;
@@ -71,7 +69,9 @@ class MemberTable {
     friend class MemberTable;
     friend class Key;
 
-    Node(std::size_t hash, unsigned int length)
+    static constexpr std::size_t kLongestKey = ~std::size_t{0} >> 1;
+
+    Node(std::size_t hash, std::size_t length)
         : hash_(hash), length_(length & kLongestKey), indexed_(0) {}
 
     const char* KeyBytes() const {
@@ -79,8 +79,8 @@ class MemberTable {
     }
 
     std::size_t hash_;
-    unsigned int length_ : 31;
-    unsigned int indexed_ : 1;  // whether it is in the index of long chains
+    std::size_t length_ : std::numeric_limits<std::size_t>::digits - 1;
+    std::size_t indexed_ : 1;  // whether it is in the index of long chains
   };
 
   struct Release {
@@ -116,10 +116,10 @@ class MemberTable {
   // when memory is exhausted.
   static Handle Make(const Key& key);
 
-  // Puts a node into the table, which must have no member of its key. Throws
+  // Takes a node over, whose key must not be in the table. Throws
   // std::bad_alloc when memory is exhausted; the table is then unchanged and
-  // the node released.
-  Node* put(Handle node);
+  // the node stays where it is.
+  void put(Handle& node);
 
   // Removes all members. The number of buckets stays, and with it their memory.
   void clear();
@@ -140,14 +140,14 @@ class MemberTable {
   Link* FindBeforeInList(const Key& key);
   Link* FindBeforeInIndex(const Key& key, Link* chain);
 
-  void LinkIn(Node* node);
+  bool LinkIn(Node* node);
   void Unlink(Link* before);
   void Grow();
   void Relink();
   void ReleaseBuckets();
 
   void AddToIndex(Node* node, Link* before);
-  void IndexAdded(Node* node);
+  void ExtendChain(Node* node);
   void ForgetRemoved(Node* node, Link* before);
   void DropIndex();
   Node* IndexIfLong(Node* first);

@@ -115,9 +115,10 @@ NumberFormat DecimalFormat(const char* cursor, const char* end) {
 }  // namespace
 
 int StringUtils::GetNumberFormat(const foundation::SafeString& text) {
+  const int decimal = DecimalFormat(text.c_str(), text.c_str() + text.size());
+  if (decimal != kNoNumber) return decimal;
   if (text == "nan" || text == "inf" || text == "-inf") return kFloat;
-  if (IsHexadecimal(text)) return kHexadecimal;
-  return DecimalFormat(text.c_str(), text.c_str() + text.size());
+  return IsHexadecimal(text) ? kHexadecimal : kNoNumber;
 }
 
 // Texts to numbers ------------------------------------------------------------

@@ -53,7 +53,7 @@ void ObjectArchiver::CheckNewField(const SafeString& field) const {
     const SafeString& field, Child& child) {
   MemberTable::Handle member = MemberTable::Make(MemberTable::Key(field));
   member->value = child.get();
-  members_.put(std::move(member));
+  members_.put(member);
   return child.release();
 }
 

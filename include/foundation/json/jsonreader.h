@@ -32,7 +32,8 @@ class __attribute__((visibility("default"))) JsonReader {
   // Disposes the tree held so far, then reads the text, which must be one JSON
   // value of any kind. Returns whether the reader holds its tree now: false for
   // null, for malformed text and when memory is exhausted, with nothing left
-  // behind. Nothing is thrown.
+  // behind. Nothing is thrown, unless a monitor throws while
+  // the former tree is disposed.
   //
   // While the object monitor traces and has no memory for a single value, that
   // value is left out of its array or object, and the reading goes on.
