@@ -3,10 +3,12 @@
 
 #include "support/fixture.h"
 
+#include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -179,6 +181,65 @@ TEST_P(ValuesTest, AnObjectOwnsItsMembers) {
   object.clear();
   EXPECT_TRUE(object.empty());
   EXPECT_GE(Monitor::Now().memory_bytes, 26 * sizeof(void*)) << "no buckets";
+}
+
+// A value that holds the key it is stored under.
+struct Keyed : JTypeBase<JType::Null> {
+  JBase* clone() const override { return nullptr; }
+  void toString(Context&) const override {}
+  SafeString key = "a key that is too long to stand in the string";
+};
+
+TEST_P(ValuesTest, AKeyMayBePartOfTheValueThatItReplaces) {
+  JObject object;
+  auto* const keyed = Make<Keyed>();
+  const SafeString key = keyed->key;
+  object.setValue(keyed->key, keyed);
+  object.setValue(keyed->key, Named("new"));
+  EXPECT_TRUE(object.existed(key));
+}
+
+// What a monitor refuses to release stays alive, and nothing reaches it again.
+TEST_P(ValuesTest, AMonitorThatThrowsLeadsToNoSecondDisposal) {
+  JArray array;
+  JObject object;
+  JsonReader reader;
+  const struct {
+    const char* name;
+    std::function<void(JBase*)> keep;
+    std::function<void()> release;
+  } kRows[] = {
+      {"clear an array", [&](JBase* it) { array.append(it); },
+       [&] { array.clear(); }},
+      {"replace an element", [&](JBase* it) { array.append(it); },
+       [&] { array.setValue(0, Named("new")); }},
+      {"clear an object", [&](JBase* it) { object.setValue("k", it); },
+       [&] { object.clear(); }},
+      {"remove a member", [&](JBase* it) { object.setValue("k", it); },
+       [&] { object.remove("k"); }},
+      {"replace a member", [&](JBase* it) { object.setValue("k", it); },
+       [&] {
+         const generic::ScopedPointer<JBase> value(Named("new"));
+         object.setValue("k", value.get());
+       }},
+      {"read anew", [&](JBase*) { reader.fromString("1"); },
+       [&] { reader.fromString("2"); }}};
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    JBase* value = Named("kept");
+    row.keep(value);
+    if (JBase* tree = reader.getJson()) value = (value->dispose(), tree);
+    Monitor::ThrowOn(Monitor::Report::Release);
+    EXPECT_THROW(row.release(), MonitorFailure);
+    EXPECT_FALSE(reader.valid());
+    EXPECT_FALSE(object.existed("k"));
+    EXPECT_NE(array.at(0), value);
+    value->dispose();
+    array.clear();
+  }
+  Monitor::ThrowOn(Monitor::Report::Creation);
+  EXPECT_THROW(Make<JString>("an object that could not be recorded"),
+               MonitorFailure);
 }
 
 }  // namespace

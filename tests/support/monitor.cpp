@@ -77,8 +77,17 @@ std::string Place(const char* file, int line, const char* function) {
 
 void Log(const std::string& line) { TheState().log.push_back(line); }
 
+Monitor::Report throwing = Monitor::Report::None;
+
+void ThrowIfTold(Monitor::Report report) {
+  if (throwing != report) return;
+  throwing = Monitor::Report::None;
+  throw MonitorFailure();
+}
+
 // Takes the object out of the account and writes the release down.
 unsigned int Release(const void* object, const std::string& call, bool traced) {
+  ThrowIfTold(Monitor::Report::Release);
   State& state = TheState();
   const auto found = state.objects.find(object);
   if (found == state.objects.end()) {
@@ -198,6 +207,8 @@ std::size_t Monitor::Requests(Source source) {
   return requests[static_cast<std::size_t>(source)];
 }
 
+void Monitor::ThrowOn(Report report) { throwing = report; }
+
 Monitor::Exempt::Exempt() { ++exempt; }
 Monitor::Exempt::~Exempt() { --exempt; }
 
@@ -237,6 +248,7 @@ void ObjectMonitor::_IncLeak(void* object, const char* file, int line,
     Log(call + " null");
     return;
   }
+  ThrowIfTold(Monitor::Report::Creation);
   const auto block = state.object_blocks.find(object);
   if (state.trace != (block != state.object_blocks.end())) {
     ADD_FAILURE() << call << ": memory of the wrong kind";

@@ -17,6 +17,9 @@ inline constexpr Source kSources[] = {
     Source::OperatorNew, Source::ObjectMonitor, Source::MemoryMonitor};
 const char* NameOf(Source source);
 
+// What a report throws when it is told to.
+struct MonitorFailure {};
+
 // What is out at a moment.
 struct Account {
   std::size_t objects = 0;        // recorded and not released
@@ -72,6 +75,10 @@ class Monitor {
 
   // Ends that, and returns how many requests failed.
   static std::size_t StopFailing();
+
+  // Lets the next report of a creation, or of a release, throw MonitorFailure.
+  enum class Report { None, Creation, Release };
+  static void ThrowOn(Report report);
 
   // The requests to a source since Reset().
   static std::size_t Requests(Source source);
