@@ -175,13 +175,19 @@ class alignas(64) Part {
   // Adds an object. One that is in the list already was released behind the
   // monitor's back. REQUIRES: HasRoom().
   void Add(std::uint32_t hash, const void* object, unsigned int origin) {
+    Entry* place = nullptr;
     Entry* entry = Home(hash);
-    while (!entry->IsFree() && !entry->IsOf(object)) entry = After(entry);
-    if (entry->IsFree()) {
-      ++used_;
-      ++count_;
+    for (; !entry->IsFree() && !entry->IsOf(object); entry = After(entry)) {
+      if (place == nullptr && !entry->IsTaken()) place = entry;
     }
-    *entry = Entry(object, origin);
+    if (entry->IsOf(object)) {
+      place = entry;
+    } else {
+      ++count_;
+      if (place == nullptr) ++used_;
+    }
+    if (place == nullptr) place = entry;
+    *place = Entry(object, origin);
   }
 
   // Removes the object and returns its entry; a free one when it is not there.
@@ -194,7 +200,7 @@ class alignas(64) Part {
     }
     const Entry removed = *entry;
     entry->GiveUp();
-    --count_;
+    if (--count_ == 0) FreeGivenUp();
     return removed;
   }
 
@@ -221,6 +227,8 @@ class alignas(64) Part {
     return ++entry == end_ ? entries_ : entry;
   }
 
+  void FreeGivenUp();
+
   SpinLock lock_;
   unsigned int count_ = 0;  // of the places that are taken
   unsigned int used_ = 0;   // of those and the ones given up
@@ -228,6 +236,14 @@ class alignas(64) Part {
   Entry* entries_ = nullptr;
   Entry* end_ = nullptr;
 };
+
+// Frees the places given up once none is taken, if they are so many that it
+// pays.
+void Part::FreeGivenUp() {
+  if (used_ < limit_ / 4) return;
+  std::fill(entries_, end_, Entry());
+  used_ = 0;
+}
 
 // Builds the table anew, without the places given up. It never shrinks.
 void Part::MakeRoom() {
