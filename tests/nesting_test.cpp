@@ -1,6 +1,7 @@
 // Nesting at the limit, and far beyond it, on a small stack: every operation
 // that recurses, and the bytes of stack that it takes.
 
+#include "support/build.h"
 #include "support/fixture.h"
 
 #include <foundation/json/json.h>
@@ -21,16 +22,7 @@ using json::JsonReader;
 
 // Optimised code must do with 256 KiB. Without optimisation, or with a
 // sanitizer, frames are larger.
-#ifndef __has_feature
-#define __has_feature(feature) 0
-#endif
-#if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) &&            \
-    !defined(__SANITIZE_THREAD__) && !__has_feature(address_sanitizer) && \
-    !__has_feature(thread_sanitizer)
-constexpr std::size_t kStack = 256 << 10;
-#else
-constexpr std::size_t kStack = 4 << 20;
-#endif
+constexpr std::size_t kStack = kOptimized ? 256 << 10 : 4 << 20;
 
 using Work = std::function<void()>;
 

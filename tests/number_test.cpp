@@ -130,7 +130,7 @@ TEST_P(NumberTest, ConvertsAtTheLimits) {
       {"-1e20", INT_MIN, LLONG_MIN, -1e20},
       {"9223372036854774784.0", INT_MAX, 9223372036854774784, 0x1p63 - 1024},
       {"9223372036854775808.0", INT_MAX, LLONG_MAX, 0x1p63},
-      {"1e400", INT_MAX, LLONG_MAX, kInf},
+      {"1e+400", INT_MAX, LLONG_MAX, kInf},
       {"-1e-400", 0, 0, -0.0},
       {"nan", 0, 0, kNan},
       {"inf", INT_MAX, LLONG_MAX, kInf},

@@ -2,6 +2,7 @@
 // standard map over random histories.
 
 #include "support/fixture.h"
+#include "support/keys.h"
 
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
@@ -27,8 +28,6 @@ struct Hash {
   }
 };
 
-using Keys = std::vector<SafeString>;
-
 // The n-th key: the empty one, short and long ones, NUL bytes and high bytes.
 SafeString KeyOf(std::size_t n) {
   if (n == 0) return "";
@@ -39,15 +38,6 @@ SafeString KeyOf(std::size_t n) {
 Keys FirstKeys(std::size_t count) {
   Keys keys;
   while (keys.size() < count) keys.push_back(KeyOf(keys.size()));
-  return keys;
-}
-
-// Keys that share a bucket as long as there are so many buckets.
-Keys CollidingKeys(std::size_t buckets) {
-  Keys keys;
-  for (std::size_t n = 0; keys.size() < buckets; ++n) {
-    if (Hash()(KeyOf(n)) % buckets == 1) keys.push_back(KeyOf(n));
-  }
   return keys;
 }
 
@@ -132,26 +122,38 @@ class Twins {
   Model model_;
 };
 
+// Long histories, and short ones of keys so few that most of them come again.
 TEST_F(LeakTest, MembersStandInTheOrderOfTheStandardMap) {
+  const struct {
+    Keys keys;
+    int histories;
+    unsigned int steps;
+  } kRows[] = {
+      {FirstKeys(4), 4000, 12},          {FirstKeys(20), 2990, 30},
+      {FirstKeys(100), 2, 1500},         {FirstKeys(1000), 2, 1500},
+      {CollidingKeys(20, 0), 1000, 40},  {CollidingKeys(20, 29), 1000, 40},
+      {CollidingKeys(20, 59), 1000, 40}, {CollidingKeys(200, 0), 3, 1500},
+      {CollidingKeys(200, 127), 3, 1500}};
   std::mt19937 random(1);
-  for (const Keys& keys :
-       {FirstKeys(4), FirstKeys(20), FirstKeys(100), FirstKeys(1000),
-        CollidingKeys(29), CollidingKeys(127)}) {
-    Twins twins;
-    for (int step = 0; step < 1500 && !HasFailure(); ++step) {
-      SCOPED_TRACE(testing::Message() << keys.size() << " keys, step " << step);
-      const SafeString& key = keys[random() % keys.size()];
-      const auto action = random() % 1000;
-      const std::size_t failing = random() % 8 == 0 ? random() % 2 : 1000;
-      Monitor::TakeLog();
-      const std::string disposed = action == 0   ? twins.Clear()
-                                   : action == 1 ? twins.DetachAndDispose()
-                                   : action < 250
-                                       ? twins.Remove(key)
-                                       : twins.Set(key, step, failing);
-      EXPECT_EQ(TakeCalls(), disposed);
-      twins.Compare();
-      if (step % 100 == 99) twins.CompareCopies();
+  for (const auto& [keys, histories, most] : kRows) {
+    for (int history = 0; history < histories && !HasFailure(); ++history) {
+      SCOPED_TRACE(testing::Message()
+                   << keys.size() << " keys, history " << history);
+      Twins twins;
+      for (unsigned int step = 0; step < most; ++step) {
+        const SafeString& key = keys[random() % keys.size()];
+        const auto action = random() % (10 * most);
+        const std::size_t failing = random() % 8 == 0 ? random() % 12 : 1000;
+        Monitor::TakeLog();
+        const std::string disposed =
+            action < 5        ? twins.Clear()
+            : action < 10     ? twins.DetachAndDispose()
+            : action % 5 == 0 ? twins.Remove(key)
+                              : twins.Set(key, static_cast<int>(step), failing);
+        EXPECT_EQ(TakeCalls(), disposed);
+        twins.Compare();
+        if (random() % most == 0) twins.CompareCopies();
+      }
     }
   }
 }

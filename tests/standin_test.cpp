@@ -33,17 +33,22 @@ TEST(StandInTest, ListsLiveObjectsByTag) {
     auto* second = Create<Object<3>>(Tag{"a.cpp", 20, "f"});
     auto* third = Create<Object<100>>(Tag{file.c_str(), 20, "f"});
     auto* fourth = Create<Object<1>>(Tag{"a.cpp", 3, "g"});
-    EXPECT_EQ(Report(), R"(a.cpp:3 g: 1 objects, 1 bytes
+    auto* fifth = Create<Object<5>>(Tag{"a.cpp", 3, "g"});
+    auto* sixth = Create<Object<5>>(Tag{"a.cpp", 3, "f"});
+    EXPECT_EQ(Report(), R"(a.cpp:3 f: 1 objects, 5 bytes
+a.cpp:3 g: 2 objects, 6 bytes
 a.cpp:20 f: 2 objects, 103 bytes
 b.cpp:1 f: 1 objects, 3 bytes
-total: 4 objects, 107 bytes
+total: 6 objects, 117 bytes
 )");
-    EXPECT_EQ(ObjectMonitor::LiveCount(), 4u);
-    EXPECT_EQ(ObjectMonitor::LiveBytes(), 107u);
+    EXPECT_EQ(ObjectMonitor::LiveCount(), 6u);
+    EXPECT_EQ(ObjectMonitor::LiveBytes(), 117u);
     Destroy(first);
     Destroy(second, Tag{"c.cpp", 1, "f"});
     Destroy(third);
     Destroy(fourth);
+    Destroy(fifth);
+    Destroy(sixth);
     EXPECT_EQ(Report(), "total: 0 objects, 0 bytes\n");
   }
   ObjectMonitor::SetTrace(false);
@@ -62,6 +67,9 @@ total: 1 objects, 30 bytes
 // In a process of its own: the count is never taken back.
 TEST(StandInDeathTest, CountsReleasesOfUnknownObjects) {
   const auto release = [] {
+    static char objects[100];
+    for (char& it : objects) ObjectMonitor::_IncLeak(&it, "a.cpp", 1, "f", 2);
+    ObjectMonitor::_IncLeak(nullptr, "a.cpp", 1, "f", 2);
     ObjectMonitor::_DecLeak(&std::cerr);
     ObjectMonitor::_DecLeakEx(&std::cerr, "a.cpp", 1, "f");
     const LeakInfo none[] = {
@@ -70,13 +78,16 @@ TEST(StandInDeathTest, CountsReleasesOfUnknownObjects) {
     ObjectMonitor::Report(std::cerr);
     std::exit(none[0].address == nullptr && none[1].address == nullptr ? 0 : 1);
   };
-  EXPECT_EXIT(release(), testing::ExitedWithCode(0),
-              "total: 0 objects, 0 bytes\nreleases of unknown objects: 4\n");
+  EXPECT_EXIT(
+      release(), testing::ExitedWithCode(0),
+      "total: 100 objects, 200 bytes\nreleases of unknown objects: 4\n");
 }
 
 template <class Allocate, class Release>
 void ExpectChecked(const std::string& name, Allocate allocate,
                    Release release) {
+  EXPECT_TRUE(sizeof(void*) > 4 || allocate(~0U) == nullptr);
+  release(nullptr, 24);
   unsigned char* block = allocate(24);
   EXPECT_DEATH(release(block, 20), name + ": .*does not have 20 bytes");
   EXPECT_DEATH((block[24] ^= 1, release(block, 24)),

@@ -116,6 +116,12 @@ TEST_F(TextTest, WritesIntoTheContextOfACaller) {
                                       "{" + line + "\t\t\t\t\"k\": null" +
                                       line + "}\n" + line.substr(1, 8) + "]");
   EXPECT_EQ(context.depth, 2);
+  struct : std::streambuf {
+  } full;
+  static_cast<std::ios&>(context.stream).rdbuf(&full);
+  EXPECT_THROW(tree->toString(context), std::ios::failure);
+  EXPECT_THROW(JNull().toString(context), std::ios::failure);
+  EXPECT_EQ(context.depth, 2);
 }
 
 TEST_F(TextTest, EqualMeansSameKindAndContent) {

@@ -52,7 +52,7 @@ class ThreadTest : public testing::TestWithParam<bool> {
 };
 INSTANTIATE_TEST_SUITE_P(Tracing, ThreadTest, testing::Bool());
 
-TEST_P(ThreadTest, EachOnItsOwnTree) {
+TEST_P(ThreadTest, EachOnItsOwnReadersAndArchivers) {
   RunTogether([](int number) {
     JsonReader reader;
     ASSERT_TRUE(reader.fromString(kText));
@@ -70,6 +70,15 @@ TEST_P(ThreadTest, EachOnItsOwnTree) {
       EXPECT_TRUE(JsonReader::IsEqual(again.getJson(), copy.get()));
     }
     EXPECT_FALSE(reader.fromString("[1, {\"key\": [2, nul]}]"));
+
+    JsonArchiver written, loaded;
+    written.writeArrayByField("list")->writeStringByIndex(0, "a");
+    written.writeDataByField("number", std::to_string(number).c_str());
+    EXPECT_THROW(written.writeObjectByField("list"), JsonException);
+    EXPECT_TRUE(loaded.fromString(written.format()));
+    SafeString text;
+    EXPECT_TRUE(loaded.readByField("number")->read(text));
+    EXPECT_EQ(text, std::to_string(number).c_str());
   });
 }
 

@@ -78,6 +78,15 @@ TEST_P(TrackedTest, RecordsNothingThatWasNotConstructed) {
   EXPECT_EQ(Monitor::TakeLog(), GetParam() ? traced : Log());
 }
 
+TEST_P(TrackedTest, AllocatorsAskForNoMoreThanTheMonitorCounts) {
+  debug::Allocator<int> allocator;
+  EXPECT_THROW(allocator.allocate(1U << 30), std::bad_alloc);
+  Monitor::FailRequest(Source::MemoryMonitor, 0, false);
+  EXPECT_EQ(allocator.allocate(0), nullptr);
+  EXPECT_TRUE(allocator == debug::Allocator<char>());
+  EXPECT_FALSE(allocator != debug::Allocator<char>());
+}
+
 TEST_P(TrackedTest, ReleasesOfNullCallNothing) {
   debug::Destroy<Plain>(nullptr);
   debug::Destroy<Disposable>(nullptr, kTestTag);
@@ -115,6 +124,8 @@ TEST_P(TrackedTest, AScopedPointerToNothingNamesItsType) {
   EXPECT_EQ(AccessNull<JObject>(),
             "vorn.foundation.generic.ScopedPointer<"
             "N4vorn10foundation4json7JObjectE>.operator->: access null");
+  EXPECT_STREQ(lang::Exception(nullptr, "what").where(), "");
+  EXPECT_STREQ(lang::Exception("where", nullptr).what(), "");
 }
 
 }  // namespace

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+
+namespace bench {
+
+// The bytes that the allocator spends on all blocks that are out: what it
+// reserved for each, and its own header in front. A program that links heap.cpp
+// counts them, whoever asked for the memory. For a single thread.
+struct HeapBytes {
+  std::size_t live;
+  std::size_t peak;  // the most since StartPeak()
+};
+
+HeapBytes Heap();
+
+// Starts the peak anew at the live bytes, and returns them.
+std::size_t StartPeak();
+
+}  // namespace bench
