@@ -104,7 +104,7 @@ void EditArray(Input& in, JArray& array, Model& model, Model& root) {
 SafeString KeyOf(unsigned int n) {
   static const auto colliding = [] {
     std::vector<std::string> all;
-    for (const std::size_t step : {0, 29}) {
+    for (const unsigned int step : {0u, 29u}) {
       for (const SafeString& key : support::CollidingKeys(24, step)) {
         all.emplace_back(key);
       }
