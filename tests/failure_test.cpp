@@ -33,7 +33,14 @@ constexpr const char* kThirteen =  // another one takes more buckets
     R"({"1": [1], "2": {"": 2}, "3": 0, "4": 0, "5": 0, "6": 0, "7": 0, "8": 0,
         "9": 0, "A": 0, "B": 0, "C": 0, "D": 0})";
 constexpr const char* kNested =
-    R"({"1234567890123456": [[3, nan], "1234567890123456", {}, true, null]})";
+    R"({"1234567890123456": [[{"1": 0, "2": 0, "3": 0, "4": 0, "5": 0, "6": 0,
+        "7": 0, "8": 0, "9": 0, "A": 0, "B": 0, "C": 0, "D": 0, "E": 0}],
+        "1234567890123456", {}, nan, true, null]})";
+// How reading, copying and loading that end, in the signs of the table below.
+constexpr const char* kNestedRead = "0000+++++++++++++++++++";
+constexpr const char* kNestedCopied = "{[[{bbbbbbbbbbbbbbbbbbb";
+constexpr const char* kNestedLoaded =
+    "0000*******************bbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbb";
 constexpr Subjects kNull = {"null", "null"};
 constexpr Subjects kBooleans = {"false", "true"};
 constexpr Subjects kNumbers = {"1", "-9.223372036854775e18"};
@@ -230,6 +237,7 @@ const Row kRows[] = {
     ROW(kStrings, "n", "n", Cloned(it)),
     ROW(kArrays, "[b", "[[b{[bb", Cloned(it)),
     ROW(kObjects, "{b", "{[[b{b", Cloned(it)),
+    ROW(kAny, "n", kNestedCopied, Cloned(it)),
     ROW(kArrays, "", "", Append(it)),
     ROW(kArrays, kNone, kNone, it.array().setValue(0, it.value.release())),
     ROW(kArrays, kNone, kNone, !it.array().setValue(9, it.value.release())),
@@ -244,7 +252,7 @@ const Row kRows[] = {
     ROW(kObjects, "", "", it.object().keys().front() == it.word),
     ROW(kObjects, kNone, kNone, it.object().clear()),
     ROW(kObjects, kNone, kNone, Detached(it.object(), it.object().at(it.word))),
-    ROW(kSets, "0", "000++++++", Read(it)),
+    ROW(kSets, "0", kNestedRead, Read(it)),
     ROW(kAny, kNone, kNone, it.reader.reset()),
     ROW(kAny, kNone, kNone, Transferred(it)),
     ROW(kAny, "", "", it.reader.format() == JsonReader::Format(it.tree())),
@@ -274,8 +282,8 @@ const Row kRows[] = {
     ROW(kObjects, "", "",
         Refused([&] { it.archiver.readByField(it.word)->writeObject(); })),
     ROW(kArrays, "", "", Refused([&] { it.archiver.writeArrayByIndex(9); })),
-    ROW(kSets, "0bb", "000******bbbbbbbbbbbbbb", LoadArchiver(it)),
-    ROW(kAny, "b", "{[[bbbbbb", it.archiver.format().size()),
+    ROW(kSets, "0bb", kNestedLoaded, LoadArchiver(it)),
+    ROW(kAny, "b", kNestedCopied, it.archiver.format().size()),
     ROW(kObjects, "{b", "{[[b{b", it.archiver.compress().size()),
     ROW(kStrings, kNone, "", ReadArchiver(it)),
     ROW(kNumbers, "", "", ReadArchiver(it)),
