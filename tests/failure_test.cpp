@@ -91,8 +91,7 @@ struct World {
 };
 using It = World&;
 
-// The operations
-// ------------------------------------------------------------------
+// The operations --------------------------------------------------------------
 
 template <class T, class... Arguments>
 bool Made(const Arguments&... arguments) {
