@@ -382,11 +382,14 @@ constexpr std::size_t kIndentWidth = 4;  // indent characters for each level
 // The put area of a stream's buffer, where short texts go without a call. Every
 // stream buffer has one; only a class derived from it may name it.
 struct PutArea : std::streambuf {
-  // Where the next size bytes go; null when there is no room for them.
+  // Where the next size bytes go; null when there is no room for them, or when
+  // they are more than Take() can count.
   static char* Room(std::streambuf& buffer, std::size_t size) {
+    constexpr std::size_t kMost = std::numeric_limits<int>::max();
     char* const next = (buffer.*&PutArea::pptr)();
     const char* const end = (buffer.*&PutArea::epptr)();
-    return static_cast<std::size_t>(end - next) >= size ? next : nullptr;
+    const auto room = static_cast<std::size_t>(end - next);
+    return size <= std::min(room, kMost) ? next : nullptr;
   }
 
   // Takes what was written there.
