@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -67,10 +68,10 @@ total: 1 objects, 30 bytes
 // In a process of its own: the count is never taken back.
 TEST(StandInDeathTest, CountsReleasesOfUnknownObjects) {
   const auto release = [] {
+    ObjectMonitor::_DecLeak(&std::cerr);
     static char objects[100];
     for (char& it : objects) ObjectMonitor::_IncLeak(&it, "a.cpp", 1, "f", 2);
     ObjectMonitor::_IncLeak(nullptr, "a.cpp", 1, "f", 2);
-    ObjectMonitor::_DecLeak(&std::cerr);
     ObjectMonitor::_DecLeakEx(&std::cerr, "a.cpp", 1, "f");
     const LeakInfo none[] = {
         ObjectMonitor::_DecLeakInfo(&std::cerr),
@@ -89,7 +90,8 @@ void ExpectChecked(const std::string& name, Allocate allocate,
   EXPECT_TRUE(sizeof(void*) > 4 || allocate(~0U) == nullptr);
   release(nullptr, 24);
   unsigned char* block = allocate(24);
-  EXPECT_DEATH(release(block, 20), name + ": .*does not have 20 bytes");
+  EXPECT_DEATH((std::memcpy(block + 20, block + 24, 4), release(block, 20)),
+               name + ": .*does not have 20 bytes");
   EXPECT_DEATH((block[24] ^= 1, release(block, 24)),
                name + ": .*written past its end");
   release(block, 24);

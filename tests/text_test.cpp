@@ -92,15 +92,16 @@ TEST_F(TextTest, WritesBothLayouts) {
 
 TEST_F(TextTest, EscapesFiveBytesAndKeepsTheOthers) {
   const SafeString escaped = "\"\\\r\n\t", letters = "\"\\rnt";
-  for (int value = 0; value < 256; ++value) {
+  for (unsigned int value = 0; value < 256; ++value) {
     const SafeString raw(1, static_cast<char>(value));
     const std::size_t at = escaped.find(raw);
     const SafeString text =
         at == raw.npos ? raw : SafeString("\\") + letters[at];
     JObject object;
-    object.setValue(raw, Make<JString>("<" + raw + ">"));
+    const SafeString before(value % 8, '<'), behind(8, '>');
+    object.setValue(raw, Make<JString>(before + raw + behind));
     EXPECT_EQ(JsonReader::Compress(&object),
-              "{\"" + text + "\":\"<" + text + ">\"}");
+              "{\"" + text + "\":\"" + before + text + behind + "\"}");
   }
 }
 
@@ -128,9 +129,9 @@ TEST_F(TextTest, EqualMeansSameKindAndContent) {
   std::vector<JBase*> trees;  // all of them differ
   std::istringstream texts(
       R"(null|false|true|0|1|1.0|1e0|100|1e2|nan|inf|-inf|""|"1"|"true"|"a"|)"
-      R"("A"|"ab"|"null"|[]|{}|[1]|[1,2]|[2,1]|[[1]]|[null]|{"a":1}|{"a":2}|)"
-      R"({"b":1}|{"":1}|{"a":null}|{"a":1,"b":1}|{"a":1,"c":1}|{"A":1,"b":1}|)"
-      R"([0,{"a":[0,1]}]|[0,{"a":[0,2]}])");
+      R"("A"|"abcdefghi"|"abcdefghj"|"xbcdefghi"|"null"|[]|{}|[1]|[1,2]|[2,1]|)"
+      R"([[1]]|[null]|{"a":1}|{"a":2}|{"b":1}|{"":1}|{"a":null}|{"a":1,"b":1}|)"
+      R"({"a":1,"c":1}|{"A":1,"b":1}|[0,{"a":[0,1]}]|[0,{"a":[0,2]}])");
   for (std::string text; std::getline(texts, text, '|');) {
     trees.push_back(Parse(text.c_str()));
   }
