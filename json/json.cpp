@@ -426,11 +426,11 @@ void Write(Context& context, std::string_view text) {
   }
 }
 
+// REQUIRES: the character is escaped.
 char LetterOf(char escaped) {
-  for (const Escape& escape : kEscapes) {
-    if (escape.character == escaped) return escape.letter;
-  }
-  return escaped;
+  return std::find_if(std::begin(kEscapes), std::end(kEscapes),
+                      [=](const Escape& it) { return it.character == escaped; })
+      ->letter;
 }
 
 // Whether a word of text may hold a byte that is escaped: a quotation mark, a
@@ -792,7 +792,7 @@ void CheckDepth(unsigned int depth) {
   if (depth == kNestingLimit) Fail("Parse", "nesting is too deep");
 }
 
-// Passes the "[" or "," of an array; false when its "]" follows.
+// Passes the "[" or "," of an array; false when its "]" follows the "[".
 bool ArraySkip(const char*& cursor) {
   const char separator = *cursor++;
   SkipBlanks(cursor);
@@ -811,15 +811,16 @@ JBase* ParseArray(const char*& cursor, Elements& waiting, unsigned int depth) {
     ScopedPointer<JBase> element(ParseValue(cursor, waiting, depth + 1));
     array.Add(element);
     if (*cursor != ',' && *cursor != ']') Fail("ParseArray", "missing ']'");
-    more = *cursor == ',' && ArraySkip(cursor);
+    more = *cursor == ',';
+    if (more) ArraySkip(cursor);
   }
   ++cursor;
   SkipBlanks(cursor);
   return array.Close();
 }
 
-// Passes the "{" or "," of an object; false when its "}" follows, else the
-// cursor is on a key.
+// Passes the "{" or "," of an object; false when its "}" follows the "{", else
+// the cursor is on a key.
 bool ParseKey(const char*& cursor) {
   const char separator = *cursor++;
   SkipBlanks(cursor);
@@ -863,7 +864,8 @@ JBase* ParseObject(const char*& cursor, Elements& waiting, unsigned int depth) {
     if (*cursor != ',' && *cursor != '}') {
       Fail("ParseObject", "missing '}' or have some extra data characters");
     }
-    more = *cursor == ',' && ParseKey(cursor);
+    more = *cursor == ',';
+    if (more) ParseKey(cursor);
   }
   ++cursor;
   SkipBlanks(cursor);
@@ -934,11 +936,10 @@ const Value& As(const JBase* value) {
     case JType::Array:
       return AreEqual(Access::Of(As<JArray>(first)),
                       Access::Of(As<JArray>(second)));
-    case JType::Object:
+    default:
       return AreEqual(Access::Of(As<JObject>(first)),
                       Access::Of(As<JObject>(second)));
   }
-  return false;
 }
 
 bool AreEqual(const Access::Elements& first, const Access::Elements& second) {

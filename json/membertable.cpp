@@ -76,7 +76,7 @@ class MemberTable::Index {
   void Add(std::string_view key, Link* before);
 
   // What precedes the member of that key, to be read or set; null when the
-  // member is not in the index.
+  // member is not in the index. REQUIRES: some member is.
   Link** Find(std::string_view key);
 
   void Remove(std::string_view key);
@@ -105,7 +105,6 @@ void MemberTable::Index::Add(std::string_view key, Link* before) {
 }
 
 MemberTable::Link** MemberTable::Index::Find(std::string_view key) {
-  if (count_ == 0) return nullptr;
   Part& part = PartOf(key, parts_);
   const auto found = part.find(key);
   return found != part.end() ? &found->second : nullptr;

@@ -192,7 +192,8 @@ IArchiver* JsonArchiver::writeObjectByField(const SafeString& field) {
 
 bool JsonArchiver::read(SafeString& out) {
   ITypedArchiver* root = private_->ToRead(ArchiverKind::Generic);
-  return root != nullptr && root->read(out);
+  if (root == nullptr) return false;
+  return root->read(out);
 }
 
 IArchiver* JsonArchiver::readByIndex(unsigned int index) {
