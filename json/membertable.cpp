@@ -4,7 +4,6 @@
 
 #include <bits/functional_hash.h>
 #include <algorithm>
-#include <limits>
 #include <map>
 #include <new>
 #include <unordered_map>
@@ -48,7 +47,6 @@ MemberTable::Key::Key(std::string_view text)
 
 MemberTable::Handle MemberTable::Make(const Key& key) {
   const std::string_view text = key.text();
-  if (text.size() > Node::kLongestKey) throw std::bad_alloc();
   char* block = Allocator<char>().allocate(SizeOfNode(text.size()));
   Handle node(::new (static_cast<void*>(block)) Node(key.hash(), text.size()));
   text.copy(block + sizeof(Node), text.size());
@@ -263,7 +261,6 @@ void MemberTable::Grow() {
   policy._M_next_resize = bucket_count_ == 1 ? 0 : bucket_count_;
   const std::size_t count =
       policy._M_need_rehash(bucket_count_, count_, 1).second;
-  if (count > std::numeric_limits<unsigned int>::max()) throw std::bad_alloc();
   Buckets* buckets = nullptr;
   if (count > kFewBuckets) {
     void* block = Allocator<Link*>().allocate(Buckets::Size(count));
@@ -272,6 +269,7 @@ void MemberTable::Grow() {
   }
   ReleaseBuckets();
   buckets_ = buckets;
+  // The allocator has refused more than this can count.
   bucket_count_ = static_cast<unsigned int>(count);
   Relink();
 }

@@ -69,6 +69,7 @@ class MemberTable {
     friend class MemberTable;
     friend class Key;
 
+    // No text takes up more than half of the address space.
     static constexpr std::size_t kLongestKey = ~std::size_t{0} >> 1;
 
     Node(std::size_t hash, std::size_t length)
