@@ -468,23 +468,35 @@ char* CopyEscaped(std::string_view text, char* out) {
   return out;
 }
 
-// By parts, so that a long text needs no more room than a short one.
-void WriteQuoted(Context& context, std::string_view text) {
+enum class Role { Key, Value };
+
+// Writes the text in quotes, and a key with its colon. By parts, so that a long
+// text needs no more room than a short one.
+void WriteQuoted(Context& context, std::string_view text, Role role) {
   constexpr std::size_t kPart = 256;
+  constexpr std::size_t kAround = 4;  // bytes, the quotes and the colon
   std::streambuf& buffer = BufferOf(context);
-  Write(context, '"');
-  while (!text.empty()) {
+  bool begun = false;
+  do {
     const std::string_view part = text.substr(0, kPart);
-    if (char* const room = PutArea::Room(buffer, 2 * part.size())) {
-      PutArea::Take(buffer, CopyEscaped(part, room));
-    } else {
-      char escaped[2 * kPart];
-      const char* const end = CopyEscaped(part, escaped);
-      Write(context, {escaped, static_cast<std::size_t>(end - escaped)});
-    }
     text.remove_prefix(part.size());
-  }
-  Write(context, '"');
+    char aside[2 * kPart + kAround];
+    char* const room = PutArea::Room(buffer, 2 * part.size() + kAround);
+    char* const begin = room != nullptr ? room : aside;
+    char* end = begin;
+    if (!std::exchange(begun, true)) *end++ = '"';
+    end = CopyEscaped(part, end);
+    if (text.empty()) {
+      *end++ = '"';
+      if (role == Role::Key) *end++ = ':';
+      if (role == Role::Key && !context.compress) *end++ = ' ';
+    }
+    if (room != nullptr) {
+      PutArea::Take(buffer, end);
+    } else {
+      Write(context, {begin, static_cast<std::size_t>(end - begin)});
+    }
+  } while (!text.empty());
 }
 
 // Raises the depth for the children of a container.
@@ -499,18 +511,23 @@ class Nesting {
   Context& context_;
 };
 
-// In the formatted layout, begins a line with the indentation of the context's
-// depth.
-void BeginLine(Context& context) {
+// Ends the item of a container that stands before the next one, if there is
+// any. In the formatted layout, begins a line with the indentation of the
+// context's depth.
+void Separate(Context& context, bool comma) {
+  if (comma) Write(context, ',');
   if (context.compress) return;
+  constexpr std::size_t kBlock = 16;  // characters that are set at once
   auto indent =
       static_cast<std::size_t>(std::max(context.depth, 0)) * kIndentWidth;
   std::streambuf& buffer = BufferOf(context);
-  if (char* const room = PutArea::Room(buffer, 1 + indent)) {
+  if (char* const room = PutArea::Room(buffer, 1 + indent + kBlock)) {
     *room = '\n';
-    std::memset(room + 1, context.indentChar, indent);
-    PutArea::Take(buffer, room + 1 + indent);
-    return;
+    char* const end = room + 1 + indent;
+    for (char* at = room + 1; at < end; at += kBlock) {
+      std::memset(at, context.indentChar, kBlock);
+    }
+    return PutArea::Take(buffer, end);
   }
   Write(context, '\n');
   for (; indent != 0; --indent) Write(context, context.indentChar);
@@ -521,37 +538,39 @@ void BeginLine(Context& context) {
 void JNull::toString(Context& context) const { Write(context, "null"); }
 
 void JBool::toString(Context& context) const {
-  Write(context, value_ ? "true" : "false");
+  using namespace std::string_view_literals;
+  Write(context, value_ ? "true"sv : "false"sv);
 }
 
 void JNumber::toString(Context& context) const { Write(context, text_); }
 
-void JString::toString(Context& context) const { WriteQuoted(context, text_); }
+void JString::toString(Context& context) const {
+  WriteQuoted(context, text_, Role::Value);
+}
 
 void JArray::toString(Context& context) const {
   Write(context, '[');
-  for (const JBase* const& element : elements_) {
+  bool comma = false;
+  for (const JBase* element : elements_) {
     const Nesting nesting(context);
-    if (&element != elements_.data()) Write(context, ',');
-    BeginLine(context);
+    Separate(context, std::exchange(comma, true));
     element->toString(context);
   }
-  if (!elements_.empty()) BeginLine(context);
+  if (!elements_.empty()) Separate(context, false);
   Write(context, ']');
 }
 
 void JObject::toString(Context& context) const {
   Write(context, '{');
+  bool comma = false;
   const auto* member = members().first();
   for (; member != nullptr; member = member->next()) {
     const Nesting nesting(context);
-    if (member != members().first()) Write(context, ',');
-    BeginLine(context);
-    WriteQuoted(context, member->key());
-    Write(context, context.compress ? ":" : ": ");
+    Separate(context, std::exchange(comma, true));
+    WriteQuoted(context, member->key(), Role::Key);
     ValueOf(*member)->toString(context);
   }
-  if (!empty()) BeginLine(context);
+  if (!empty()) Separate(context, false);
   Write(context, '}');
 }
 
