@@ -23,9 +23,6 @@ constexpr std::size_t kSeed = 0xc70f6907U;
 // shares the other.
 constexpr std::size_t kIndexSeed = 0x9e3779b9U;
 
-// With up to this many buckets the list is searched from its front.
-constexpr unsigned int kFewBuckets = 16;
-
 // A chain of more members than this is indexed. By chance such a chain comes
 // about once in a million buckets.
 constexpr unsigned int kLongChain = 8;
@@ -181,7 +178,7 @@ MemberTable::Link* MemberTable::BeforeBucket(std::size_t bucket) {
 // What precedes the member of that key; null when there is none.
 MemberTable::Link* MemberTable::FindBefore(const Key& key) {
   if (buckets_ == nullptr) return FindBeforeInList(key);
-  const std::size_t bucket = key.hash() % bucket_count_;
+  const std::size_t bucket = BucketOf(key.hash());
   Link* before = (*buckets_)[bucket];
   if (before == nullptr) return nullptr;
   if (before->next->indexed_) return FindBeforeInIndex(key, before);
@@ -229,9 +226,7 @@ void MemberTable::Unlink(Link* before) {
 }
 
 void MemberTable::put(Handle& node) {
-  // The policy asks for buckets before the first member and when there are as
-  // many members as buckets.
-  if (bucket_count_ == 1 || count_ >= bucket_count_) Grow();
+  if (count_ == bucket_count_) Grow();
   Node* const added = node.release();
   ++count_;
   if (LinkIn(added) && buckets_ != nullptr) ExtendChain(added);
@@ -258,15 +253,12 @@ bool MemberTable::LinkIn(Node* node) {
 // more, and puts the members in their order into the new buckets.
 void MemberTable::Grow() {
   std::__detail::_Prime_rehash_policy policy;
-  policy._M_next_resize = bucket_count_ == 1 ? 0 : bucket_count_;
+  policy._M_next_resize = bucket_count_;
   const std::size_t count =
       policy._M_need_rehash(bucket_count_, count_, 1).second;
-  Buckets* buckets = nullptr;
-  if (count > kFewBuckets) {
-    void* block = Allocator<Link*>().allocate(Buckets::Size(count));
-    buckets = ::new (block) Buckets;
-    std::fill_n(buckets->begin(), count, nullptr);
-  }
+  void* block = Allocator<Link*>().allocate(Buckets::Size(count));
+  auto* const buckets = ::new (block) Buckets;
+  std::fill_n(buckets->begin(), count, nullptr);
   ReleaseBuckets();
   buckets_ = buckets;
   // The allocator has refused more than this can count.
@@ -282,7 +274,6 @@ void MemberTable::Relink() {
     LinkIn(node);
     node = next;
   }
-  if (buckets_ == nullptr) return;
   for (node = head_.next; node != nullptr;) node = IndexIfLong(node);
 }
 

@@ -126,12 +126,18 @@ class MemberTable {
   void clear();
 
  private:
+  // What the policy asks for before the first member. So few are not stored:
+  // the list is searched from its front.
+  static constexpr unsigned int kFirstBuckets = 13;
+
   class Index;
   struct Buckets;
 
-  std::size_t BucketOf(const Node* node) const {
-    return node->hash_ % bucket_count_;
+  // A division by a constant costs the device much less.
+  std::size_t BucketOf(std::size_t hash) const {
+    return buckets_ == nullptr ? hash % kFirstBuckets : hash % bucket_count_;
   }
+  std::size_t BucketOf(const Node* node) const { return BucketOf(node->hash_); }
   bool IsIn(const Node* node, std::size_t bucket) const {
     return node != nullptr && BucketOf(node) == bucket;
   }
@@ -154,9 +160,9 @@ class MemberTable {
   Node* IndexIfLong(Node* first);
 
   Link head_;
-  Buckets* buckets_ = nullptr;  // owned; none as long as there are few
+  Buckets* buckets_ = nullptr;  // owned; none before the table has grown
   unsigned int count_ = 0;
-  unsigned int bucket_count_ = 1;
+  unsigned int bucket_count_ = kFirstBuckets;
 };
 
 inline MemberTable::Key::Key(const Node& node)
