@@ -4,12 +4,14 @@
 # into a folder of its own, where each header gets a marker and loses what it
 # says of visibility. The library, and a program that has it as a part of its
 # build, are built against that, and must see no framework header but the
-# marked ones.
+# marked ones. So must a program that uses that library installed.
 set -euo pipefail
 source=$1 build=$2 work=$3 arguments=("${@:4}")
 
 rm -rf "$work"
-cmake --install "$build" --prefix "$work/framework" --component framework
+for component in framework framework-development; do
+  cmake --install "$build" --prefix "$work/framework" --component "$component"
+done
 
 mkdir "$work/program"
 cp "$source"/tests/framework/* "$work/program"
@@ -39,3 +41,13 @@ if grep -E "$source/include/foundation/(debug|generic|io|lang|text)/" \
 fi
 
 "$work/build/program"
+
+# The library, installed where the headers of the stand-in lie as well.
+cmake --install "$work/build" --prefix "$work/library"
+cmake --install "$build" --prefix "$work/library" \
+  --component framework-development
+cmake -S "$source/tests/consumer" -B "$work/consumer" -G Ninja \
+  "${arguments[@]}" -DCMAKE_PREFIX_PATH="$work/library" \
+  -DVORN_FRAMEWORK_ROOT="$work/framework" -DEXAMPLE="$work/program/program.cpp"
+cmake --build "$work/consumer"
+LD_LIBRARY_PATH=$work/framework/lib "$work/consumer/consumer"

@@ -1,0 +1,18 @@
+# vorn_import_framework(ROOT LIBDIR INCLUDEDIR NAMESPACE): the targets debugs
+# and foundations, behind the namespace, of the framework installed in ROOT. The
+# build and the installed package have this in common.
+function(vorn_import_framework root libdir includedir namespace)
+  foreach(library debugs foundations)
+    find_library(VORN_${library}_LIBRARY ${library}
+      PATHS "${root}" PATH_SUFFIXES "${libdir}" lib
+      NO_CACHE NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    add_library(${namespace}${library} SHARED IMPORTED)
+    # Not as system headers: those are searched after all others.
+    set_target_properties(${namespace}${library} PROPERTIES
+      IMPORTED_LOCATION "${VORN_${library}_LIBRARY}" SYSTEM OFF)
+    target_include_directories(${namespace}${library} INTERFACE
+      "${root}/${includedir}")
+  endforeach()
+  # The libraries' own dependency, which a link against foundations alone needs.
+  target_link_libraries(${namespace}foundations INTERFACE ${namespace}debugs)
+endfunction()
