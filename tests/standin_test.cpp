@@ -1,17 +1,22 @@
 // The stand-in monitors: the list of live objects, the report, and the checks
 // of the memory that they supply.
 
+#include "support/build.h"
+
 #include <foundation/debug/memorymonitor.h>
 #include <foundation/debug/tracked.h>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <array>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <new>
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -65,10 +70,76 @@ total: 1 objects, 30 bytes
   EXPECT_EQ(ObjectMonitor::_DecLeakInfo(&object).size, 30u);
 }
 
+// Each figure in each form, and the marks that stand for nothing yet or anew.
+TEST(StandInTest, ReportsTheChangeSinceAMark) {
+  const auto report = [](const char* mark, ReportLayout layout) {
+    std::ostringstream out;
+    out << std::hex;  // which says nothing of a report
+    EXPECT_TRUE(ObjectMonitor::Report(out, mark, layout));
+    return out.str();
+  };
+  char objects[400];
+  const auto make = [&](int i, const char* file, int line, unsigned int size) {
+    ObjectMonitor::_IncLeak(objects + i, file, line, "f", size);
+  };
+  make(0, "c.cpp", 1, 40);
+  make(1, "b.cpp", 1, 50);
+  ObjectMonitor::Mark(std::string("mark").c_str());
+  std::ostringstream none;
+  EXPECT_FALSE(ObjectMonitor::Report(none, "marks"));
+  EXPECT_EQ(none.str(), "");
+
+  for (int i = 2; i < 5; ++i) make(i, "b.cpp", 1, 10);
+  make(5, "b.cpp", 12, 30);
+  make(6, "a.cpp", 1, 7);
+  for (const int freed : {0, 4, 6}) ObjectMonitor::_DecLeak(objects + freed);
+  EXPECT_EQ(report("mark", ReportLayout::Text),
+            "since mark:\n"
+            "  objects    change       bytes      change        made       "
+            "freed  created at\n"
+            "        1        +1          30         +30           1          "
+            " 0  b.cpp:12 f\n"
+            "        3        +2          70         +20           3          "
+            " 1  b.cpp:1 f\n"
+            "        0        +0           0          +0           1          "
+            " 1  a.cpp:1 f\n"
+            "        0        -1           0         -40           0          "
+            " 1  c.cpp:1 f\n"
+            "        4        +2         100         +10           5          "
+            " 3  total\n");
+  ObjectMonitor::Mark("mark");
+  for (int i = 6; i < 400; ++i) make(i, "a.cpp", i, 1);  // many new tags
+  for (int i = 7; i < 400; ++i) ObjectMonitor::_DecLeak(objects + i);
+  const auto expect_tabs = [&](const char* mark, const std::string& lines) {
+    const std::string tabs = report(mark, ReportLayout::Tabs);
+    EXPECT_NE(tabs.find(lines), std::string::npos) << tabs;
+  };
+  expect_tabs("mark",
+              "file\tline\tfunction\tobjects\tobjects_change\tbytes\t"
+              "bytes_change\tmade\tfreed\n"
+              "a.cpp\t6\tf\t1\t1\t1\t1\t1\t0\n");
+  expect_tabs(
+      "mark",
+      "\ntotal\t\t\t5\t1\t101\t1\t394\t393\nunknown\t\t\t\t\t\t\t\t0\n");
+  expect_tabs(nullptr, "\ntotal\t\t\t5\t5\t101\t101\t");
+  for (const int left : {1, 2, 3, 5, 6})
+    ObjectMonitor::_DecLeak(objects + left);
+}
+
+TEST(StandInTest, KnowsTheMostBytesAtATime) {
+  unsigned char* first = MemoryMonitor::Alloc(30);
+  MemoryMonitor::Dealloc(MemoryMonitor::Alloc(70), 70);
+  EXPECT_EQ(MemoryMonitor::PeakBytes(), 100u);
+  MemoryMonitor::ResetPeak();
+  EXPECT_EQ(MemoryMonitor::PeakBytes(), 30u);
+  MemoryMonitor::Dealloc(first, 30);
+}
+
 // In a process of its own: the count is never taken back.
 TEST(StandInDeathTest, CountsReleasesOfUnknownObjects) {
   const auto release = [] {
     ObjectMonitor::_DecLeak(&std::cerr);
+    ObjectMonitor::Mark("mark");
     static char objects[100];
     for (char& it : objects) ObjectMonitor::_IncLeak(&it, "a.cpp", 1, "f", 2);
     ObjectMonitor::_IncLeak(nullptr, "a.cpp", 1, "f", 2);
@@ -77,11 +148,52 @@ TEST(StandInDeathTest, CountsReleasesOfUnknownObjects) {
         ObjectMonitor::_DecLeakInfo(&std::cerr),
         ObjectMonitor::_DecLeakInfoEx(&std::cerr, "a.cpp", 1, "f")};
     ObjectMonitor::Report(std::cerr);
+    ObjectMonitor::Report(std::cerr, "mark");
     std::exit(none[0].address == nullptr && none[1].address == nullptr ? 0 : 1);
   };
-  EXPECT_EXIT(
-      release(), testing::ExitedWithCode(0),
-      "total: 100 objects, 200 bytes\nreleases of unknown objects: 4\n");
+  EXPECT_EXIT(release(), testing::ExitedWithCode(0),
+              "total: 100 objects, 200 bytes\nreleases of unknown objects: 4\n"
+              "since mark:\n.*\nreleases of unknown objects: 3\n");
+}
+
+// In a process of its own, which first takes all memory, then all tags.
+TEST(StandInDeathTest, SaysSoWithoutMemory) {
+  if (support::kSanitized) GTEST_SKIP() << "a sanitizer would end the process";
+  const auto run = [] {
+    static char objects[100000];
+    const auto is_told = [](auto work) {
+      try {
+        for (int i = 0; i < 100000; ++i) work(i);
+      } catch (const std::bad_alloc&) {
+        return true;
+      }
+      return false;
+    };
+    const auto add_tag = [](int line) {
+      ObjectMonitor::_IncLeak(objects, "a.cpp", line, "f", 2);
+    };
+    add_tag(0);
+    const rlimit limit{1 << 30, 1 << 30};
+    setrlimit(RLIMIT_AS, &limit);
+    struct Block {
+      Block* next;
+    }* blocks = nullptr;
+    for (const std::size_t size : {1 << 20, 1 << 10, 1 << 4}) {
+      while (void* block = std::malloc(size))
+        blocks = new (block) Block{blocks};
+    }
+    std::ostream none(nullptr);
+    bool told = ObjectMonitor::_Alloc(1 << 16) == nullptr &&
+                MemoryMonitor::Alloc(1 << 16) == nullptr && is_told(add_tag) &&
+                is_told([](int i) {
+                  ObjectMonitor::_IncLeak(objects + i, "a.cpp", 0, "f", 2);
+                }) &&
+                is_told([&](int) { ObjectMonitor::Report(none); });
+    while (blocks != nullptr) std::free(std::exchange(blocks, blocks->next));
+    told = is_told(add_tag) && told;
+    std::exit(told ? 0 : 1);
+  };
+  EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
 }
 
 template <class Allocate, class Release>

@@ -1,21 +1,26 @@
 // Two tables: the tags that objects were created under, each once, and the list
-// of live objects, a word each: its address and the number of its tag. Their
-// memory comes from malloc directly, so that it never shows among the memory
-// that they account for.
+// of live objects, a word each: its address and the number of its tag. A mark
+// is a copy of what they count, and a report what that has come to since. All
+// their memory comes from malloc directly, so that it never shows among the
+// memory that they account for.
 
 #include <foundation/debug/objectmonitor.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <new>
 #include <ostream>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "guardedblock.h"
 
@@ -53,7 +58,8 @@ struct Origin {
   const char* function = nullptr;
   unsigned int size = 0;
   std::uint16_t number = 0;
-  const Origin* next = nullptr;  // with the same hash
+  const Origin* next = nullptr;                // with the same hash
+  mutable std::atomic<std::uint64_t> made{0};  // objects, so far
 };
 
 // All origins so far. They are found without a lock, and added under one.
@@ -75,6 +81,9 @@ class Origins {
   static const Origin& FindOrAdd(const char* file, int line,
                                  const char* function, unsigned int size);
 
+  // How many there are, with the numbers from 0.
+  static unsigned int Count() { return count_.load(std::memory_order_acquire); }
+
   static const Origin& Numbered(unsigned int number) {
     return blocks_[number / kBlock].load(
         std::memory_order_acquire)[number % kBlock];
@@ -93,13 +102,13 @@ class Origins {
   }
 
   static std::mutex mutex_;
-  static unsigned int count_;
+  static std::atomic<unsigned int> count_;
   static std::atomic<const Origin*> chains_[kChains];
   static std::atomic<Origin*> blocks_[kMost / kBlock];
 };
 
 std::mutex Origins::mutex_;
-unsigned int Origins::count_ = 0;
+std::atomic<unsigned int> Origins::count_{0};
 std::atomic<const Origin*> Origins::chains_[kChains];
 std::atomic<Origin*> Origins::blocks_[kMost / kBlock];
 
@@ -107,19 +116,20 @@ const Origin& Origins::FindOrAdd(const char* file, int line,
                                  const char* function, unsigned int size) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (const Origin* known = Find(file, line, function, size)) return *known;
-  if (count_ == kMost) throw std::bad_alloc();
-  std::atomic<Origin*>& block = blocks_[count_ / kBlock];
-  if (count_ % kBlock == 0) {
+  const unsigned int number = count_;
+  if (number == kMost) throw std::bad_alloc();
+  std::atomic<Origin*>& block = blocks_[number / kBlock];
+  if (number % kBlock == 0) {
     void* memory = std::malloc(kBlock * sizeof(Origin));
     if (memory == nullptr) throw std::bad_alloc();
     block.store(static_cast<Origin*>(memory), std::memory_order_release);
   }
   std::atomic<const Origin*>& chain = chains_[HashOf(file, line)];
-  Origin* const place = block.load(std::memory_order_relaxed) + count_ % kBlock;
+  Origin* const place = block.load(std::memory_order_relaxed) + number % kBlock;
   const Origin* const added = ::new (static_cast<void*>(place)) Origin{
-      file,        line, function, size, static_cast<std::uint16_t>(count_),
+      file,        line, function, size, static_cast<std::uint16_t>(number),
       chain.load()};
-  ++count_;
+  count_.store(number + 1, std::memory_order_release);
   chain.store(added, std::memory_order_release);
   return *added;
 }
@@ -132,9 +142,9 @@ const Origin& Origins::FindOrAdd(const char* file, int line,
 class Entry {
  public:
   Entry() = default;
-  Entry(const void* object, unsigned int origin)
+  Entry(const void* object, const Origin& origin)
       : word_(std::uint64_t{reinterpret_cast<std::uintptr_t>(object)} << 16 |
-              origin) {}
+              origin.number) {}
 
   bool IsFree() const { return word_ == 0; }
   bool IsTaken() const { return word_ >> 16 != 0; }
@@ -146,7 +156,8 @@ class Entry {
   std::uintptr_t Address() const {
     return static_cast<std::uintptr_t>(word_ >> 16);
   }
-  const Origin& origin() const { return Origins::Numbered(word_ & 0xFFFF); }
+  unsigned int number() const { return word_ & 0xFFFF; }
+  const Origin& origin() const { return Origins::Numbered(number()); }
 
  private:
   std::uint64_t word_ = 0;
@@ -174,7 +185,8 @@ class alignas(64) Part {
 
   // Adds an object. One that is in the list already was released behind the
   // monitor's back. REQUIRES: HasRoom().
-  void Add(std::uint32_t hash, const void* object, unsigned int origin) {
+  void Add(std::uint32_t hash, const void* object, const Origin& origin) {
+    origin.made.fetch_add(1, std::memory_order_relaxed);
     Entry* place = nullptr;
     Entry* entry = Home(hash);
     for (; !entry->IsFree() && !entry->IsOf(object); entry = After(entry)) {
@@ -328,7 +340,7 @@ namespace {
   Part& part = PartOf(hash);
   const Guard guard(part.lock());
   if (!part.HasRoom()) part.MakeRoom();
-  part.Add(hash, object, origin.number);
+  part.Add(hash, object, origin);
 }
 
 }  // namespace
@@ -343,7 +355,7 @@ void ObjectMonitor::_IncLeak(void* object, const char* file, int line,
     return Record(object, file, line, function, size);
   }
   const bool room = part.HasRoom();
-  if (room) part.Add(hash, object, origin->number);
+  if (room) part.Add(hash, object, *origin);
   part.lock().unlock();
   if (!room) Record(object, file, line, function, size);
 }
@@ -363,7 +375,26 @@ LeakInfo ObjectMonitor::_DecLeakInfoEx(void* object, const char*, int,
   return ReleaseBlock(object);
 }
 
-// The report ------------------------------------------------------------------
+void ObjectMonitor::SetTrace(bool on) {
+  trace.store(on, std::memory_order_relaxed);
+}
+
+std::size_t ObjectMonitor::LiveCount() {
+  std::size_t count = 0;
+  for (Part& part : parts) {
+    const Guard guard(part.lock());
+    count += part.count();
+  }
+  return count;
+}
+
+std::size_t ObjectMonitor::LiveBytes() {
+  std::size_t bytes = 0;
+  ForEachObject([&](Entry entry) { bytes += entry.origin().size; });
+  return bytes;
+}
+
+// Counts and marks ------------------------------------------------------------
 
 namespace {
 
@@ -389,66 +420,234 @@ struct OwnAllocator {
   }
 };
 
-// By tag alone: objects of several sizes may be created in one place.
-struct TagOrder {
-  bool operator()(const Origin* a, const Origin* b) const {
-    if (const int order = std::strcmp(a->file, b->file)) return order < 0;
-    if (a->line != b->line) return a->line < b->line;
-    return std::strcmp(a->function, b->function) < 0;
-  }
+// Of one origin: the objects that were ever made, and those of them that are
+// alive. All others were freed, so that a release has nothing to count.
+struct Count {
+  std::uint64_t made = 0;
+  std::size_t alive = 0;
 };
 
-struct Total {
-  void Add(const Origin& origin) {
-    ++objects;
-    bytes += origin.size;
-  }
-
-  std::size_t objects = 0;
-  std::size_t bytes = 0;
+// How things stand: the counts by the numbers of the origins, and the releases
+// of unknown objects.
+struct State {
+  std::vector<Count, OwnAllocator<Count>> counts;
+  std::size_t unknown = 0;
 };
 
-using Totals = std::map<const Origin*, Total, TagOrder,
-                        OwnAllocator<std::pair<const Origin* const, Total>>>;
+// Nothing is counted as alive that is not counted as made.
+State StateNow() {
+  State state{decltype(State::counts)(Origins::Count()), unknown_releases};
+  ForEachObject([&](Entry entry) {
+    if (entry.number() < state.counts.size()) {
+      ++state.counts[entry.number()].alive;
+    }
+  });
+  unsigned int number = 0;
+  for (Count& count : state.counts) {
+    count.made = Origins::Numbered(number++).made;
+  }
+  return state;
+}
 
-Total TotalOfAll() {
-  Total total;
-  ForEachObject([&](Entry entry) { total.Add(entry.origin()); });
+using Name =
+    std::basic_string<char, std::char_traits<char>, OwnAllocator<char>>;
+
+// The marks, to be used one thread at a time. They are never destroyed, so that
+// there can be reports until the very end.
+class Marks {
+ public:
+  static void Set(const char* name, State&& state) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    All()[name] = std::move(state);
+  }
+
+  // The state of the mark, or an empty one for null. False if there is no such
+  // mark.
+  static bool Get(const char* name, State& state) {
+    if (name == nullptr) return true;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto mark = All().find(name);
+    if (mark == All().end()) return false;
+    state = mark->second;
+    return true;
+  }
+
+ private:
+  using Map = std::map<Name, State, std::less<>,
+                       OwnAllocator<std::pair<const Name, State>>>;
+
+  static Map& All() {
+    alignas(Map) static unsigned char place[sizeof(Map)];
+    static Map* const map = ::new (static_cast<void*>(place)) Map;
+    return *map;
+  }
+
+  static std::mutex mutex_;
+};
+
+std::mutex Marks::mutex_;
+
+}  // namespace
+
+void ObjectMonitor::Mark(const char* name) { Marks::Set(name, StateNow()); }
+
+// The reports -----------------------------------------------------------------
+
+namespace {
+
+// A line: how things stand with a tag, and what has changed.
+struct Row {
+  void Add(const Row& other) {
+    objects += other.objects;
+    more_objects += other.more_objects;
+    bytes += other.bytes;
+    more_bytes += other.more_bytes;
+    made += other.made;
+    freed += other.freed;
+  }
+  bool IsOfNote() const { return objects != 0 || made != 0 || freed != 0; }
+
+  const Origin* tag = nullptr;
+  long long objects = 0;
+  long long more_objects = 0;
+  long long bytes = 0;
+  long long more_bytes = 0;
+  long long made = 0;
+  long long freed = 0;
+};
+
+using Rows = std::vector<Row, OwnAllocator<Row>>;
+
+Row RowOf(const Origin& origin, const Count& now, const Count& then) {
+  Row row;
+  row.tag = &origin;
+  row.objects = static_cast<long long>(now.alive);
+  row.more_objects = row.objects - static_cast<long long>(then.alive);
+  row.bytes = row.objects * origin.size;
+  row.more_bytes = row.more_objects * origin.size;
+  row.made = static_cast<long long>(now.made - then.made);
+  row.freed = row.made - row.more_objects;
+  return row;
+}
+
+// By tag alone: objects of several sizes may be created in one place, and the
+// same texts may lie at several addresses.
+bool TagOrder(const Row& a, const Row& b) {
+  if (const int order = std::strcmp(a.tag->file, b.tag->file)) return order < 0;
+  if (a.tag->line != b.tag->line) return a.tag->line < b.tag->line;
+  return std::strcmp(a.tag->function, b.tag->function) < 0;
+}
+
+bool GrowthOrder(const Row& a, const Row& b) {
+  if (a.more_bytes != b.more_bytes) return a.more_bytes > b.more_bytes;
+  return TagOrder(a, b);
+}
+
+// A row for each tag with anything to tell, in the order of the tags.
+Rows RowsOf(const State& now, const State& then) {
+  Rows rows;
+  rows.reserve(now.counts.size());
+  for (unsigned int i = 0; i < now.counts.size(); ++i) {
+    const Count before = i < then.counts.size() ? then.counts[i] : Count();
+    const Row row = RowOf(Origins::Numbered(i), now.counts[i], before);
+    if (row.IsOfNote()) rows.push_back(row);
+  }
+  std::sort(rows.begin(), rows.end(), TagOrder);
+  std::size_t tags = 0;
+  for (const Row& row : rows) {
+    if (tags > 0 && !TagOrder(rows[tags - 1], row)) {
+      rows[tags - 1].Add(row);
+    } else {
+      rows[tags++] = row;
+    }
+  }
+  rows.resize(tags);
+  return rows;
+}
+
+Row TotalOf(const Rows& rows) {
+  Row total;
+  for (const Row& row : rows) total.Add(row);
   return total;
+}
+
+// Writes a text and figures as printf() does, whatever the stream does with
+// numbers.
+template <class... Figures>
+void Print(std::ostream& out, const char* format, Figures... figures) {
+  char line[200];
+  std::snprintf(line, sizeof line, format, figures...);
+  out << line;
+}
+
+void PrintFigures(std::ostream& out, const char* format, const Row& row) {
+  Print(out, format, row.objects, row.more_objects, row.bytes, row.more_bytes,
+        row.made, row.freed);
+}
+
+void PrintText(std::ostream& out, const char* mark, const Rows& rows,
+               std::size_t unknown) {
+  constexpr char kFormat[] = "%9lld %+9lld %11lld %+11lld %11lld %11lld  ";
+  if (mark != nullptr) out << "since " << mark << ":\n";
+  Print(out, "%9s %9s %11s %11s %11s %11s  %s\n", "objects", "change", "bytes",
+        "change", "made", "freed", "created at");
+  for (const Row& row : rows) {
+    PrintFigures(out, kFormat, row);
+    out << row.tag->file;
+    Print(out, ":%d ", row.tag->line);
+    out << row.tag->function << '\n';
+  }
+  PrintFigures(out, kFormat, TotalOf(rows));
+  out << "total\n";
+  if (unknown != 0) Print(out, "releases of unknown objects: %zu\n", unknown);
+}
+
+void PrintTabs(std::ostream& out, const Rows& rows, std::size_t unknown) {
+  constexpr char kFormat[] = "\t%lld\t%lld\t%lld\t%lld\t%lld\t%lld\n";
+  out << "file\tline\tfunction\tobjects\tobjects_change\tbytes\tbytes_change\t"
+         "made\tfreed\n";
+  for (const Row& row : rows) {
+    out << row.tag->file;
+    Print(out, "\t%d\t", row.tag->line);
+    out << row.tag->function;
+    PrintFigures(out, kFormat, row);
+  }
+  out << "total\t\t";
+  PrintFigures(out, kFormat, TotalOf(rows));
+  Print(out, "unknown\t\t\t\t\t\t\t\t%zu\n", unknown);
 }
 
 }  // namespace
 
-void ObjectMonitor::SetTrace(bool on) {
-  trace.store(on, std::memory_order_relaxed);
-}
-
-std::size_t ObjectMonitor::LiveCount() {
-  std::size_t count = 0;
-  for (Part& part : parts) {
-    const Guard guard(part.lock());
-    count += part.count();
-  }
-  return count;
-}
-
-std::size_t ObjectMonitor::LiveBytes() { return TotalOfAll().bytes; }
-
 void ObjectMonitor::Report(std::ostream& out) {
-  Totals totals;
-  Total all;
-  ForEachObject([&](Entry entry) {
-    totals[&entry.origin()].Add(entry.origin());
-    all.Add(entry.origin());
-  });
-  for (const auto& [tag, total] : totals) {
-    out << tag->file << ':' << tag->line << ' ' << tag->function << ": "
-        << total.objects << " objects, " << total.bytes << " bytes\n";
+  const Rows rows = RowsOf(StateNow(), State());
+  for (const Row& row : rows) {
+    if (row.objects == 0) continue;
+    out << row.tag->file << ':' << row.tag->line << ' ' << row.tag->function
+        << ": " << row.objects << " objects, " << row.bytes << " bytes\n";
   }
-  out << "total: " << all.objects << " objects, " << all.bytes << " bytes\n";
+  const Row total = TotalOf(rows);
+  out << "total: " << total.objects << " objects, " << total.bytes
+      << " bytes\n";
   if (unknown_releases != 0) {
     out << "releases of unknown objects: " << unknown_releases << '\n';
   }
+}
+
+bool ObjectMonitor::Report(std::ostream& out, const char* mark,
+                           ReportLayout layout) {
+  State then;
+  if (!Marks::Get(mark, then)) return false;
+  const State now = StateNow();
+  Rows rows = RowsOf(now, then);
+  std::sort(rows.begin(), rows.end(), GrowthOrder);
+  const std::size_t unknown = now.unknown - then.unknown;
+  if (layout == ReportLayout::Text) {
+    PrintText(out, mark, rows, unknown);
+  } else {
+    PrintTabs(out, rows, unknown);
+  }
+  return true;
 }
 
 }  // namespace vorn::foundation::debug

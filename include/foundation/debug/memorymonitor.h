@@ -21,6 +21,11 @@ class __attribute__((visibility("default"))) MemoryMonitor {
 
   // The number of bytes that are out at the moment, as they were asked for.
   static std::size_t LiveBytes();
+
+  // The most bytes that were out at a time, since the start of the program or
+  // since ResetPeak(), which starts again with those that are out.
+  static std::size_t PeakBytes();
+  static void ResetPeak();
 };
 
 }  // namespace vorn::foundation::debug

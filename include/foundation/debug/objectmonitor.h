@@ -12,6 +12,10 @@ struct LeakInfo {
   unsigned int size;       // its byte count, as reported to _IncLeak()
 };
 
+// How a report is laid out: in columns for a reader, or in fields between tabs
+// for a program, with their names in the first line.
+enum class ReportLayout { Text, Tabs };
+
 // Keeps the list of live objects, each with the source file, line and function
 // that created it, so that a leak can be traced to its origin. While tracing is
 // on it also supplies the memory of the objects themselves, and checks it when
@@ -64,6 +68,25 @@ class __attribute__((visibility("default"))) ObjectMonitor {
   // Writes one line for each creation tag that has live objects (file, line,
   // function, objects, bytes), then the totals.
   static void Report(std::ostream& out);
+
+  // Remembers how things stand under the name, which is copied, in the place of
+  // what it stood for before. Takes 16 bytes for each creation tag there has
+  // been, which stay until the name is used again. Throws std::bad_alloc when
+  // memory is exhausted; the name then stands for what it did. REQUIRES: name
+  // is not null.
+  static void Mark(const char* name);
+
+  // Writes what has changed since the mark of that name, or since the start of
+  // the program when it is null. Each creation tag with live objects or with a
+  // change has a line: its live objects and their bytes, the change of both,
+  // and how many objects were made and freed in the time. The line with the
+  // most growth in bytes is the first, the totals are the last but for the
+  // releases of objects that are not in the list. False, and nothing is
+  // written, when there is no such mark. Throws std::bad_alloc before it writes
+  // anything when memory is exhausted. What other threads do meanwhile may be
+  // counted in part.
+  static bool Report(std::ostream& out, const char* mark,
+                     ReportLayout layout = ReportLayout::Text);
 };
 
 }  // namespace vorn::foundation::debug
