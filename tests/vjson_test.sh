@@ -10,7 +10,8 @@ trap 'rm -rf "$work"' EXIT
 cd "$work"
 failures=0
 
-# expect STATUS ARGUMENTS INPUT OUTPUT ERRORS; $to is where the output goes.
+# expect STATUS ARGUMENTS INPUT OUTPUT ERRORS; $to is where the output goes, and
+# what does not match $lines is left out of the errors.
 expect() {
   local status=0 arguments
   read -ra arguments <<<"$2"
@@ -18,7 +19,7 @@ expect() {
   : >out
   "${tool[@]}" "${arguments[@]}" <in >"${to:-out}" 2>err || status=$?
   if [[ $status != "$1" ]] || ! diff --text <(printf %s "$4") out ||
-    ! diff --text <(printf %s "$5") err; then
+    ! diff --text <(printf %s "$5") <(grep --text "${lines:-}" err); then
     echo "FAILED with status $status, not $1: vjson $2 <<<'${3:0:80}'"
     failures=$((failures + 1))
   fi
@@ -79,14 +80,96 @@ differ '{"é\"\n":{}}' '{"é\"\n":{"1":0}}' '["é\"\n"]["1"]: key: only in the s
 differ "\"${zeros}1$zeros\"" "\"${zeros}2$zeros\"" \
   "(root): value: ...${zeros:0:20}1${zeros:0:9}... and ...${zeros:0:20}2${zeros:0:9}..."
 
+# The value at a path, and the ways to miss it: PATH VALUE-OR-MESSAGE.
+found() { expect 0 "get doc $1" '' "$2"$'\n' ''; }
+missed() { expect 1 "get doc $1" '' '' "vjson: doc: $2"$'\n'; }
+printf %s '{"a":{"b":[1,{"+":"é"}],"":{"\"\\":{"é-1":true}}}}' >doc
+found 'a.b[1]["+"]' '"é"'
+found 'a[""]["\"\\"].é-1' true
+expect 0 '--report get - -' '{"-":[]}' $'[]\n' "$clean"
+missed 'a.b[2][0]' 'a.b[2]: past the end, the length is 2'
+missed 'a.c.d' 'a.c: no such key'
+missed 'a["b"].c' 'a["b"].c: not in a value of the kind array'
+missed 'a[0]' 'a[0]: not in a value of the kind object'
+# refused PATH COLUMN MESSAGE
+refused() {
+  expect 2 "get doc $1" '' '' \
+    "path:1:$2: Path: $3"$'\n'"$1"$'\n'"${blanks:0:$2-1}^"$'\n'
+}
+refused .a 1 'a name is missing'
+refused a. 3 'a name is missing'
+refused 'a[0]b' 5 "'.' or '[' is missing"
+refused 'a[x]' 3 'an index or a string is missing'
+refused 'a[4294967296]' 3 'the index is too large'
+refused 'a["\\\"]' 9 "'\"' is missing"
+refused 'a[0' 4 "']' is missing"
+
+# What depends on the length of a word: the order of keys, and the memory.
+word=$((4 * $(od -An -tu1 -j4 -N1 "${tool[-1]}")))
+orders=([4]=$'"odd key"\n""\ntwo\none' [8]=$'""\n"odd key"\ntwo\none')
+expect 0 'keys - a[0]' '{"a":[{"one":1,"two":2,"odd key":3,"":4}]}' \
+  "${orders[word]}"$'\n' ''
+expect 1 'keys doc a.b' '' '' \
+  $'vjson: doc: no object but a value of the kind array\n'
+cost() { printf '%-8s %10s %12s bytes\n' "$@"; }
+expect 0 '--report cost -' '[[true],      null]' "$(
+  cost text '' 19 null 1 "$word" bool 1 $((2 * word)) number 0 0 string 0 0 \
+    array 2 $((8 * word)) object 0 0 objects 4 $((11 * word))
+  printf '%-8s %10s %12s bytes, at most %s while reading\n' buffers '' \
+    $((3 * word)) $((5 * word))
+  printf '%-8s %10s' depth 2)"$'\n' "$clean"
+
+# The strict check: INPUT FINDINGS.
+strict() { lines='^[-v]' expect "$((${#2} > 0))" 'check --strict -' "$1" '' "$2"; }
+rfc='RFC 8259'
+strict '[1, "é", {"a": {}, "b": {"a": -0.5e+7}}, true, false, null]' ''
+strict $'[nan,\v-inf]//\n' "-:1:2: $rfc: no such number
+-:1:6: $rfc: no such blank
+-:1:7: $rfc: no such number
+-:1:12: $rfc: no comments
+"
+strict $'["\\/\\b\\f\\u00e9\\u00g9\\x\t\\\\\xff"]' "$(
+  printf -- "-:1:%s: $rfc: another meaning of this escape\n" 3 5 7 9
+  printf -- "-:1:%s: $rfc: no such escape\n" 15 21)
+-:1:23: $rfc: no control characters in a string
+-:1:26: $rfc: nothing but UTF-8
+"
+strict $'{"a\\\\x":{"b":1},\n"a\\x": [{"b":2}, inf 3' "-:2:3: $rfc: no such escape
+-:2:1: Keys: a key again, after 1:2
+-:2:18: $rfc: no such number
+-:2:22: $bracket
+"
+deep=$(printf '[%.0s' {1..1025} && printf ']%.0s' {1..1025})
+strict "$deep" "-:1:1025: Parse: nesting is too deep
+vjson: -: $rfc takes this text
+"
+strict "$deep//" "-:1:2051: $rfc: no comments
+-:1:1025: Parse: nesting is too deep
+"
+strict "[$(printf 'inf,%.0s' {1..22})0]" "$(
+  printf -- "-:1:%s: $rfc: no such number\n" {2..78..4})
+vjson: -: 2 more
+"
+
+# A large file: what is done to it is told on a terminal alone.
+printf '"%010000000d"' 0 >big
+expect 0 'check big' '' '' ''
+seen=$(script -qec "$(printf '%q ' "${tool[@]}" check big)" /dev/null </dev/null)
+if [[ $seen != $'\r'*'vjson: big: parsing, '[12]'0 MB'*$'\r\e[K' ]]; then
+  echo "FAILED to tell of a large file: $seen"
+  failures=$((failures + 1))
+fi
+
 # Bad usage, and an output that does not take everything.
 usage() { expect 2 "$1" '[]' '' "vjson: $2"$'\n'; }
 help='; see vjson --help'
 usage '' "usage: vjson [--report] COMMAND FILE...$help"
 usage 'frob -' "frob: unknown command$help"
 usage 'check --frob -' "--frob: unknown option$help"
-usage 'check' "check: wrong number of files$help"
-usage 'format good good' "format: wrong number of files$help"
+usage 'check' "check: wrong number of arguments$help"
+usage 'format good good' "format: wrong number of arguments$help"
+usage 'get -' "get: wrong number of arguments$help"
+usage 'keys --strict -' "keys: --strict is for check alone$help"
 usage 'equal - -' 'equal: standard input can be read only once'
 usage 'check -- --report' '--report: No such file or directory'
 for command in --help 'format -' 'equal good -'; do
