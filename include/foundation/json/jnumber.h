@@ -46,9 +46,10 @@ class __attribute__((visibility("default"))) JNumber
   int toInt() const;
   long long toLong() const;
 
-  // The value as the nearest double. A text with a fraction or an exponent gives
-  // an infinity, or a zero, of its sign where it is out of range; an integer is
-  // read as toLong() does first, and so loses what 64 bits cannot hold.
+  // The value as the nearest double. A text with a fraction or an exponent
+  // gives an infinity, or a zero, of its sign where it is out of range; an
+  // integer is read as toLong() does first, and so loses what 64 bits cannot
+  // hold.
   double toFloat() const;
 
   JBase* clone() const override;
