@@ -25,7 +25,7 @@ for commands in "$blocks"/*.sh; do
 done
 
 # Links lead on from their page, names from the root.
-places='^(abi|bench|build/release|doc|examples|framework|fuzz|include|json|scripts|tests|tools)/'
+places='^(abi|bench|build/release|doc|examples|framework|fuzz|gdb|include|json|packaging|scripts|tests|tools)/'
 status=0
 for page in ./*.md abi/*.md doc/*.md; do
   while read -r file; do

@@ -3,6 +3,8 @@
 // is a copy of what they count, and a report what that has come to since. All
 // their memory comes from malloc directly, so that it never shows among the
 // memory that they account for.
+//
+// gdb/libjson-gdb.py reads both tables by the names that they have here.
 
 #include <foundation/debug/objectmonitor.h>
 
