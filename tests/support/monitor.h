@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <iosfwd>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The monitors of the tests. A test program that links this defines the
@@ -13,33 +16,38 @@ namespace support {
 
 // Where memory is asked for.
 enum class Source { OperatorNew, ObjectMonitor, MemoryMonitor };
-inline constexpr Source kSources[] = {
-    Source::OperatorNew, Source::ObjectMonitor, Source::MemoryMonitor};
-const char* NameOf(Source source);
 
 // What a report throws when it is told to.
 struct MonitorFailure {};
 
-// What is out at a moment.
-struct Account {
-  std::size_t objects = 0;        // recorded and not released
-  std::size_t object_blocks = 0;  // from ObjectMonitor::_Alloc
-  std::size_t memory_blocks = 0;  // from MemoryMonitor::Alloc
-  std::size_t memory_bytes = 0;
-  std::size_t new_blocks = 0;  // from operator new, of the tests as well
+// Recorded objects, blocks from ObjectMonitor::_Alloc and blocks from
+// MemoryMonitor::Alloc, each by its address, with its size.
+enum class Kind { Object, ObjectBlock, MemoryBlock };
+using Blocks = std::map<std::pair<Kind, const void*>, unsigned int>;
 
-  bool operator==(const Account& other) const;
-  bool operator!=(const Account& other) const { return !(*this == other); }
+// What is out at a moment, and the sums of it.
+struct Account {
+  Blocks blocks;
+  std::size_t new_blocks = 0;  // from operator new, of the tests as well
+  std::size_t objects = 0;
+  std::size_t memory_blocks = 0;
+  std::size_t memory_bytes = 0;
+
+  bool operator==(const Account& other) const {
+    return blocks == other.blocks && new_blocks == other.new_blocks;
+  }
 };
-std::ostream& operator<<(std::ostream& out, const Account& account);
+std::ostream& operator<<(std::ostream& stream, const Account& account);
 
 class Monitor {
  public:
-  // Forgets the log, all names and injected failures, and sets what _IsTrace()
+  // Forgets the log and the injected failures, and sets what _IsTrace()
   // answers. Call it only while no object is alive.
   static void Reset(bool trace);
-
   static bool Traces();
+
+  // The calls of _IsTrace() since Reset().
+  static std::size_t TraceQuestions();
 
   // The log. A line for each call of the object monitor except _IsTrace():
   //   _Alloc                                  (also "_Alloc null")
@@ -59,15 +67,7 @@ class Monitor {
   // The name that the log uses for an object from now on, until it is released.
   static void Name(const void* object, const std::string& name);
 
-  // The calls of _IsTrace() since Reset().
-  static std::size_t TraceQuestions();
-
-  // What is out now.
   static Account Now();
-
-  // The bytes out at MemoryMonitor at most, since Reset() or ResetPeak().
-  static std::size_t PeakMemoryBytes();
-  static void ResetPeak();
 
   // Lets the request with this number, counted from 0 and from now, fail; with
   // forever, all that follow it too. The sources count apart.
@@ -80,12 +80,8 @@ class Monitor {
   enum class Report { None, Creation, Release };
   static void ThrowOn(Report report);
 
-  // The requests to a source since Reset().
-  static std::size_t Requests(Source source);
-
-  // While one is alive, no request fails or counts as one, and what operator
-  // new returns stays out of the account: for what the tests themselves do
-  // while requests fail.
+  // While one is alive, no request fails or counts, and what operator new gives
+  // is not in the account: for what the tests themselves do meanwhile.
   class Exempt {
    public:
     Exempt();
