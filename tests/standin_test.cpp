@@ -178,9 +178,10 @@ TEST(StandInDeathTest, SaysSoWithoutMemory) {
     struct Block {
       Block* next;
     }* blocks = nullptr;
-    for (const std::size_t size : {1 << 20, 1 << 10, 1 << 4}) {
-      while (void* block = std::malloc(size))
+    for (const std::size_t size : {1U << 20, 1U << 10, 1U << 4}) {
+      while (void* block = std::malloc(size)) {
         blocks = new (block) Block{blocks};
+      }
     }
     std::ostream none(nullptr);
     bool told = ObjectMonitor::_Alloc(1 << 16) == nullptr &&
