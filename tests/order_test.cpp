@@ -7,6 +7,7 @@
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
 
+#include <algorithm>
 #include <functional>
 #include <new>
 #include <random>
@@ -41,6 +42,26 @@ Keys FirstKeys(std::size_t count) {
   return keys;
 }
 
+struct Member {
+  const void* value;
+  std::string disposal;
+};
+using Model = std::unordered_map<SafeString, Member, Hash>;
+
+template <class Names>
+void ExpectOrder(const Names& names, const Model& model) {
+  const auto is_name = [](const SafeString& name, const auto& member) {
+    return name == member.first;
+  };
+  EXPECT_TRUE(std::equal(names.begin(), names.end(), model.begin(), model.end(),
+                         is_name));
+}
+
+void LookUp(const SafeString& key, const Model& model, const void* found) {
+  const auto member = model.find(key);
+  EXPECT_EQ(found, member != model.end() ? member->second.value : nullptr);
+}
+
 // An object and its model, which change together. The changes return what
 // TakeCalls() must give for them.
 class Twins {
@@ -65,7 +86,8 @@ class Twins {
   }
 
   // With this request for memory failing, should it be made.
-  std::string Set(const SafeString& key, int name, std::size_t failing) {
+  std::string Set(const SafeString& key, std::size_t name,
+                  std::size_t failing) {
     const std::string disposed = Forget(key);
     const std::string disposal = "-" + std::to_string(name);
     JBase* const value = Make<JNull>();
@@ -79,33 +101,29 @@ class Twins {
       return disposed + disposal;
     }
     Monitor::StopFailing();
-    model_.emplace(key, disposal);
+    model_.emplace(key, Member{value, disposal});
     return disposed;
   }
 
-  void Compare() const { Compare(object_.get(), model_); }
+  void Compare() const { ExpectOrder(object_->keys(), model_); }
 
   // A copy grows by insertions in the order of its source.
   void CompareCopies() const {
     Model copy;
     for (const auto& member : model_) copy.insert(member);
-    Compare(ScopedPointer<JBase>(object_->clone()).get(), copy);
+    const ScopedPointer<JBase> clone(object_->clone());
+    ExpectOrder(static_cast<JObject&>(*clone.get()).keys(), copy);
+  }
+
+  void LookUp(const SafeString& key) const {
+    ::LookUp(key, model_, object_->at(key));
+    EXPECT_EQ(object_->existed(key), model_.count(key) != 0);
   }
 
  private:
-  // From a key to the disposal of its value.
-  using Model = std::unordered_map<SafeString, std::string, Hash>;
-
-  static void Compare(const JBase* object, const Model& model) {
-    const auto keys = static_cast<const JObject*>(object)->keys();
-    ASSERT_EQ(keys.size(), model.size());
-    auto key = keys.begin();
-    for (const auto& member : model) EXPECT_EQ(*key++, member.first);
-  }
-
   std::string Forget() {
     std::string disposed;
-    for (const auto& member : model_) disposed += member.second;
+    for (const auto& member : model_) disposed += member.second.disposal;
     model_.clear();
     return disposed;
   }
@@ -113,7 +131,7 @@ class Twins {
   std::string Forget(const SafeString& key) {
     const auto member = model_.find(key);
     if (member == model_.end()) return "";
-    const std::string disposed = member->second;
+    const std::string disposed = member->second.disposal;
     model_.erase(member);
     return disposed;
   }
@@ -123,39 +141,77 @@ class Twins {
 };
 
 // Long histories, and short ones of keys so few that most of them come again.
-TEST_F(LeakTest, MembersStandInTheOrderOfTheStandardMap) {
-  const struct {
-    Keys keys;
-    int histories;
-    unsigned int steps;
-  } kRows[] = {
-      {FirstKeys(4), 4000, 12},          {FirstKeys(20), 2990, 30},
-      {FirstKeys(100), 2, 1500},         {FirstKeys(1000), 2, 1500},
-      {CollidingKeys(20, 0), 1000, 40},  {CollidingKeys(20, 29), 1000, 40},
-      {CollidingKeys(20, 59), 1000, 40}, {CollidingKeys(200, 0), 3, 1500},
-      {CollidingKeys(200, 127), 3, 1500}};
+struct Row {
+  // Whether the whole is compared after the step: that costs more with more
+  // keys.
+  bool Compares(unsigned int step) const {
+    return step % (1 + keys.size() / 40) == 0;
+  }
+
+  Keys keys;
+  int histories;
+  unsigned int steps;
+};
+
+// Calls history(row, random) for each history of all rows, 10,000.
+template <class History>
+void ForEachHistory(History history) {
+  const Row rows[] = {
+      {FirstKeys(4), 4000, 12},          {FirstKeys(20), 2979, 30},
+      {FirstKeys(100), 10, 500},         {FirstKeys(600), 4, 1500},
+      {FirstKeys(3000), 1, 5000},        {CollidingKeys(20, 0), 1000, 40},
+      {CollidingKeys(20, 29), 1000, 40}, {CollidingKeys(20, 59), 1000, 40},
+      {CollidingKeys(300, 0), 3, 1500},  {CollidingKeys(300, 257), 3, 1500}};
   std::mt19937 random(1);
-  for (const auto& [keys, histories, most] : kRows) {
-    for (int history = 0; history < histories && !HasFailure(); ++history) {
+  for (const Row& row : rows) {
+    for (int i = 0; i < row.histories; ++i) {
       SCOPED_TRACE(testing::Message()
-                   << keys.size() << " keys, history " << history);
-      Twins twins;
-      for (unsigned int step = 0; step < most; ++step) {
-        const SafeString& key = keys[random() % keys.size()];
-        const auto action = random() % (10 * most);
-        const std::size_t failing = random() % 8 == 0 ? random() % 12 : 1000;
-        Monitor::TakeLog();
-        const std::string disposed =
-            action < 5        ? twins.Clear()
-            : action < 10     ? twins.DetachAndDispose()
-            : action % 5 == 0 ? twins.Remove(key)
-                              : twins.Set(key, static_cast<int>(step), failing);
-        EXPECT_EQ(TakeCalls(), disposed);
-        twins.Compare();
-        if (random() % most == 0) twins.CompareCopies();
-      }
+                   << row.keys.size() << " keys, history " << i);
+      history(row, random);
+      if (testing::Test::HasFailure()) return;
     }
   }
+}
+
+TEST_F(LeakTest, MembersStandInTheOrderOfTheStandardMap) {
+  ForEachHistory([](const Row& row, std::mt19937& random) {
+    Twins twins;
+    for (unsigned int step = 0; step < row.steps; ++step) {
+      const SafeString& key = row.keys[random() % row.keys.size()];
+      const auto action = random() % (10 * row.steps);
+      const std::size_t failing = random() % 8 == 0 ? random() % 12 : 1000;
+      Monitor::TakeLog();
+      const std::string disposed = action < 5    ? twins.Clear()
+                                   : action < 10 ? twins.DetachAndDispose()
+                                   : action % 5 == 0
+                                       ? twins.Remove(key)
+                                       : twins.Set(key, step, failing);
+      EXPECT_EQ(TakeCalls(), disposed);
+      twins.LookUp(key);
+      twins.LookUp(row.keys[random() % row.keys.size()]);
+      if (row.Compares(step)) twins.Compare();
+      if (random() % row.steps == 0) twins.CompareCopies();
+    }
+  });
+}
+
+TEST_F(LeakTest, FieldsStandInTheOrderOfTheStandardMap) {
+  ForEachHistory([](const Row& row, std::mt19937& random) {
+    JsonArchiver archiver;
+    Model model;
+    for (unsigned int step = 0; step < row.steps; ++step) {
+      if (random() % row.steps == 0) {
+        archiver.fromString("");
+        model = Model();
+      }
+      const SafeString& key = row.keys[random() % row.keys.size()];
+      LookUp(key, model, archiver.readByField(key));
+      if (model.count(key) == 0) {
+        model[key].value = archiver.writeArrayByField(key);
+      }
+      if (row.Compares(step)) ExpectOrder(archiver.fields(), model);
+    }
+  });
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // Several threads at a time, on the framework's own monitors: each on values of
 // its own, and all of them on one tree that nobody changes.
 
+#include "support/keys.h"
+
 #include <foundation/debug/tracked.h>
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
@@ -20,11 +22,20 @@ using debug::ObjectMonitor;
 using Value = generic::ScopedPointer<JBase>;
 
 constexpr int kThreads = 8;
-constexpr int kRounds = 200;
+constexpr int kRounds = 100;
 constexpr debug::Tag kTag{"thread_test", 1, "test"};
-constexpr char kText[] =
-    R"({"list": [1, 2.5, -inf, {"deep": [[], {}]}], "text": "a\tb \"c\"",)"
-    R"( "yes": true, "no": false, "none": null, "a long key, on the heap": 0})";
+
+// Its object has so many members that it keeps buckets, of which one has a
+// chain that is indexed.
+const support::Keys kColliding = support::CollidingKeys(20, 0);
+const SafeString kText = [] {
+  SafeString text =
+      R"({"list": [1, 2.5, -inf, {"deep": [[], {}]}], "text": "a\tb \"c\"")";
+  for (const SafeString& key : kColliding) {
+    text += ", \"" + key + "\": true, \"not " + key + "\": null";
+  }
+  return text + "}";
+}();
 
 template <class Work>
 void RunTogether(Work work) {
@@ -61,7 +72,10 @@ TEST_P(ThreadTest, EachOnItsOwnReadersAndArchivers) {
     root->setValue("text", debug::Create<JString>(kTag, "replaced"));
     static_cast<JArray*>(root->at("list"))
         ->append(debug::Create<JNumber>(kTag, 0.1 * number));
-    EXPECT_TRUE(root->remove("none"));
+    for (const SafeString& key : kColliding) {
+      EXPECT_TRUE(root->remove("not " + key));
+      root->setValue(key, debug::Create<JNumber>(kTag, number));
+    }
 
     const Value copy(root->clone());
     for (const auto& text : {reader.format(), reader.compress()}) {
@@ -74,6 +88,7 @@ TEST_P(ThreadTest, EachOnItsOwnReadersAndArchivers) {
     JsonArchiver written, loaded;
     written.writeArrayByField("list")->writeStringByIndex(0, "a");
     written.writeDataByField("number", std::to_string(number).c_str());
+    for (const SafeString& key : kColliding) written.writeArrayByField(key);
     EXPECT_THROW(written.writeObjectByField("list"), JsonException);
     EXPECT_TRUE(loaded.fromString(written.format()));
     SafeString text;
