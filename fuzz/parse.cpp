@@ -4,6 +4,7 @@
 #include "support.h"
 
 #include "compile.h"
+#include "support/failures.h"
 
 #include <foundation/json/json.h>
 #include <foundation/lang/exception.h>
@@ -12,45 +13,11 @@
 #include <cstring>
 #include <memory>
 
-using namespace std::string_view_literals;
 using namespace vorn::foundation;
 using namespace vorn::foundation::json;
 using fuzz::Require;
 
 namespace {
-
-// The failures, and the characters on which the cursor stands then, or else on
-// which it does not.
-constexpr struct {
-  std::string_view where, what;
-  bool on;
-  std::string_view characters;
-} kFailures[] = {
-    {"ParseKey", "object '}' mismatching", true, "\0"sv},
-    {"ParseKey", "spare ','", true, "}"},
-    {"ParseKey", "key is not begin with '\"'", false, "\"}\0"sv},
-    {"GetString", "string is not end with '\"'", true, "\0"sv},
-    {"ParseObject", "field not combined with ':'", false, ":"},
-    {"ParseObject", "missing '}' or have some extra data characters", false,
-     ",}"},
-    {"ArraySkip", "array ']' mismatching", true, "\0"sv},
-    {"ArraySkip", "spare ','", true, "]"},
-    {"ParseArray", "missing ']'", false, ",]"},
-    {"ParseBool", "true error", true, "tf"},
-    {"ParseNull", "data error", true, "n"},
-    {"ParseNumber", "number is incorrect", false, "{[\"tfn"},
-    {"Parse", "extra data characters", false, "\0"sv},
-    {"Parse", "nesting is too deep", true, "[{"},
-};
-
-bool IsKnown(const lang::Exception& e, char at) {
-  return std::any_of(
-      std::begin(kFailures), std::end(kFailures), [&](const auto& failure) {
-        const bool on = failure.characters.find(at) != std::string_view::npos;
-        return e.where() == failure.where && e.what() == failure.what &&
-               on == failure.on;
-      });
-}
 
 SafeString Sorted(SafeString text) {
   std::sort(text.begin(), text.end());
@@ -85,6 +52,6 @@ void fuzz::Run(Input& in) {
   } catch (const lang::Exception& e) {
     Require(cursor >= text.get() && cursor <= text.get() + length,
             "the cursor is in the text");
-    Require(IsKnown(e, *cursor), "the failure is known");
+    Require(support::IsFailure(e, *cursor), "the failure is known");
   }
 }

@@ -3,6 +3,7 @@
 // and no byte beyond the text is looked at.
 
 #include "compile.h"
+#include "support/failures.h"
 #include "support/fixture.h"
 #include "support/texts.h"
 
@@ -36,22 +37,13 @@ std::string Read(const std::string& text) {
   } catch (const lang::Exception& e) {
     const Monitor::Exempt exemption;
     failure = std::string(e.where()) + ": " + e.what();
+    EXPECT_TRUE(IsFailure(e, *cursor)) << text;
   }
   EXPECT_LE(cursor, exact.start() + text.size()) << text;
   EXPECT_EQ(Monitor::Now(), before) << text;
   Monitor::TakeLog();
   return failure;
 }
-
-constexpr const char* kFailures =
-    "|ParseKey: object '}' mismatching|ParseKey: spare ','|"
-    "ParseKey: key is not begin with '\"'|"
-    "GetString: string is not end with '\"'|"
-    "ParseObject: field not combined with ':'|"
-    "ParseObject: missing '}' or have some extra data characters|"
-    "ArraySkip: array ']' mismatching|ArraySkip: spare ','|"
-    "ParseArray: missing ']'|ParseBool: true error|ParseNull: data error|"
-    "ParseNumber: number is incorrect|Parse: extra data characters";
 
 // With a ~ between any two tokens.
 constexpr const char* kTexts =
@@ -90,8 +82,9 @@ TEST_P(HostileTest, ChangedTextsAreRefusedOrSurvive) {
       }
     }
   }
-  const std::vector<std::string> expected = Split(kFailures);
-  EXPECT_EQ(results, Texts(expected.begin(), expected.end()));
+  // None, or any but too deep nesting.
+  EXPECT_EQ(results.size(), std::size(kFailures))
+      << testing::PrintToString(results);
 }
 
 TEST_P(HostileTest, BracketsOfAnyMixtureNestToTheLimit) {

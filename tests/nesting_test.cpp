@@ -3,6 +3,7 @@
 
 #include "support/build.h"
 #include "support/fixture.h"
+#include "support/texts.h"
 
 #include <foundation/json/json.h>
 
@@ -91,12 +92,6 @@ const struct {
 } kShapes[] = {{"arrays", "[[", "]]"},
                {"objects", R"({"a":{"a":)", "}}"},
                {"mixed", R"([{"a":)", "}]"}};
-
-SafeString Repeat(int count, const char* text) {
-  SafeString all;
-  while (count-- > 0) all += text;
-  return all;
-}
 
 class NestingTest : public TracedLeakTest {};
 INSTANTIATE_TEST_SUITE_P(Tracing, NestingTest, testing::Bool());

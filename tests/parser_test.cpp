@@ -9,7 +9,6 @@
 #include <foundation/lang/exception.h>
 
 #include <cstring>
-#include <new>
 
 namespace {
 
@@ -178,22 +177,6 @@ TEST_P(ParserTest, ReportsObjectsUnderTheirTags) {
   }
   Read(Repeat(1025, "["));  // there is no container of the last bracket
   EXPECT_EQ(Monitor::TakeLog().size(), 1024u * (GetParam() ? 4 : 2));
-}
-
-TEST_P(ParserTest, ThrowsWithoutMemory) {
-  bool thrown = false;
-  const auto read = [&thrown] {
-    const char* cursor = R"({"123456789":["1234567890123456",nan,-1],"\t":0})";
-    thrown = false;
-    try {
-      json::Compile(cursor)->dispose();
-    } catch (const std::bad_alloc&) {
-      thrown = true;
-    }
-  };
-  for (const Source source : {Source::OperatorNew, Source::MemoryMonitor}) {
-    Sweep(source, false, read, [&](bool failed) { EXPECT_EQ(thrown, failed); });
-  }
 }
 
 // The object monitor traces and has no memory for the object with the number,
