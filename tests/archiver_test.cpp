@@ -20,6 +20,9 @@ using namespace vorn::foundation::json;
 using A = io::IArchiver;
 
 static_assert(std::is_base_of_v<lang::Exception, JsonException>);
+// Programs catch it by value, and scripts/abi sees no function of it.
+static_assert(sizeof(JsonException) == 2 * sizeof(SafeString) &&
+              !std::is_polymorphic_v<JsonException>);
 static_assert(!std::is_copy_constructible_v<JsonArchiver> &&
               !std::is_copy_assignable_v<JsonArchiver>);
 
