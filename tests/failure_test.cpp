@@ -35,9 +35,9 @@ constexpr const char* kThirteen =  // another one takes more buckets
     R"({"1": [1], "2": {"": 2}, "3": 0, "4": 0, "5": 0, "6": 0, "7": 0, "8": 0,
         "9": 0, "A": 0, "B": 0, "C": 0, "D": 0})";
 constexpr const char* kNested =
-    R"({"1234567890123456": [[{"1": 0, "2": 0, "3": 0, "4": 0, "5": 0, "6": 0,
+    R"({"\t234567890123456": [[{"1": 0, "2": 0, "3": 0, "4": 0, "5": 0, "6": 0,
         "7": 0, "8": 0, "9": 0, "A": 0, "B": 0, "C": 0, "D": 0, "E": 0}],
-        "1234567890123456", {}, nan, true, null]})";
+        "123456789012345\n", {}, nan, true, null]})";
 constexpr Subjects kNull = {"null", "null"};
 constexpr Subjects kBooleans = {"false", "true"};
 constexpr Subjects kNumbers = {"1", "-9.223372036854775e18"};
@@ -439,7 +439,7 @@ TEST_F(FailureTest, LosesNothing) {
     }
   }
   std::printf("%zu failures injected\n", injected);
-  EXPECT_EQ(injected, 2492u);
+  EXPECT_EQ(injected, 2508u);
 }
 
 }  // namespace
