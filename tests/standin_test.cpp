@@ -24,6 +24,7 @@ using namespace vorn::foundation::debug;
 
 std::string Report() {
   std::ostringstream out;
+  out << std::hex;  // which says nothing of a report
   ObjectMonitor::Report(out);
   return out.str();
 }
@@ -74,7 +75,7 @@ total: 1 objects, 30 bytes
 TEST(StandInTest, ReportsTheChangeSinceAMark) {
   const auto report = [](const char* mark, ReportLayout layout) {
     std::ostringstream out;
-    out << std::hex;  // which says nothing of a report
+    out << std::hex;
     EXPECT_TRUE(ObjectMonitor::Report(out, mark, layout));
     return out.str();
   };

@@ -587,6 +587,17 @@ void PrintFigures(std::ostream& out, const char* format, const Row& row) {
         row.made, row.freed);
 }
 
+void PrintTag(std::ostream& out, const Origin& tag) {
+  out << tag.file;
+  Print(out, ":%d ", tag.line);
+  out << tag.function;
+}
+
+// Nothing as long as there are none.
+void PrintUnknown(std::ostream& out, std::size_t unknown) {
+  if (unknown != 0) Print(out, "releases of unknown objects: %zu\n", unknown);
+}
+
 void PrintText(std::ostream& out, const char* mark, const Rows& rows,
                std::size_t unknown) {
   constexpr char kFormat[] = "%9lld %+9lld %11lld %+11lld %11lld %11lld  ";
@@ -595,13 +606,12 @@ void PrintText(std::ostream& out, const char* mark, const Rows& rows,
         "change", "made", "freed", "created at");
   for (const Row& row : rows) {
     PrintFigures(out, kFormat, row);
-    out << row.tag->file;
-    Print(out, ":%d ", row.tag->line);
-    out << row.tag->function << '\n';
+    PrintTag(out, *row.tag);
+    out << '\n';
   }
   PrintFigures(out, kFormat, TotalOf(rows));
   out << "total\n";
-  if (unknown != 0) Print(out, "releases of unknown objects: %zu\n", unknown);
+  PrintUnknown(out, unknown);
 }
 
 void PrintTabs(std::ostream& out, const Rows& rows, std::size_t unknown) {
@@ -622,18 +632,18 @@ void PrintTabs(std::ostream& out, const Rows& rows, std::size_t unknown) {
 }  // namespace
 
 void ObjectMonitor::Report(std::ostream& out) {
-  const Rows rows = RowsOf(StateNow(), State());
+  constexpr char kFormat[] = ": %lld objects, %lld bytes\n";
+  const State now = StateNow();
+  const Rows rows = RowsOf(now, State());
   for (const Row& row : rows) {
     if (row.objects == 0) continue;
-    out << row.tag->file << ':' << row.tag->line << ' ' << row.tag->function
-        << ": " << row.objects << " objects, " << row.bytes << " bytes\n";
+    PrintTag(out, *row.tag);
+    Print(out, kFormat, row.objects, row.bytes);
   }
   const Row total = TotalOf(rows);
-  out << "total: " << total.objects << " objects, " << total.bytes
-      << " bytes\n";
-  if (unknown_releases != 0) {
-    out << "releases of unknown objects: " << unknown_releases << '\n';
-  }
+  out << "total";
+  Print(out, kFormat, total.objects, total.bytes);
+  PrintUnknown(out, now.unknown);
 }
 
 bool ObjectMonitor::Report(std::ostream& out, const char* mark,

@@ -66,7 +66,10 @@ class __attribute__((visibility("default"))) ObjectMonitor {
   static std::size_t LiveBytes();
 
   // Writes one line for each creation tag that has live objects (file, line,
-  // function, objects, bytes), then the totals.
+  // function, objects, bytes), then the totals, then the number of releases of
+  // objects that were not in the list, if there were any. Throws std::bad_alloc
+  // before it writes anything when memory is exhausted. What other threads do
+  // meanwhile may be counted in part.
   static void Report(std::ostream& out);
 
   // Remembers how things stand under the name, which is copied, in the place of
