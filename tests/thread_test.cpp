@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -37,12 +38,22 @@ const SafeString kText = [] {
   return text + "}";
 }();
 
+// Two more threads watch the monitor meanwhile.
 template <class Work>
 void RunTogether(Work work) {
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&work, i] {
       for (int round = 0; round < kRounds; ++round) work(i);
+    });
+  }
+  for (int i = 0; i < 2; ++i) {
+    threads.emplace_back([] {
+      for (int round = 0; round < kRounds; ++round) {
+        ObjectMonitor::Mark("round");
+        std::ostringstream out;
+        EXPECT_TRUE(ObjectMonitor::Report(out, "round"));
+      }
     });
   }
   for (std::thread& thread : threads) thread.join();
