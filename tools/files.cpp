@@ -1,21 +1,15 @@
-// Reading, parsing, writing; and what is told meanwhile of a large text.
+// Reading, parsing, writing.
 
 #include "files.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
+#include <atomic>
 #include <cerrno>
-#include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <streambuf>
-#include <system_error>
-#include <thread>
 
-#include <foundation/debug/memorymonitor.h>
 #include <foundation/json/json.h>
 #include <foundation/lang/exception.h>
 #include <foundation/text/stringutils.h>
@@ -24,64 +18,12 @@
 #include "compile.h"
 #include "excerpt.h"
 #include "failure.h"
+#include "progress.h"
 
 namespace vjson {
 
 using namespace vorn::foundation;
 using namespace vorn::foundation::json;
-
-// Progress --------------------------------------------------------------------
-
-namespace {
-
-// As long as it is there, and where standard error is a terminal, a line shows
-// what is done to a large text, and how much memory is in use. Neither reading
-// nor parsing is asked: the memory monitor knows.
-class Progress {
- public:
-  Progress(const char* work, const char* name, std::size_t size)
-      : work_(work), name_(name) {
-    constexpr std::size_t kLarge = 10'000'000;
-    if (size <= kLarge || isatty(STDERR_FILENO) == 0) return;
-    try {
-      thread_ = std::thread([this] { Run(); });
-    } catch (const std::system_error&) {
-      // There is nothing to see then.
-    }
-  }
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-
-  ~Progress() {
-    if (!thread_.joinable()) return;
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      done_ = true;
-    }
-    wake_.notify_one();
-    thread_.join();
-    std::fprintf(stderr, "\r\033[K");
-  }
-
- private:
-  void Run() {
-    constexpr std::chrono::milliseconds kPause(200);
-    std::unique_lock<std::mutex> lock(mutex_);
-    do {
-      std::fprintf(stderr, "\rvjson: %s: %s, %zu MB\033[K", name_, work_,
-                   debug::MemoryMonitor::LiveBytes() / 1'000'000);
-    } while (!wake_.wait_for(lock, kPause, [this] { return done_; }));
-  }
-
-  const char* const work_;
-  const char* const name_;
-  bool done_ = false;
-  std::mutex mutex_;
-  std::condition_variable wake_;
-  std::thread thread_;
-};
-
-}  // namespace
 
 // Reading ---------------------------------------------------------------------
 
@@ -103,20 +45,29 @@ std::size_t ExpectedSize(std::FILE* file) {
   return static_cast<std::size_t>(status.st_size);
 }
 
-SafeString ReadBytes(const char* name) {
-  const File file(IsStandardInput(name) ? stdin : std::fopen(name, "rb"));
-  if (!file) Fail(name, std::strerror(errno));
-  const std::size_t expected = ExpectedSize(file.get());
-  const Progress progress("reading", name, expected);
-  SafeString text;
+// Appends all of the file to the text; returns the error in its way, or 0.
+int Append(const char* name, std::FILE* file, SafeString& text) {
+  const std::size_t expected = ExpectedSize(file);
+  std::atomic<std::size_t> done{0};
+  const Progress progress("reading", name, expected, &done);
   text.reserve(expected);
   char block[4096];
   std::size_t size = 0;
   do {
-    size = std::fread(block, 1, sizeof block, file.get());
-    if (std::ferror(file.get())) Fail(name, std::strerror(errno));
+    size = std::fread(block, 1, sizeof block, file);
+    if (std::ferror(file)) return errno;
     text.append(block, size);
+    done = text.size();
   } while (size == sizeof block);
+  return 0;
+}
+
+SafeString ReadBytes(const char* name) {
+  const File file(IsStandardInput(name) ? stdin : std::fopen(name, "rb"));
+  if (!file) Fail(name, std::strerror(errno));
+  SafeString text;
+  const int error = Append(name, file.get(), text);
+  if (error != 0) Fail(name, std::strerror(error));
   return text;
 }
 
@@ -135,7 +86,7 @@ SafeString ReadText(const char* name) {
 namespace {
 
 JBase* Compile(const char* name, const SafeString& text, const char*& cursor) {
-  const Progress progress("parsing", name, text.size());
+  const Progress progress("parsing", name, text.size(), nullptr);
   return Checked(json::Compile(cursor));
 }
 

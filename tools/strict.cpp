@@ -24,7 +24,7 @@ class Scanner {
           const std::function<void(const Finding&)>& tell)
       : text_(text), tell_(tell) {}
 
-  bool Text();
+  bool Text(std::atomic<std::size_t>* done);
 
  private:
   // The keys of an object, and where they stand. The order keeps keys that were
@@ -66,8 +66,9 @@ class Scanner {
 };
 
 // text = value, with a stack of the open containers in place of recursion
-bool Scanner::Text() {
+bool Scanner::Text(std::atomic<std::size_t>* done) {
   do {
+    if (done != nullptr) done->store(at_, std::memory_order_relaxed);
     if (!Value() || !AfterValue()) return false;
   } while (!open_.empty());
   return at_ == text_.size();
@@ -190,8 +191,9 @@ void Scanner::Blanks() {
 }  // namespace
 
 bool Scan(std::string_view text,
-          const std::function<void(const Finding&)>& tell) {
-  return Scanner(text, tell).Text();
+          const std::function<void(const Finding&)>& tell,
+          std::atomic<std::size_t>* done) {
+  return Scanner(text, tell).Text(done);
 }
 
 }  // namespace vjson

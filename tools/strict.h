@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <string_view>
@@ -22,8 +23,10 @@ struct Finding {
 
 // Tells of every finding in the text as it comes to it: of a repeated key when
 // it has passed it. Goes on to the end if the text is of the dialect, nested
-// however deeply, and returns true then. REQUIRES: there is no NUL in the text.
+// however deeply, and returns true then. Keeps in done, if there is one, how
+// many bytes it has passed. REQUIRES: there is no NUL in the text.
 bool Scan(std::string_view text,
-          const std::function<void(const Finding&)>& tell);
+          const std::function<void(const Finding&)>& tell,
+          std::atomic<std::size_t>* done = nullptr);
 
 }  // namespace vjson

@@ -4,12 +4,14 @@
 // when it returns, so that the report, which comes last, shows what was left
 // behind.
 
+#include <unistd.h>
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <sstream>
+#include <string_view>
 #include <vector>
 
 #include <foundation/debug/memorymonitor.h>
@@ -79,16 +81,24 @@ std::vector<Step> StepsOrFail(const char* path) {
   }
 }
 
-// Tells of the first step that leads nowhere, and ends the command.
-const JBase& Find(const char* file, const JBase& root, const char* path) {
+// Tells what is in the way at the path, and ends the command.
+[[noreturn]] void Miss(const char* file, std::string_view path,
+                       const SafeString& message) {
+  constexpr std::size_t kWidth = 60;
+  const SafeString shown = Excerpt(path, path.size(), kWidth).text;
+  std::fprintf(stderr, "vjson: %s: %s: %s\n", file,
+               path.empty() ? "(root)" : shown.c_str(), message.c_str());
+  throw Failed{kNo};
+}
+
+// The value that the path, of these steps, leads to.
+const JBase& Find(const char* file, const JBase& root, std::string_view path,
+                  const std::vector<Step>& steps) {
   const JBase* value = &root;
-  for (const Step& step : StepsOrFail(path)) {
+  for (const Step& step : steps) {
     const JBase* const next = Follow(*value, step);
     if (next == nullptr) {
-      const SafeString place(path, step.end);
-      std::fprintf(stderr, "vjson: %s: %s: %s\n", file,
-                   Show(place).text.c_str(), WhyNot(*value, step).c_str());
-      throw Failed{kNo};
+      Miss(file, path.substr(0, step.end), WhyNot(*value, step));
     }
     value = next;
   }
@@ -97,24 +107,27 @@ const JBase& Find(const char* file, const JBase& root, const char* path) {
 
 Status Get(const Arguments& arguments) {
   const char* const file = arguments.operands[0];
+  const char* const path = arguments.operands[1];
+  const std::vector<Step> steps = StepsOrFail(path);
   Tree tree(Load(file));
-  Write(Find(file, *tree.get(), arguments.operands[1]), false);
+  Write(Find(file, *tree.get(), path, steps), false);
   return kYes;
 }
 
 Status Keys(const Arguments& arguments) {
-  const char* const file = arguments.operands[0];
-  const bool root = arguments.operands.size() == 1;
-  Tree tree(Load(file));
-  const JBase& value =
-      Find(file, *tree.get(), root ? "" : arguments.operands[1]);
+  const auto& operands = arguments.operands;
+  const char* const path = operands.size() == 1 ? "" : operands[1];
+  const std::vector<Step> steps = StepsOrFail(path);
+  Tree tree(Load(operands[0]));
+  const JBase& value = Find(operands[0], *tree.get(), path, steps);
   if (value.type() != JType::Object) {
-    std::fprintf(stderr, "vjson: %s: no object but a value of the kind %s\n",
-                 file, KindOf(value));
-    return kNo;
+    Miss(operands[0], path,
+         SafeString("no object but a value of the kind ") + KindOf(value));
   }
+  const bool raw = isatty(STDOUT_FILENO) == 0;
   for (const SafeString& key : static_cast<const JObject&>(value).keys()) {
-    std::printf("%s\n", KeyText(key).c_str());
+    const SafeString text = KeyText(key);
+    std::printf("%s\n", raw ? text.c_str() : Show(text).text.c_str());
   }
   return kYes;
 }
