@@ -1,11 +1,10 @@
 #!/bin/bash
 # Usage: doc_test.sh SOURCE BUILD BLOCKS WORK
 # The commands in the README and the pages do what is said there, in a copy of
-# the source; their links lead to files, and the files and programs that they
-# name are there.
+# the source; their links lead to files, also where they are installed, and the
+# files and programs that they name are there.
 set -euo pipefail
 source=$1 build=$2 blocks=$3 work=$4
-export CMAKE_GENERATOR=Ninja
 
 rm -rf "$work"
 mkdir -p "$work/build" "$work/tour"
@@ -27,7 +26,7 @@ done
 # Links lead on from their page, names from the root.
 places='^(abi|bench|build/release|doc|examples|framework|fuzz|gdb|include|json|packaging|scripts|tests|tools)/'
 status=0
-for page in ./*.md abi/*.md doc/*.md; do
+for page in {.,build/installed/share/doc/VornJson}/{.,abi,doc}/*.md; do
   while read -r file; do
     [[ -e $file ]] || { echo "$page: there is no $file" && status=1; }
   done < <(
