@@ -1,7 +1,10 @@
 # An installed framework in place of the bundled stand-in.
 include(cmake/framework.cmake)
 vorn_import_framework("${VORN_FRAMEWORK_ROOT}"
-  "${CMAKE_INSTALL_LIBDIR}" include "")
+  "${CMAKE_INSTALL_LIBDIR}" include "" missing)
+if(missing)
+  message(FATAL_ERROR "${missing}")
+endif()
 
 # Once our targets are there, the framework's headers come before ours, where
 # the stand-in's lie as well.

@@ -3,6 +3,12 @@
 # installation can be moved.
 include(CMakePackageConfigHelpers)
 
+foreach(name CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR)
+  if(IS_ABSOLUTE "${${name}}")
+    message(FATAL_ERROR "${name} must be relative to the prefix: ${${name}}")
+  endif()
+endforeach()
+
 set(directory "${CMAKE_INSTALL_LIBDIR}/cmake/VornJson")
 set(config "${PROJECT_BINARY_DIR}/VornJsonConfig.cmake")
 set(version "${PROJECT_BINARY_DIR}/VornJsonConfigVersion.cmake")

@@ -36,8 +36,22 @@ check "$work/build/consumer"
 
 # Each file names what its library needs.
 export PKG_CONFIG_LIBDIR=$prefix/lib/pkgconfig
-flags=$(pkg-config --cflags --libs vorn-json)
-# shellcheck disable=SC2086  # several flags
-"$compiler" -std=c++17 "$example.cpp" -o "$work/consumer" $flags \
-  -Wl,--as-needed "-Wl,-rpath,$prefix/lib"
-check "$work/consumer"
+link() { # PACKAGE SOURCE
+  local flags
+  flags=$(pkg-config --cflags --libs "$1")
+  # shellcheck disable=SC2086  # several flags
+  "$compiler" -std=c++17 "$2" -o "$work/$1" $flags \
+    -Wl,--as-needed "-Wl,-rpath,$prefix/lib"
+}
+cat >"$work/foundations.cpp" <<'END'
+#include <foundation/text/stringutils.h>
+int main() { vorn::foundation::text::StringUtils::IntToString(1); }
+END
+cat >"$work/debugs.cpp" <<'END'
+#include <foundation/debug/memorymonitor.h>
+int main() { return int(vorn::foundation::debug::MemoryMonitor::LiveBytes()); }
+END
+link vorn-foundations "$work/foundations.cpp"
+link vorn-debugs "$work/debugs.cpp"
+link vorn-json "$example.cpp"
+check "$work/vorn-json"
