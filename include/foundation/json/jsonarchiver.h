@@ -35,8 +35,8 @@ class __attribute__((visibility("default"))) JsonException
 // order of a hash map, as those of JObject are.
 //
 // The archivers that its operations return belong to the archiver. They stay
-// valid until their index, or one above them, is written again, fromString() is
-// called or the archiver is destroyed.
+// valid until their index, or that of a container around them, is written
+// again, fromString() is called or the archiver is destroyed.
 //
 // Writes throw JsonException as listed above; data that cannot be parsed for
 // want of memory counts as malformed. With exhausted memory every other
