@@ -518,8 +518,11 @@ void Separate(Context& context, bool comma) {
   if (comma) Write(context, ',');
   if (context.compress) return;
   constexpr std::size_t kBlock = 16;  // characters that are set at once
+  // More levels than a text has room for are the stream's to refuse.
+  constexpr int kMostLevels = std::numeric_limits<int>::max() / 8;
   auto indent =
-      static_cast<std::size_t>(std::max(context.depth, 0)) * kIndentWidth;
+      static_cast<std::size_t>(std::clamp(context.depth, 0, kMostLevels)) *
+      kIndentWidth;
   std::streambuf& buffer = BufferOf(context);
   if (char* const room = PutArea::Room(buffer, 1 + indent + kBlock)) {
     *room = '\n';

@@ -253,7 +253,6 @@ bool MemberTable::LinkIn(Node* node) {
 // more, and puts the members in their order into the new buckets.
 void MemberTable::Grow() {
   std::__detail::_Prime_rehash_policy policy;
-  policy._M_next_resize = bucket_count_;
   const std::size_t count =
       policy._M_need_rehash(bucket_count_, count_, 1).second;
   void* block = Allocator<Link*>().allocate(Buckets::Size(count));
