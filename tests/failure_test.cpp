@@ -31,9 +31,11 @@ using generic::ScopedPointer;
 struct Subjects {
   const char *small, *nested;
 };
-constexpr const char* kThirteen =  // another one takes more buckets
+constexpr const char* kFull =  // another one takes more than its 29 buckets
     R"({"1": [1], "2": {"": 2}, "3": 0, "4": 0, "5": 0, "6": 0, "7": 0, "8": 0,
-        "9": 0, "A": 0, "B": 0, "C": 0, "D": 0})";
+        "9": 0, "A": 0, "B": 0, "C": 0, "D": 0, "E": 0, "F": 0, "G": 0, "H": 0,
+        "I": 0, "J": 0, "K": 0, "L": 0, "M": 0, "N": 0, "O": 0, "P": 0, "Q": 0,
+        "R": 0, "S": 0, "T": 0})";
 constexpr const char* kNested =
     R"({"\t234567890123456": [[{"1": 0, "2": 0, "3": 0, "4": 0, "5": 0, "6": 0,
         "7": 0, "8": 0, "9": 0, "A": 0, "B": 0, "C": 0, "D": 0, "E": 0}],
@@ -45,11 +47,11 @@ constexpr Subjects kStrings = {R"("1")", R"("1234567890123456")"};
 constexpr Subjects kArrays = {"[0]", R"([[1, {"2": [true, null]}]])"};
 constexpr Subjects kObjects = {R"({"1": 0})",
                                R"({"1234567890.123456": [[1], {"2": 3}]})"};
-constexpr Subjects kSets = {"{}", kThirteen};
+constexpr Subjects kSets = {"{}", kFull};
 constexpr Subjects kAny = {"0", kNested};
 constexpr Subjects kNewScalar = {"", "0"};
 constexpr Subjects kNewArray = {"", "[[2]]"};
-constexpr Subjects kNewSet = {"", kThirteen};
+constexpr Subjects kNewSet = {"", kFull};
 
 struct World {
   World(const Subjects& subjects, bool is_nested)

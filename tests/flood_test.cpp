@@ -184,6 +184,28 @@ TEST(FloodTest, CollidingKeysCostLittleMoreThanOrdinaryOnes) {
   EXPECT_TRUE(worst <= 1 || kSanitized);
 }
 
+// The last key is an ordinary one, and the one that takes more buckets: what
+// shares one of them is found as fast as before.
+TEST(FloodTest, AnObjectThatGrowsKeepsItsIndex) {
+  constexpr std::size_t kFull = kOptimized ? 20753 : 5087;  // its buckets
+  double seconds[] = {1e9, 1e9};
+  for (const std::size_t step : {std::size_t{1}, std::size_t{0}}) {
+    JObject object;
+    const Keys keys = CollidingKeys(kFull, step);
+    const auto set = [&](Key key) {
+      object.setValue(key, debug::Create<JNull>({"test", 1, "test"}));
+    };
+    for (Key key : keys) set(key);
+    set("last");
+    for (int i = 0; i < 3; ++i) {
+      Measure(seconds[step == 0], [&] {
+        for (Key key : keys) EXPECT_TRUE(object.existed(key));
+      });
+    }
+  }
+  EXPECT_TRUE(seconds[1] < 20 * seconds[0] || kSanitized);
+}
+
 // Long texts ------------------------------------------------------------------
 
 // Ten times the text takes about ten times as long, and not a hundred times.

@@ -159,8 +159,8 @@ void ForEachHistory(History history) {
   const Row rows[] = {
       {FirstKeys(4), 4000, 12},          {FirstKeys(20), 2979, 30},
       {FirstKeys(100), 10, 500},         {FirstKeys(600), 4, 1500},
-      {FirstKeys(3000), 1, 5000},        {CollidingKeys(20, 0), 1000, 40},
-      {CollidingKeys(20, 29), 1000, 40}, {CollidingKeys(20, 59), 1000, 40},
+      {FirstKeys(3000), 1, 5000},        {CollidingKeys(20, 0), 1600, 40},
+      {CollidingKeys(20, 29), 1000, 40}, {CollidingKeys(60, 29), 400, 100},
       {CollidingKeys(300, 0), 3, 1500},  {CollidingKeys(300, 257), 3, 1500}};
   std::mt19937 random(1);
   for (const Row& row : rows) {

@@ -175,8 +175,15 @@ TEST_P(ParserTest, ReportsObjectsUnderTheirTags) {
     const std::string calls = Replace(TakeCalls(), release, "!");
     EXPECT_EQ(Replace(calls, "../json/json:", ""), row.calls);
   }
-  Read(Repeat(1025, "["));  // there is no container of the last bracket
-  EXPECT_EQ(Monitor::TakeLog().size(), 1024u * (GetParam() ? 4 : 2));
+  for (const char* open : {"[", "{\"\":"}) {
+    Read(Repeat(1025, open));  // there is no container of the last bracket
+    EXPECT_EQ(Monitor::TakeLog().size(), 1024u * (GetParam() ? 4 : 2));
+  }
+  Monitor::FailRequest(Source::MemoryMonitor, 1, true);
+  Read("[null 1");  // the array has no room for what waits for it
+  EXPECT_EQ(Monitor::StopFailing(), 1u);
+  EXPECT_EQ(Replace(Replace(TakeCalls(), release, "!"), "../json/json:", ""),
+            "+235 ParseArray #1+278 ParseNullOrNan #2-#1-#2");
 }
 
 // The object monitor traces and has no memory for the object with the number,

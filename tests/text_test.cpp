@@ -99,6 +99,9 @@ TEST_F(TextTest, EscapesFiveBytesAndKeepsTheOthers) {
     EXPECT_EQ(JsonReader::Compress(&object),
               "{\"" + text + "\":\"" + before + text + behind + "\"}");
   }
+  JObject longest;  // no part that is written at once comes to more
+  longest.setValue(SafeString(256, '"'), Make<JNull>());
+  EXPECT_EQ(JsonReader::Format(&longest).size(), 2 + 4 + 512 + 4 + 4 + 2u);
 }
 
 TEST_F(TextTest, WritesIntoTheContextOfACaller) {

@@ -2,6 +2,7 @@
 // dispose it.
 
 #include "support/fixture.h"
+#include "support/keys.h"
 
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
@@ -147,6 +148,14 @@ TEST_P(ValuesTest, AnObjectOwnsItsMembers) {
   object.clear();
   EXPECT_TRUE(object.empty());
   EXPECT_GE(Monitor::Now().memory_bytes, 26 * sizeof(void*)) << "no buckets";
+
+  // Members of one bucket, which are indexed, take no more the more often they
+  // are replaced.
+  const Keys keys = CollidingKeys(20, 0);
+  for (const SafeString& key : keys) object.setValue(key, Make<JNull>());
+  const std::size_t bytes = Monitor::Now().memory_bytes;
+  for (int i = 0; i < 1000; ++i) object.setValue(keys[5], Make<JNull>());
+  EXPECT_EQ(Monitor::Now().memory_bytes, bytes);
 }
 
 // A value that holds the key it is stored under.
