@@ -7,9 +7,13 @@
 #include <foundation/debug/tracked.h>
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -134,6 +138,34 @@ TEST(StandInTest, KnowsTheMostBytesAtATime) {
   MemoryMonitor::ResetPeak();
   EXPECT_EQ(MemoryMonitor::PeakBytes(), 30u);
   MemoryMonitor::Dealloc(first, 30);
+}
+
+// What the list takes for each object, at any time while it grows.
+TEST(StandInTest, AnObjectCostsAFewBytes) {
+  if (support::kSanitized) GTEST_SKIP() << "a sanitizer has a heap of its own";
+  constexpr double kMost = sizeof(void*) == 8 ? 24 : 16;  // bytes
+  constexpr std::uintptr_t kCount = 500000;
+  const auto object = [](std::uintptr_t number) {
+    return reinterpret_cast<void*>(number * 48);
+  };
+  const auto used = [] {
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<double>(info.uordblks + info.hblkhd);
+  };
+  const double before = used();
+  double most = 0;
+  for (std::uintptr_t i = 1; i <= kCount; ++i) {
+    ObjectMonitor::_IncLeak(object(i), "a.cpp", 1, "f", 48);
+    if (i % 10000 == 0) {
+      most = std::max(most, (used() - before) / static_cast<double>(i));
+    }
+  }
+  for (std::uintptr_t i = 1; i <= kCount; ++i) {
+    ObjectMonitor::_DecLeak(object(i));
+  }
+  EXPECT_EQ(ObjectMonitor::LiveCount(), 0u);
+  std::printf("%.1f bytes an object\n", most);
+  EXPECT_LE(most, kMost);
 }
 
 // In a process of its own: the count is never taken back.
