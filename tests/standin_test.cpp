@@ -37,7 +37,7 @@ template <std::size_t N>
 using Object = std::array<char, N>;
 
 TEST(StandInTest, ListsLiveObjectsByTag) {
-  const std::string file = "a.cpp";  // the texts of a tag count
+  static const std::string file = "a.cpp";  // the texts of a tag count
   for (const bool trace : {false, true}) {
     ObjectMonitor::SetTrace(trace);
     auto* first = Create<Object<3>>(Tag{"b.cpp", 1, "f"});

@@ -634,9 +634,8 @@ void PrintTabs(std::ostream& out, const Rows& rows, std::size_t unknown) {
 void ObjectMonitor::Report(std::ostream& out) {
   constexpr char kFormat[] = ": %lld objects, %lld bytes\n";
   const State now = StateNow();
-  const Rows rows = RowsOf(now, State());
+  const Rows rows = RowsOf(now, now);  // of tags with live objects alone
   for (const Row& row : rows) {
-    if (row.objects == 0) continue;
     PrintTag(out, *row.tag);
     Print(out, kFormat, row.objects, row.bytes);
   }
