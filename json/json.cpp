@@ -511,12 +511,8 @@ class Nesting {
   Context& context_;
 };
 
-// Ends the item of a container that stands before the next one, if there is
-// any. In the formatted layout, begins a line with the indentation of the
-// context's depth.
-void Separate(Context& context, bool comma) {
-  if (comma) Write(context, ',');
-  if (context.compress) return;
+// Begins a line with the indentation of the context's depth.
+[[gnu::noinline]] void BeginLine(Context& context) {
   constexpr std::size_t kBlock = 16;  // characters that are set at once
   // More levels than a text has room for are the stream's to refuse.
   constexpr int kMostLevels = std::numeric_limits<int>::max() / 8;
@@ -534,6 +530,14 @@ void Separate(Context& context, bool comma) {
   }
   Write(context, '\n');
   for (; indent != 0; --indent) Write(context, context.indentChar);
+}
+
+// Ends the item of a container that stands before the next one, if there is
+// any. In the formatted layout, begins a line. The short way of the other is
+// worth inlining.
+inline void Separate(Context& context, bool comma) {
+  if (comma) Write(context, ',');
+  if (!context.compress) BeginLine(context);
 }
 
 }  // namespace
