@@ -158,7 +158,8 @@ vjson: -: 2 more
 # large file has come, and no control characters.
 # seen OUTPUT ARGUMENT...: with N for figures, and < for what clears a line.
 seen() {
-  script -qec "$(printf '%q ' "${tool[@]}" "${@:2}")" /dev/null </dev/null |
+  SHELL=$BASH script -qec "$(printf '%q ' "${tool[@]}" "${@:2}")" /dev/null \
+    </dev/null |
     tr '\r' '\n' | sed $'s/\e\\[K/</; s/, [0-9]*/, N/; /^$/d' | uniq >out
   if ! diff --text <(printf %s "$1") out; then
     echo "FAILED on a terminal: vjson ${*:2}"
