@@ -14,6 +14,7 @@
 #include <iterator>
 #include <limits>
 #include <new>
+#include <streambuf>
 #include <string_view>
 #include <utility>
 
@@ -426,11 +427,12 @@ void Write(Context& context, std::string_view text) {
   }
 }
 
-// REQUIRES: the character is escaped.
-char LetterOf(char escaped) {
-  return std::find_if(std::begin(kEscapes), std::end(kEscapes),
-                      [=](const Escape& it) { return it.character == escaped; })
-      ->letter;
+// REQUIRES: the character is escaped. Seldom called, so it stays out of the
+// loop that copies.
+[[gnu::noinline]] char LetterOf(char escaped) {
+  const Escape* escape = kEscapes;
+  while (escape->character != escaped) ++escape;
+  return escape->letter;
 }
 
 // Whether a word of text may hold a byte that is escaped: a quotation mark, a
@@ -583,11 +585,74 @@ void JObject::toString(Context& context) const {
 
 namespace {
 
+// Collects a text in chunks, which stay where they are: at most an eighth more
+// than the text. One buffer that doubles would take up to three times the text
+// while it grows. A short text takes no memory.
+class TextBuffer final : public std::streambuf {
+ public:
+  TextBuffer() { Continue(first_); }
+  TextBuffer(const TextBuffer&) = delete;
+  TextBuffer& operator=(const TextBuffer&) = delete;
+
+  ~TextBuffer() override {
+    while (first_.next != nullptr) {
+      Chunk* const chunk = std::exchange(first_.next, first_.next->next);
+      const std::size_t size = sizeof(Chunk) + chunk->size;
+      void* const block = chunk;
+      debug::Allocator<char>().deallocate(static_cast<char*>(block), size);
+    }
+  }
+
+  SafeString Text() const {
+    const auto room = static_cast<std::size_t>(epptr() - pptr());
+    const std::size_t size = size_ - room;
+    SafeString text;
+    text.reserve(size);
+    for (auto* chunk = &first_; chunk != nullptr; chunk = chunk->next) {
+      text.append(chunk->begin, std::min(chunk->size, size - text.size()));
+    }
+    return text;
+  }
+
+ private:
+  struct Chunk {
+    char* begin;  // behind it in the same block, but for the first one
+    std::size_t size;
+    Chunk* next;  // owned
+  };
+
+  int_type overflow(int_type character) override {
+    constexpr std::size_t kLeast = 512 - sizeof(Chunk);
+    const std::size_t size = kLeast + size_ / 8;
+    char* const block = debug::Allocator<char>().allocate(sizeof(Chunk) + size);
+    last_->next = ::new (static_cast<void*>(block))
+        Chunk{block + sizeof(Chunk), size, nullptr};
+    last_ = last_->next;
+    Continue(*last_);
+    *pptr() = traits_type::to_char_type(character);
+    pbump(1);
+    return character;
+  }
+
+  // Goes on with what is written in the chunk.
+  void Continue(Chunk& chunk) {
+    size_ += chunk.size;
+    setp(chunk.begin, chunk.begin + chunk.size);
+  }
+
+  char short_[128];
+  Chunk first_{short_, sizeof short_, nullptr};
+  Chunk* last_ = &first_;
+  std::size_t size_ = 0;  // of all chunks
+};
+
 SafeString Render(const JBase* root, bool compress) {
   if (root == nullptr) return SafeString();
+  TextBuffer buffer;
   Context context(compress);
+  static_cast<std::ios&>(context.stream).rdbuf(&buffer);
   root->toString(context);
-  return context.stream.str();
+  return buffer.Text();
 }
 
 }  // namespace
@@ -670,12 +735,12 @@ struct Quoted {
 };
 
 // The escape that the letter behind a backslash makes; null when it makes none.
-const Escape* EscapeOf(char letter) {
-  const auto* const end = std::end(kEscapes);
-  const auto* const found =
-      std::find_if(std::begin(kEscapes), end,
-                   [=](const Escape& it) { return it.letter == letter; });
-  return found != end ? found : nullptr;
+// Seldom called, so it stays out of the loops that scan.
+[[gnu::noinline]] const Escape* EscapeOf(char letter) {
+  for (const Escape& escape : kEscapes) {
+    if (escape.letter == letter) return &escape;
+  }
+  return nullptr;
 }
 
 // string = DQUOTE *( "\" letter / character ) DQUOTE
@@ -775,7 +840,9 @@ class OpenArray {
   void Add(ScopedPointer<JBase>& element) {
     array_.operator->();
     if (!element) return;
-    waiting_.push_back(element.get());
+    // By reference as in append(), so that one growth of vectors serves both.
+    JBase* const added = element.get();
+    waiting_.push_back(added);
     element.release();
   }
 
@@ -792,19 +859,18 @@ class OpenArray {
     waiting_.erase(first, waiting_.end());
   }
 
-  // The array disposes its elements. Only when it has no room to take them,
-  // they go after it.
+  // The array disposes its elements. Only those that it has no room to take go
+  // after it.
   void Abandon() {
     try {
       Store();
-      array_.reset();
     } catch (...) {
-      array_.reset();
-      for (auto it = waiting_.begin() + first_; it != waiting_.end(); ++it) {
-        (*it)->dispose();
-      }
-      waiting_.erase(waiting_.begin() + first_, waiting_.end());
     }
+    array_.reset();
+    for (auto it = waiting_.begin() + first_; it != waiting_.end(); ++it) {
+      (*it)->dispose();
+    }
+    waiting_.erase(waiting_.begin() + first_, waiting_.end());
   }
 
   ScopedPointer<JArray> array_;

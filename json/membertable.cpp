@@ -152,10 +152,10 @@ MemberTable::~MemberTable() {
 }
 
 std::vector<SafeString, Allocator<SafeString>> MemberTable::keys() const {
-  std::vector<SafeString, Allocator<SafeString>> keys;
-  keys.reserve(count_);
+  std::vector<SafeString, Allocator<SafeString>> keys(count_);
+  auto key = keys.begin();
   for (const Node* node = first(); node != nullptr; node = node->next()) {
-    keys.emplace_back(node->key());
+    *key++ = SafeString(node->key());
   }
   return keys;
 }

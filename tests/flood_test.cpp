@@ -6,6 +6,7 @@
 #include "support/build.h"
 #include "support/keys.h"
 
+#include <foundation/debug/memorymonitor.h>
 #include <foundation/debug/tracked.h>
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
@@ -246,6 +247,21 @@ TEST(LongTextTest, IsReadInLinearTime) {
     std::printf("  %-8s %.3f s, %.1f\n", row.name, seconds[1], ratio);
     EXPECT_TRUE(ratio <= kMostRatio || kSanitized) << row.name;
   }
+}
+
+// A text that is written takes as much again, and an eighth, until it is
+// returned.
+TEST(LongTextTest, IsWrittenInLittleMoreThanTwiceItsLength) {
+  SafeString text = "[";
+  for (int i = 0; i < 70000; ++i) text += "[12345],";
+  text += "0]";
+  JsonReader reader;
+  ASSERT_TRUE(reader.fromString(text));
+  const std::size_t before = debug::MemoryMonitor::LiveBytes();
+  debug::MemoryMonitor::ResetPeak();
+  EXPECT_EQ(reader.compress(), text);
+  const std::size_t taken = debug::MemoryMonitor::PeakBytes() - before;
+  EXPECT_LE(taken, text.size() / 8 * 17 + 1024);
 }
 
 }  // namespace
