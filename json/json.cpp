@@ -608,7 +608,7 @@ class TextBuffer final : public std::streambuf {
     const std::size_t size = size_ - room;
     SafeString text;
     text.reserve(size);
-    for (auto* chunk = &first_; chunk != nullptr; chunk = chunk->next) {
+    for (const Chunk* chunk = &first_; chunk != nullptr; chunk = chunk->next) {
       text.append(chunk->begin, std::min(chunk->size, size - text.size()));
     }
     return text;
