@@ -642,8 +642,8 @@ class TextBuffer final : public std::streambuf {
 
   char short_[128];
   Chunk first_{short_, sizeof short_, nullptr};
-  Chunk* last_ = &first_;
-  std::size_t size_ = 0;  // of all chunks
+  Chunk* last_ = &first_;  // the one that is written into; not owned
+  std::size_t size_ = 0;   // of all chunks
 };
 
 SafeString Render(const JBase* root, bool compress) {
