@@ -1,8 +1,8 @@
-# vorn_import_framework(ROOT LIBDIR INCLUDEDIR NAMESPACE MISSING): the targets
-# debugs and foundations, behind the namespace, of the framework installed in
-# ROOT. Without one of its libraries there are no targets, and the variable
-# MISSING says so. The build and the installed package have this in common.
-function(vorn_import_framework root libdir includedir namespace missing)
+# vorn_import_framework(ROOT LIBDIR INCLUDEDIR PREFIX MISSING): the targets
+# debugs and foundations, behind the prefix, of the framework installed in ROOT.
+# Without one of its libraries there are no targets, and the variable MISSING
+# says so. The build and the installed package have this in common.
+function(vorn_import_framework root libdir includedir prefix missing)
   set(${missing} "" PARENT_SCOPE)
   foreach(library debugs foundations)
     find_library(VORN_${library}_LIBRARY ${library}
@@ -15,13 +15,13 @@ function(vorn_import_framework root libdir includedir namespace missing)
     endif()
   endforeach()
   foreach(library debugs foundations)
-    add_library(${namespace}${library} SHARED IMPORTED)
+    add_library(${prefix}${library} SHARED IMPORTED)
     # Not as system headers: those are searched after all others.
-    set_target_properties(${namespace}${library} PROPERTIES
+    set_target_properties(${prefix}${library} PROPERTIES
       IMPORTED_LOCATION "${VORN_${library}_LIBRARY}" SYSTEM OFF)
-    target_include_directories(${namespace}${library} INTERFACE
+    target_include_directories(${prefix}${library} INTERFACE
       "${root}/${includedir}")
   endforeach()
   # The libraries' own dependency, which a link against foundations alone needs.
-  target_link_libraries(${namespace}foundations INTERFACE ${namespace}debugs)
+  target_link_libraries(${prefix}foundations INTERFACE ${prefix}debugs)
 endfunction()

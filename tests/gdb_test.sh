@@ -18,7 +18,7 @@ cmake -S "$source" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
   -DCMAKE_CXX_COMPILER="$compiler" ${toolchain:+--toolchain "$toolchain"} \
   -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib \
   -DVORN_BUILD_TESTS=OFF
-cmake --build "$work/build" --target json -- --quiet
+cmake --build "$work/build" --target vorn_json -- --quiet
 for component in library framework development framework-development; do
   cmake --install "$work/build" --component "$component" >/dev/null
 done

@@ -8,7 +8,7 @@ ceiling=52000 # bytes
 
 cmake -S "$source" -B "$work" -G Ninja "${arguments[@]}" \
   -DCMAKE_BUILD_TYPE=MinSizeRel -DVORN_BUILD_TESTS=OFF
-cmake --build "$work" --target json
+cmake --build "$work" --target vorn_json
 "$strip" -o "$work/stripped" "$work/json/libjson.so"
 
 size=$(stat --format=%s "$work/stripped")
