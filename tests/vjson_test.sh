@@ -160,7 +160,7 @@ vjson: -: 2 more
 seen() {
   SHELL=$BASH script -qec "$(printf '%q ' "${tool[@]}" "${@:2}")" /dev/null \
     </dev/null |
-    tr '\r' '\n' | sed $'s/\e\\[K/</; s/, [0-9]*/, N/; /^$/d' | uniq >out
+    tr '\r' '\n' | sed $'s/\e\\[K/</; s/, [0-9]*/, N/; /^$/d' | uniq >out || true
   if ! diff --text <(printf %s "$1") out; then
     echo "FAILED on a terminal: vjson ${*:2}"
     failures=$((failures + 1))
@@ -174,6 +174,32 @@ seen "$(printf "vjson: ...${zeros:0:38}?x: %s<\n<\n" \
   check --strict "$zeros"$'\ex'
 printf '{"\e":0}' >escape
 seen $'"?"\n' keys escape
+
+# Nothing that a terminal obeys, and nothing invisible that changes the order of
+# what it shows, comes out raw: names, words, values. A file takes exact bytes.
+# hidden SHOWN WHAT-IS-HIDDEN [COLUMNS]
+hidden() {
+  local name=n$2o
+  printf '["%s",' "$2" >"$name"
+  seen "vjson: x$1y: unknown command; see vjson --help"$'\n' "x$2y"
+  seen "n$1o:1:$((${#2} + 5)): ArraySkip: array ']' mismatching
+[\"$1\",
+${blanks:0:${3:-${#1}}+4}^"$'\n' check "$name"
+  printf '["%s"]' "$2" >"$name"
+  seen "[\"$1\"]"$'\n' compress "$name"
+  seen "\"$1\""$'\n' get "$name" '[0]'
+  seen $'[\n    "'"$1"$'"\n]\n' format "$name"
+  expect 0 "compress $name" '' "[\"$2\"]"$'\n' ''
+  expect 1 "get $name $2" '' '' "vjson: n$1o: $1: not in a value of the kind array"$'\n'
+}
+export LC_ALL=C
+hidden '?(0?' $'\e(0\x7f'
+hidden '?????' $'\xe2\x80\xae\xe2\x81\xa6\xd8\x9c\xc2\x9b\xff'
+hidden '日' '日' 2
+seen $'vjson: a?b?c: No such file or directory\n' check $'a\nb\rc'
+
+# The first NUL decides.
+lines=: expect 1 'check /dev/zero' '' '' $'/dev/zero:1:1: Read: NUL byte at offset 0\n'
 
 # Bad usage, and an output that does not take everything.
 usage() { expect 2 "$1" '[]' '' "vjson: $2"$'\n'; }
@@ -191,9 +217,9 @@ for command in --help 'format -' 'equal good -'; do
   to=/dev/full expect 2 "$command" '[]' '' \
     $'vjson: standard output: No space left on device\n'
 done
+# A closed pipe ends it without a word.
 mkfifo pipe
 true <pipe &
-to=pipe expect 2 'compress -' "[$(seq -s, 20000)]" '' \
-  $'vjson: standard output: Broken pipe\n'
+to=pipe expect 141 'compress -' "[$(seq -s, 20000)]" '' ''
 
 exit $((failures != 0))

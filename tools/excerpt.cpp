@@ -1,7 +1,7 @@
 #include "excerpt.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <iterator>
 
 namespace vjson {
 
@@ -43,12 +43,48 @@ std::size_t CharacterSize(std::string_view text) {
 
 namespace {
 
-// Whether the character is a control character, but for the tab. Those from
-// U+0080 to U+009F have two bytes.
-bool IsControl(std::string_view character) {
+struct Range {
+  unsigned int first;
+  unsigned int last;
+};
+
+// Control characters except the tab, and what is invisible and changes the
+// order or the lines of the text around: U+202E shows it from right to left.
+constexpr Range kHidden[] = {
+    {0x00, 0x08},     {0x0A, 0x1F},      {0x7F, 0x9F},     {0x061C, 0x061C},
+    {0x200B, 0x200B}, {0x200E, 0x200F},  {0x2028, 0x202E}, {0x2060, 0x206F},
+    {0xFEFF, 0xFEFF}, {0xE0000, 0xE007F}};
+
+// The code point of a whole character.
+unsigned int CodePoint(std::string_view character) {
   const auto lead = static_cast<unsigned char>(character[0]);
-  if (character.size() == 1) return (lead < ' ' && lead != '\t') || lead == 127;
-  return lead == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+  if (character.size() == 1) return lead;
+  unsigned int code = lead & (0x7Fu >> character.size());
+  for (const char byte : character.substr(1)) {
+    code = code << 6 | (static_cast<unsigned char>(byte) & 0x3Fu);
+  }
+  return code;
+}
+
+bool IsHidden(std::string_view character) {
+  const unsigned int code = CodePoint(character);
+  return std::any_of(std::begin(kHidden), std::end(kHidden),
+                     [code](const Range& range) {
+                       return range.first <= code && code <= range.last;
+                     });
+}
+
+// The size of the character that the text begins with, and whether it is shown
+// as it is. An invalid byte is a character that is not.
+struct Glyph {
+  std::size_t size;
+  bool legible;
+};
+
+Glyph GlyphOf(std::string_view text) {
+  const std::size_t size = CharacterSize(text);
+  if (size == 0) return {1, false};
+  return {size, !IsHidden(text.substr(0, size))};
 }
 
 // Whether the character takes two columns: nearly all from U+3000 to U+9FFF,
@@ -63,19 +99,33 @@ bool IsWide(std::string_view character) {
 Shown Show(std::string_view text) {
   Shown shown;
   while (!text.empty()) {
-    const std::size_t size = CharacterSize(text);
-    const std::string_view character =
-        text.substr(0, std::max<std::size_t>(size, 1));
-    const bool legible = size != 0 && !IsControl(character);
+    const auto [size, legible] = GlyphOf(text);
+    const std::string_view character = text.substr(0, size);
     shown.text += legible ? character : "?";
     if (character == "\t") {
       shown.blanks += '\t';
     } else {
       shown.blanks.append(legible && IsWide(character) ? 2 : 1, ' ');
     }
-    text.remove_prefix(character.size());
+    text.remove_prefix(size);
   }
   return shown;
+}
+
+void PrintShown(std::FILE* file, std::string_view text) {
+  std::size_t end = 0;
+  while (end < text.size()) {
+    const auto [size, legible] = GlyphOf(text.substr(end));
+    if (legible) {
+      end += size;
+      continue;
+    }
+    std::fwrite(text.data(), 1, end, file);
+    std::fputc('?', file);
+    text.remove_prefix(end + size);
+    end = 0;
+  }
+  std::fwrite(text.data(), 1, end, file);
 }
 
 Shown Excerpt(std::string_view line, std::size_t at, std::size_t width) {
@@ -118,7 +168,8 @@ void TellPlace(const char* name, std::string_view text, std::size_t at,
   const std::size_t end = std::min(text.find_first_of("\r\n", at), text.size());
   const std::string_view line = text.substr(at - before, end - (at - before));
   const Shown excerpt = Excerpt(line, before, kWidth);
-  std::fprintf(stderr, "%s:%zu:%zu: %s: %s\n%s\n%s^\n", name, position.line,
+  PrintShown(stderr, name);
+  std::fprintf(stderr, ":%zu:%zu: %s: %s\n%s\n%s^\n", position.line,
                position.column, rule, message, excerpt.text.c_str(),
                excerpt.blanks.c_str());
 }

@@ -1,14 +1,16 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <string_view>
 
 #include <foundation/text/safestring.h>
 
 namespace vjson {
 
-// How a place in a text is shown. A terminal takes it that reads UTF-8: bytes
-// that it would obey, or could not read, become question marks.
+// How a place in a text is shown, on a terminal that reads UTF-8. Question
+// marks replace invalid bytes, control characters except the tab, and invisible
+// characters that reorder the text around them.
 
 using vorn::foundation::SafeString;
 
@@ -23,6 +25,9 @@ struct Shown {
 };
 
 Shown Show(std::string_view text);
+
+// Prints the text as it is shown, without a request for memory.
+void PrintShown(std::FILE* file, std::string_view text);
 
 // The part of a line around a position, about as many bytes as the width tells,
 // and the blanks that are as wide as what stands before the position.

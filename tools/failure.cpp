@@ -2,10 +2,14 @@
 
 #include <cstdio>
 
+#include "excerpt.h"
+
 namespace vjson {
 
 void Tell(const char* subject, const char* message) {
-  std::fprintf(stderr, "vjson: %s: %s\n", subject, message);
+  std::fprintf(stderr, "vjson: ");
+  PrintShown(stderr, subject);
+  std::fprintf(stderr, ": %s\n", message);
 }
 
 void Fail(const char* subject, const char* message) {

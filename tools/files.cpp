@@ -3,6 +3,7 @@
 #include "files.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -45,7 +46,8 @@ std::size_t ExpectedSize(std::FILE* file) {
   return static_cast<std::size_t>(status.st_size);
 }
 
-// Appends all of the file to the text; returns the error in its way, or 0.
+// Appends all of the file to the text, up to the block with its first NUL, if
+// there is one. Returns the error in its way, or 0.
 int Append(const char* name, std::FILE* file, SafeString& text) {
   const std::size_t expected = ExpectedSize(file);
   std::atomic<std::size_t> done{0};
@@ -58,7 +60,7 @@ int Append(const char* name, std::FILE* file, SafeString& text) {
     if (std::ferror(file)) return errno;
     text.append(block, size);
     done = text.size();
-  } while (size == sizeof block);
+  } while (size == sizeof block && std::memchr(block, '\0', size) == nullptr);
   return 0;
 }
 
@@ -111,20 +113,42 @@ namespace {
 
 [[noreturn]] void FailWrite() { Fail("standard output", std::strerror(errno)); }
 
+void WriteBytes(std::string_view text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+    FailWrite();
+  }
+}
+
 // Passes on to standard output what a tree writes, so that its text is never in
-// memory as a whole.
+// memory as a whole. For a terminal it keeps the line that is being written.
 class OutputBuffer : public std::streambuf {
  protected:
   int_type overflow(int_type character) override {
-    if (std::putchar(character) == EOF) FailWrite();
+    const char byte = traits_type::to_char_type(character);
+    xsputn(&byte, 1);
     return character;
   }
 
   std::streamsize xsputn(const char* text, std::streamsize size) override {
-    const auto count = static_cast<std::size_t>(size);
-    if (std::fwrite(text, 1, count, stdout) != count) FailWrite();
+    const std::string_view added(text, static_cast<std::size_t>(size));
+    terminal_ ? AddToLine(added) : WriteBytes(added);
     return size;
   }
+
+ private:
+  // The line feeds are the layout's: in a string they are escaped.
+  void AddToLine(std::string_view text) {
+    line_ += text;
+    for (;;) {
+      const std::size_t end = line_.find('\n');
+      if (end == SafeString::npos) return;
+      WriteBytes(Show({line_.data(), end}).text + "\n");
+      line_.erase(0, end + 1);
+    }
+  }
+
+  const bool terminal_ = isatty(STDOUT_FILENO) != 0;
+  SafeString line_;
 };
 
 }  // namespace
@@ -135,6 +159,12 @@ void Write(const JBase& value, bool compress) {
   context.stream.std::ios::rdbuf(&buffer);
   value.toString(context);
   context.stream.put('\n');
+}
+
+void WriteLine(std::string_view line) {
+  OutputBuffer buffer;
+  buffer.sputn(line.data(), static_cast<std::streamsize>(line.size()));
+  buffer.sputc('\n');
 }
 
 void FinishOutput() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include <foundation/json/jbase.h>
 #include <foundation/text/safestring.h>
 
@@ -22,8 +24,13 @@ JBase* Parse(const char* name, const SafeString& text);
 // The tree of a file. The caller owns it.
 JBase* Load(const char* name);
 
-// Writes the value on standard output, on indented lines or on a single one.
+// Writes to standard output: exact bytes to a file or pipe; to a terminal only
+// what it shows, as excerpt.h says.
+
+// Writes the value on indented lines, or on a single one.
 void Write(const JBase& value, bool compress);
+
+void WriteLine(std::string_view line);
 
 // The last word on whether standard output took everything.
 void FinishOutput();

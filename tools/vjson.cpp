@@ -4,7 +4,6 @@
 // when it returns, so that the report, which comes last, shows what was left
 // behind.
 
-#include <unistd.h>
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
@@ -86,8 +85,8 @@ std::vector<Step> StepsOrFail(const char* path) {
                        const SafeString& message) {
   constexpr std::size_t kWidth = 60;
   const SafeString shown = Excerpt(path, path.size(), kWidth).text;
-  std::fprintf(stderr, "vjson: %s: %s: %s\n", file,
-               path.empty() ? "(root)" : shown.c_str(), message.c_str());
+  const SafeString place = path.empty() ? SafeString("(root)") : shown;
+  Tell(file, (place + ": " + message).c_str());
   throw Failed{kNo};
 }
 
@@ -124,10 +123,8 @@ Status Keys(const Arguments& arguments) {
     Miss(operands[0], path,
          SafeString("no object but a value of the kind ") + KindOf(value));
   }
-  const bool raw = isatty(STDOUT_FILENO) == 0;
   for (const SafeString& key : static_cast<const JObject&>(value).keys()) {
-    const SafeString text = KeyText(key);
-    std::printf("%s\n", raw ? text.c_str() : Show(text).text.c_str());
+    WriteLine(KeyText(key));
   }
   return kYes;
 }
@@ -264,7 +261,7 @@ Status Report() {
 }
 
 Status Main(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is told of like a full disk
+  std::signal(SIGPIPE, SIG_DFL);  // a closed pipe ends the tool without a word
   Arguments arguments;
   Status status = Attempt("arguments", [&] {
     arguments = ArgumentsOf(argc, argv);
