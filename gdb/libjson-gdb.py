@@ -205,8 +205,8 @@ def origin(number):
     origins = gdb.Value(0).cast(origins).dereference()
     block, index = divmod(number, int(origins['kBlock']))
     found = origins['blocks_'][block]['_M_b']['_M_p'][index]
-    tag = '{}:{} {}'.format(found['file'].string(), int(found['line']),
-                            found['function'].string())
+    tag = '{}:{} {}'.format(found['file_copy'].string(), int(found['line']),
+                            found['function_copy'].string())
     return tag, int(found['size'])
 
 

@@ -6,6 +6,7 @@
 #include <foundation/debug/memorymonitor.h>
 #include <foundation/debug/tracked.h>
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <sys/resource.h>
@@ -46,20 +47,23 @@ TEST(StandInTest, ListsLiveObjectsByTag) {
     auto* fourth = Create<Object<1>>(Tag{"a.cpp", 3, "g"});
     auto* fifth = Create<Object<5>>(Tag{"a.cpp", 3, "g"});
     auto* sixth = Create<Object<5>>(Tag{"a.cpp", 3, "f"});
-    EXPECT_EQ(Report(), R"(a.cpp:3 f: 1 objects, 5 bytes
+    auto* seventh = Create<Object<2>>(Tag{});
+    EXPECT_EQ(Report(), R"(:0 : 1 objects, 2 bytes
+a.cpp:3 f: 1 objects, 5 bytes
 a.cpp:3 g: 2 objects, 6 bytes
 a.cpp:20 f: 2 objects, 103 bytes
 b.cpp:1 f: 1 objects, 3 bytes
-total: 6 objects, 117 bytes
+total: 7 objects, 119 bytes
 )");
-    EXPECT_EQ(ObjectMonitor::LiveCount(), 6u);
-    EXPECT_EQ(ObjectMonitor::LiveBytes(), 117u);
+    EXPECT_EQ(ObjectMonitor::LiveCount(), 7u);
+    EXPECT_EQ(ObjectMonitor::LiveBytes(), 119u);
     Destroy(first);
     Destroy(second, Tag{"c.cpp", 1, "f"});
     Destroy(third);
     Destroy(fourth);
     Destroy(fifth);
     Destroy(sixth);
+    Destroy(seventh);
     EXPECT_EQ(Report(), "total: 0 objects, 0 bytes\n");
   }
   ObjectMonitor::SetTrace(false);
@@ -189,7 +193,50 @@ TEST(StandInDeathTest, CountsReleasesOfUnknownObjects) {
               "since mark:\n.*\nreleases of unknown objects: 3\n");
 }
 
-// In a process of its own, which first takes all memory, then all tags.
+TEST(StandInTest, KeepsTheTagsOfALibraryThatIsGone) {
+  void* const library = dlopen(STANDIN_LIBRARY, RTLD_NOW);
+  ASSERT_NE(library, nullptr) << dlerror();
+  static char object;
+  reinterpret_cast<void (*)(void*)>(dlsym(library, "Record"))(&object);
+  ASSERT_EQ(dlclose(library), 0);
+  EXPECT_EQ(dlopen(STANDIN_LIBRARY, RTLD_NOW | RTLD_NOLOAD), nullptr);
+  EXPECT_EQ(Report(), R"(standin_library.cpp:7 Record: 1 objects, 3 bytes
+total: 1 objects, 3 bytes
+)");
+  ObjectMonitor::_DecLeak(&object);
+}
+
+// In a process of its own, which uses up all numbers of tags.
+TEST(StandInDeathTest, CountsMoreTagsThanItCanNumber) {
+  const auto run = [] {
+    static const auto more = [] {
+      std::ostringstream out;
+      ObjectMonitor::Report(out, nullptr, ReportLayout::Tabs);
+      const std::size_t start = out.str().find("more tags");
+      return out.str().substr(start, out.str().find('\n', start) - start);
+    };
+    ObjectMonitor::SetTrace(true);
+    for (int i = 0; i < 1 << 16; ++i) Destroy(Create<char>(Tag{"a", i, "f"}));
+    const std::string before = more();
+    auto* first = Create<Object<40>>(Tag{"b.cpp", 1, "f"});
+    auto* second = Create<Object<3>>(Tag{"b.cpp", 2, "g"});
+    auto* third = Create<Object<5>>(Tag{"a", 3, "f"});
+    Destroy(Create<Object<7>>(Tag{"a", 3, "f"}));
+    const std::size_t bytes = ObjectMonitor::LiveBytes();
+    std::cerr << before << '|' << more() << '|' << bytes << '|';
+    Destroy(first);
+    Destroy(third);
+    std::cerr << more() << '\n';
+    Destroy(second);
+    std::exit(ObjectMonitor::LiveCount() == 0 ? 0 : 1);
+  };
+  EXPECT_EXIT(run(), testing::ExitedWithCode(0),
+              "more tags\t0\t\t0\t0\t0\t0\t1\t1\\|"
+              "more tags\t0\t\t3\t3\t48\t48\t5\t2\\|48\\|"
+              "more tags\t0\t\t1\t1\t3\t3\t5\t4\n");
+}
+
+// In a process of its own, which takes all memory.
 TEST(StandInDeathTest, SaysSoWithoutMemory) {
   if (support::kSanitized) GTEST_SKIP() << "a sanitizer would end the process";
   const auto run = [] {
@@ -224,7 +271,8 @@ TEST(StandInDeathTest, SaysSoWithoutMemory) {
                 }) &&
                 is_told([&](int) { ObjectMonitor::Report(none); });
     while (blocks != nullptr) std::free(std::exchange(blocks, blocks->next));
-    told = is_told(add_tag) && told;
+    add_tag(1);
+    told = told && ObjectMonitor::LiveCount() == 1;
     std::exit(told ? 0 : 1);
   };
   EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");

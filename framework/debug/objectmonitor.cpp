@@ -45,9 +45,33 @@ class SpinLock {
   std::atomic_flag flag_ = ATOMIC_FLAG_INIT;
 };
 
+template <class T>
+struct OwnAllocator {
+  using value_type = T;
+  OwnAllocator() = default;
+  template <class U>
+  OwnAllocator(const OwnAllocator<U>&) {}
+  T* allocate(std::size_t count) {
+    void* memory = std::malloc(count * sizeof(T));
+    if (memory == nullptr) throw std::bad_alloc();
+    return static_cast<T*>(memory);
+  }
+  void deallocate(T* memory, std::size_t) { std::free(memory); }
+  template <class U>
+  bool operator==(const OwnAllocator<U>&) const {
+    return true;
+  }
+  template <class U>
+  bool operator!=(const OwnAllocator<U>&) const {  // GCOVR_EXCL_LINE: a vector
+    return false;  // GCOVR_EXCL_LINE: wants it, but has no use for it
+  }
+};
+
 // Tags ------------------------------------------------------------------------
 
-// Where objects of one size are created. Never released.
+// Where objects of one size are created. Found by the addresses of the texts,
+// and printed from copies, since the library that they are in may be unloaded.
+// Never released.
 struct Origin {
   bool Is(const char* at_file, int at_line, const char* at_function,
           unsigned int of_size) const {
@@ -60,6 +84,8 @@ struct Origin {
   const char* function = nullptr;
   unsigned int size = 0;
   std::uint16_t number = 0;
+  const char* file_copy = nullptr;
+  const char* function_copy = nullptr;
   const Origin* next = nullptr;                // with the same hash
   mutable std::atomic<std::uint64_t> made{0};  // objects, so far
 };
@@ -78,8 +104,8 @@ class Origins {
     return origin;
   }
 
-  // The origin, which is added if it is new. Throws std::bad_alloc when memory
-  // is exhausted, or the numbers are.
+  // The origin, which is added if it is new; kMore once the numbers are used
+  // up. Throws std::bad_alloc when memory is exhausted.
   static const Origin& FindOrAdd(const char* file, int line,
                                  const char* function, unsigned int size);
 
@@ -91,10 +117,13 @@ class Origins {
         std::memory_order_acquire)[number % kBlock];
   }
 
+  // The last number, of the one origin for all tags without a number. Its
+  // objects are of several sizes.
+  static constexpr unsigned int kMore = 0xFFFF;
+
  private:
   static constexpr unsigned int kChains = 256;
   static constexpr unsigned int kBlock = 256;
-  static constexpr unsigned int kMost = 1U << 16;
 
   static unsigned int HashOf(const char* file, int line) {
     const auto address = reinterpret_cast<std::uintptr_t>(file);
@@ -103,34 +132,67 @@ class Origins {
            kChains;
   }
 
+  static const Origin& Add(const char* file, int line, const char* function,
+                           unsigned int size,
+                           std::atomic<const Origin*>& chain);
+
   static std::mutex mutex_;
   static std::atomic<unsigned int> count_;
   static std::atomic<const Origin*> chains_[kChains];
-  static std::atomic<Origin*> blocks_[kMost / kBlock];
+  static std::atomic<Origin*> blocks_[kMore / kBlock + 1];
 };
 
 std::mutex Origins::mutex_;
 std::atomic<unsigned int> Origins::count_{0};
 std::atomic<const Origin*> Origins::chains_[kChains];
-std::atomic<Origin*> Origins::blocks_[kMost / kBlock];
+std::atomic<Origin*> Origins::blocks_[kMore / kBlock + 1];
+
+// A copy of both texts, one behind the other. Throws std::bad_alloc when memory
+// is exhausted.
+const char* CopyOf(const char* file, const char* function) {
+  const std::size_t size = std::strlen(file) + 1;
+  const std::size_t rest = std::strlen(function) + 1;
+  auto* const copy = static_cast<char*>(std::malloc(size + rest));
+  if (copy == nullptr) throw std::bad_alloc();
+  std::memcpy(copy, file, size);
+  std::memcpy(copy + size, function, rest);
+  return copy;
+}
 
 const Origin& Origins::FindOrAdd(const char* file, int line,
                                  const char* function, unsigned int size) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (const Origin* known = Find(file, line, function, size)) return *known;
+  if (count_ < kMore) {
+    return Add(file, line, function, size, chains_[HashOf(file, line)]);
+  }
+  std::atomic<const Origin*> none{nullptr};
+  if (count_ == kMore) Add("more tags", 0, nullptr, 0, none);
+  return Numbered(kMore);
+}
+
+const Origin& Origins::Add(const char* file, int line, const char* function,
+                           unsigned int size,
+                           std::atomic<const Origin*>& chain) {
   const unsigned int number = count_;
-  if (number == kMost) throw std::bad_alloc();
   std::atomic<Origin*>& block = blocks_[number / kBlock];
-  if (number % kBlock == 0) {
+  if (block == nullptr) {
     void* memory = std::malloc(kBlock * sizeof(Origin));
     if (memory == nullptr) throw std::bad_alloc();
     block.store(static_cast<Origin*>(memory), std::memory_order_release);
   }
-  std::atomic<const Origin*>& chain = chains_[HashOf(file, line)];
+  const char* const copy =
+      CopyOf(file == nullptr ? "" : file, function == nullptr ? "" : function);
   Origin* const place = block.load(std::memory_order_relaxed) + number % kBlock;
-  const Origin* const added = ::new (static_cast<void*>(place)) Origin{
-      file,        line, function, size, static_cast<std::uint16_t>(number),
-      chain.load()};
+  const Origin* const added = ::new (static_cast<void*>(place))
+      Origin{file,
+             line,
+             function,
+             size,
+             static_cast<std::uint16_t>(number),
+             copy,
+             copy + std::strlen(copy) + 1,
+             chain.load()};
   count_.store(number + 1, std::memory_order_release);
   chain.store(added, std::memory_order_release);
   return *added;
@@ -280,6 +342,45 @@ void Part::MakeRoom() {
   std::free(old_entries);
 }
 
+// The sizes of the objects whose tags have no number.
+class MoreSizes {
+ public:
+  // Throws std::bad_alloc when memory is exhausted.
+  static void Set(const void* object, unsigned int size) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    All()[object] = size;
+  }
+  static unsigned int Of(const void* object) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = All().find(object);
+    return found == All().end() ? 0 : found->second;
+  }
+  static void Forget(const void* object) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    All().erase(object);
+  }
+
+ private:
+  using Map =
+      std::map<const void*, unsigned int, std::less<>,
+               OwnAllocator<std::pair<const void* const, unsigned int>>>;
+
+  static Map& All() {
+    alignas(Map) static unsigned char place[sizeof(Map)];
+    static Map* const map = ::new (static_cast<void*>(place)) Map;
+    return *map;
+  }
+
+  static std::mutex mutex_;
+};
+
+std::mutex MoreSizes::mutex_;
+
+unsigned int SizeOf(Entry entry) {
+  if (entry.number() != Origins::kMore) return entry.origin().size;
+  return MoreSizes::Of(reinterpret_cast<const void*>(entry.Address()));
+}
+
 constexpr unsigned int kParts = 16;
 Part parts[kParts];
 std::atomic<std::size_t> unknown_releases{0};
@@ -296,17 +397,16 @@ Entry Forget(const void* object) {
   return part.Remove(hash, object);
 }
 
-void Release(const void* object) {
-  if (Forget(object).IsFree()) ++unknown_releases;
-}
-
-LeakInfo ReleaseBlock(void* object) {
+// Returns the object's block, a null address if the object is not in the list.
+LeakInfo Release(void* object) {
   const Entry entry = Forget(object);
   if (entry.IsFree()) {
     ++unknown_releases;
     return LeakInfo{nullptr, 0};
   }
-  return LeakInfo{static_cast<unsigned char*>(object), entry.origin().size};
+  const LeakInfo block{static_cast<unsigned char*>(object), SizeOf(entry)};
+  if (entry.number() == Origins::kMore) MoreSizes::Forget(object);
+  return block;
 }
 
 template <class Visit>
@@ -342,6 +442,7 @@ namespace {
   Part& part = PartOf(hash);
   const Guard guard(part.lock());
   if (!part.HasRoom()) part.MakeRoom();
+  if (origin.number == Origins::kMore) MoreSizes::Set(object, size);
   part.Add(hash, object, origin);
 }
 
@@ -368,13 +469,11 @@ void ObjectMonitor::_DecLeakEx(void* object, const char*, int, const char*) {
   Release(object);
 }
 
-LeakInfo ObjectMonitor::_DecLeakInfo(void* object) {
-  return ReleaseBlock(object);
-}
+LeakInfo ObjectMonitor::_DecLeakInfo(void* object) { return Release(object); }
 
 LeakInfo ObjectMonitor::_DecLeakInfoEx(void* object, const char*, int,
                                        const char*) {
-  return ReleaseBlock(object);
+  return Release(object);
 }
 
 void ObjectMonitor::SetTrace(bool on) {
@@ -392,7 +491,7 @@ std::size_t ObjectMonitor::LiveCount() {
 
 std::size_t ObjectMonitor::LiveBytes() {
   std::size_t bytes = 0;
-  ForEachObject([&](Entry entry) { bytes += entry.origin().size; });
+  ForEachObject([&](Entry entry) { bytes += SizeOf(entry); });
   return bytes;
 }
 
@@ -400,33 +499,12 @@ std::size_t ObjectMonitor::LiveBytes() {
 
 namespace {
 
-template <class T>
-struct OwnAllocator {
-  using value_type = T;
-  OwnAllocator() = default;
-  template <class U>
-  OwnAllocator(const OwnAllocator<U>&) {}
-  T* allocate(std::size_t count) {
-    void* memory = std::malloc(count * sizeof(T));
-    if (memory == nullptr) throw std::bad_alloc();
-    return static_cast<T*>(memory);
-  }
-  void deallocate(T* memory, std::size_t) { std::free(memory); }
-  template <class U>
-  bool operator==(const OwnAllocator<U>&) const {
-    return true;
-  }
-  template <class U>
-  bool operator!=(const OwnAllocator<U>&) const {  // GCOVR_EXCL_LINE: a vector
-    return false;  // GCOVR_EXCL_LINE: wants it, but has no use for it
-  }
-};
-
 // Of one origin: the objects that were ever made, and those of them that are
 // alive. All others were freed, so that a release has nothing to count.
 struct Count {
   std::uint64_t made = 0;
   std::size_t alive = 0;
+  std::size_t bytes = 0;  // of those alive
 };
 
 // How things stand: the counts by the numbers of the origins, and the releases
@@ -441,7 +519,9 @@ State StateNow() {
   State state{decltype(State::counts)(Origins::Count()), unknown_releases};
   ForEachObject([&](Entry entry) {
     if (entry.number() < state.counts.size()) {
-      ++state.counts[entry.number()].alive;
+      Count& count = state.counts[entry.number()];
+      ++count.alive;
+      count.bytes += SizeOf(entry);
     }
   });
   unsigned int number = 0;
@@ -525,8 +605,8 @@ Row RowOf(const Origin& origin, const Count& now, const Count& then) {
   row.tag = &origin;
   row.objects = static_cast<long long>(now.alive);
   row.more_objects = row.objects - static_cast<long long>(then.alive);
-  row.bytes = row.objects * origin.size;
-  row.more_bytes = row.more_objects * origin.size;
+  row.bytes = static_cast<long long>(now.bytes);
+  row.more_bytes = row.bytes - static_cast<long long>(then.bytes);
   row.made = static_cast<long long>(now.made - then.made);
   row.freed = row.made - row.more_objects;
   return row;
@@ -535,9 +615,10 @@ Row RowOf(const Origin& origin, const Count& now, const Count& then) {
 // By tag alone: objects of several sizes may be created in one place, and the
 // same texts may lie at several addresses.
 bool TagOrder(const Row& a, const Row& b) {
-  if (const int order = std::strcmp(a.tag->file, b.tag->file)) return order < 0;
+  if (const int order = std::strcmp(a.tag->file_copy, b.tag->file_copy))
+    return order < 0;
   if (a.tag->line != b.tag->line) return a.tag->line < b.tag->line;
-  return std::strcmp(a.tag->function, b.tag->function) < 0;
+  return std::strcmp(a.tag->function_copy, b.tag->function_copy) < 0;
 }
 
 bool GrowthOrder(const Row& a, const Row& b) {
@@ -588,9 +669,9 @@ void PrintFigures(std::ostream& out, const char* format, const Row& row) {
 }
 
 void PrintTag(std::ostream& out, const Origin& tag) {
-  out << tag.file;
+  out << tag.file_copy;
   Print(out, ":%d ", tag.line);
-  out << tag.function;
+  out << tag.function_copy;
 }
 
 // Nothing as long as there are none.
@@ -619,9 +700,9 @@ void PrintTabs(std::ostream& out, const Rows& rows, std::size_t unknown) {
   out << "file\tline\tfunction\tobjects\tobjects_change\tbytes\tbytes_change\t"
          "made\tfreed\n";
   for (const Row& row : rows) {
-    out << row.tag->file;
+    out << row.tag->file_copy;
     Print(out, "\t%d\t", row.tag->line);
-    out << row.tag->function;
+    out << row.tag->function_copy;
     PrintFigures(out, kFormat, row);
   }
   out << "total\t\t";

@@ -21,9 +21,12 @@ enum class ReportLayout { Text, Tabs };
 // on it also supplies the memory of the objects themselves, and checks it when
 // it comes back. Safe to call from several threads.
 //
-// File and function names must be string literals, or live as long: the monitor
-// keeps the pointers. Callers use Create() and Destroy() of tracked.h, which
-// make these calls in the right order.
+// A tag is known by the addresses of its texts, its line and the size of the
+// object; what is printed are copies, made when the tag is first used. Thus the
+// texts must not change, and may be gone once no code uses the tag any more, as
+// those of a library that was unloaded. Tags beyond the 65,535th are counted
+// together, as "more tags". Callers use Create() and Destroy() of tracked.h,
+// which make these calls in the right order.
 class __attribute__((visibility("default"))) ObjectMonitor {
  public:
   // Whether tracing is on. The answer must be the same when an object is
@@ -39,9 +42,9 @@ class __attribute__((visibility("default"))) ObjectMonitor {
   // the process with a message on standard error.
   static void _Dealloc(unsigned char* address, unsigned int size);
 
-  // Records a live object with its creation tag and size; null is ignored.
-  // Throws std::bad_alloc when the list cannot grow; the object is then not
-  // recorded.
+  // Records a live object with its creation tag and size; null is ignored, and
+  // a null text is an empty one. Throws std::bad_alloc when there is no memory
+  // for the list or the tag; the object is then not recorded.
   static void _IncLeak(void* object, const char* file, int line,
                        const char* function, unsigned int size);
 
@@ -73,10 +76,10 @@ class __attribute__((visibility("default"))) ObjectMonitor {
   static void Report(std::ostream& out);
 
   // Remembers how things stand under the name, which is copied, in the place of
-  // what it stood for before. Takes 16 bytes for each creation tag there has
-  // been, which stay until the name is used again. Throws std::bad_alloc when
-  // memory is exhausted; the name then stands for what it did. REQUIRES: name
-  // is not null.
+  // what it stood for before. Takes 24 bytes (16 where there are 32 bits)
+  // for each creation tag there has been, which stay until the name is used
+  // again. Throws std::bad_alloc when memory is exhausted; the name then stands
+  // for what it did. REQUIRES: name is not null.
   static void Mark(const char* name);
 
   // Writes what has changed since the mark of that name, or since the start of

@@ -8,7 +8,7 @@
 namespace vorn::foundation::debug {
 
 // The place in a program that creates or releases an object. The texts must be
-// string literals, or live as long: the object monitor keeps the pointers.
+// string literals, or stay as they are while the tag is in use.
 struct Tag {
   const char* file;
   int line;
