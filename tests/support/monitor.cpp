@@ -3,12 +3,13 @@
 #include <foundation/debug/memorymonitor.h>
 #include <foundation/debug/objectmonitor.h>
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <ostream>
+#include <utility>
 
 namespace support {
 
@@ -19,41 +20,87 @@ using Exempt = Monitor::Exempt;
 
 namespace {
 
+thread_local int exempt = 1;  // GoogleTest and the fuzzer have their own blocks
 bool trace = false;
 std::size_t questions = 0;
-std::vector<std::string> log;
-std::size_t created = 0;
-std::map<const void*, std::string> names;  // of all objects
-Blocks blocks;
+unsigned int created = 0;
+std::string log;
+Account now;
+std::size_t failed = 0;
+std::size_t injected = 0;
 Monitor::Report throwing = Monitor::Report::None;
 
-// These are for operator new, which is called before all else and after it.
-int exempt = 0;
-std::size_t new_blocks = 0;
-std::size_t failed = 0;
+constexpr auto kNever = static_cast<std::size_t>(-1);
+struct {
+  Source source;
+  std::size_t made, first, last;  // the requests to it, and which of them fail
+} failing{Source::List, 0, kNever, kNever};
 
-// In front of each block of operator new stands whether it is in the account:
-// it may be made under an exemption and released without one, or the reverse.
-union Header {
-  bool counted;
-  std::max_align_t alignment;
+// In front of each block.
+struct alignas(std::max_align_t) Header {
+  std::uintptr_t mark;  // of the block's own address while it is out
+  std::size_t size;
+  Source source;
+  unsigned int number;  // of the object in it that is recorded, or 0
+  bool counted;         // made without an exemption
 };
 
-constexpr auto kNever = static_cast<std::size_t>(-1);
-struct Requests {
-  std::size_t made = 0;
-  std::size_t first = kNever;  // of those that fail
-  std::size_t last = kNever;
-} requests[3];
+std::uintptr_t MarkOf(const Header* header) {
+  return ~reinterpret_cast<std::uintptr_t>(header);
+}
 
 // Whether this request must fail.
 bool Fails(Source source) {
-  if (exempt != 0) return false;
-  Requests& its = requests[static_cast<std::size_t>(source)];
-  const std::size_t number = its.made++;
-  const bool fails = its.first <= number && number <= its.last;
-  if (fails) ++failed;
-  return fails;
+  if (exempt != 0 || source != failing.source) return false;
+  const std::size_t number = failing.made++;
+  if (number < failing.first || number > failing.last) return false;
+  return ++failed, ++injected, true;
+}
+
+// Puts the block into the account, or takes it out of it.
+void Count(const Header& header, bool in) {
+  if (!header.counted) return;
+  const std::size_t one = in ? 1 : -std::size_t{1};
+  now.blocks[static_cast<int>(header.source)] += one;
+  now.sum += one * (reinterpret_cast<std::uintptr_t>(&header) + header.size);
+  if (header.source == Source::MemoryMonitor) {
+    now.memory_bytes += one * header.size;
+  }
+}
+
+unsigned char* Allocate(Source source, std::size_t size) {
+  if (Fails(source)) return nullptr;
+  auto* const header = static_cast<Header*>(std::malloc(sizeof(Header) + size));
+  const bool counted = exempt == 0 || source != Source::OperatorNew;
+  *header = {MarkOf(header), size, source, 0, counted};
+  Count(*header, true);
+  return reinterpret_cast<unsigned char*>(header + 1);
+}
+
+// The header in front of what should be a block.
+Header* HeaderOf(const void* memory) {
+  auto* const header = static_cast<Header*>(const_cast<void*>(memory)) - 1;
+  const bool out = header->mark == MarkOf(header);
+  Require(out, "an address is that of a block");
+  return out ? header : nullptr;
+}
+
+// A size of kNever is any.
+void Free(Source source, void* memory, std::size_t size) {
+  Header* const header = memory != nullptr ? HeaderOf(memory) : nullptr;
+  if (header == nullptr) return;
+  Require(header->source == source, "a block goes where it came from");
+  Require(size == kNever || header->size == size, "a block keeps its size");
+  Require(header->number == 0, "an object is released before its memory");
+  Count(*header, false);
+  header->mark = 0;
+  std::free(header);
+}
+
+void CountObject(const Header& header, bool in) {
+  now.objects += in ? 1 : -std::size_t{1};
+  const std::size_t weight = reinterpret_cast<std::uintptr_t>(&header) * 3;
+  now.sum += in ? weight : -weight;
 }
 
 void ThrowIfTold(Monitor::Report report) {
@@ -62,111 +109,100 @@ void ThrowIfTold(Monitor::Report report) {
   throw MonitorFailure();
 }
 
-// What the log says of a call, but for the object.
-std::string Call(const char* name, const char* file, int line,
-                 const char* function) {
+// Writes a call down. The file is null where there is no tag.
+void LogCall(char sign, const char* file, int line, const char* function,
+             unsigned int number) {
+  constexpr const char* kDispose =
+      "../../../include/foundation/json/../lang/disposable";
   const Exempt exemption;
-  return std::string(name) + " " + file + ":" + std::to_string(line) + " " +
-         function;
-}
-
-unsigned char* AllocateBlock(Kind kind, unsigned int size) {
-  const Exempt exemption;
-  auto* block = static_cast<unsigned char*>(std::malloc(size == 0 ? 1 : size));
-  blocks[{kind, block}] = size;
-  return block;
-}
-
-// Takes it out of the account, and returns its size.
-unsigned int TakeOut(Kind kind, const void* address, const std::string& call) {
-  const auto found = blocks.find({kind, address});
-  if (found == blocks.end()) {
-    ADD_FAILURE() << call << ": an address that is not out";
-    return 0;
+  const bool disposal = sign != '+' && file != nullptr && line == 22 &&
+                        std::strcmp(file, kDispose) == 0 &&
+                        std::strcmp(function, "dispose") == 0;
+  log += disposal ? '-' : sign;
+  if (file != nullptr && !disposal) {
+    ((((log += file) += ':') += std::to_string(line)) += ' ') += function;
+    log += ' ';
   }
-  const unsigned int size = found->second;
-  blocks.erase(found);
-  return size;
-}
-
-void FreeBlock(Kind kind, unsigned char* block, unsigned int size,
-               const char* call) {
-  const Exempt exemption;
-  EXPECT_EQ(TakeOut(kind, block, call), size) << call << ": another size";
-  std::free(block);
+  log += number == 0 ? "null" : "#" + std::to_string(number);
 }
 
 // Takes the object out of the account and writes the release down.
-LeakInfo Release(void* object, const std::string& call, bool traced) {
-  const Exempt exemption;
+LeakInfo Release(void* object, const char* file, int line, const char* function,
+                 bool traced) {
   ThrowIfTold(Monitor::Report::Release);
-  EXPECT_EQ(traced, trace) << call << ": not as tracing is";
-  log.push_back(call + " " + names[object]);
-  names.erase(object);
-  const unsigned int size = TakeOut(Kind::Object, object, call);
-  return LeakInfo{static_cast<unsigned char*>(object), size};
+  Require(traced == trace, "a release is as tracing is");
+  Header* const header = HeaderOf(object);
+  if (header == nullptr) return LeakInfo{nullptr, 0};
+  Require(header->number != 0, "what is released was recorded");
+  LogCall('!', file, line, function, header->number);
+  if (header->number != 0) CountObject(*header, false);
+  header->number = 0;
+  return LeakInfo{static_cast<unsigned char*>(object),
+                  static_cast<unsigned int>(header->size)};
 }
 
 }  // namespace
 
 // The tests' side -------------------------------------------------------------
 
+bool Account::operator==(const Account& other) const {
+  return objects == other.objects && memory_bytes == other.memory_bytes &&
+         std::equal(blocks, blocks + 3, other.blocks) && sum == other.sum;
+}
+
 std::ostream& operator<<(std::ostream& stream, const Account& account) {
-  constexpr const char* kKinds[] = {"object", "object block", "memory block"};
-  for (const auto& [block, size] : account.blocks) {
-    stream << kKinds[static_cast<int>(block.first)] << ' ' << block.second
-           << " of " << size << " bytes, ";
-  }
-  return stream << account.new_blocks << " blocks of operator new";
+  return stream << account.objects << " objects; blocks: " << account.blocks[0]
+                << " of operator new, " << account.blocks[1] << " of objects, "
+                << account.blocks[2] << " of memory with "
+                << account.memory_bytes << " bytes; sum " << account.sum;
 }
 
 void Monitor::Reset(bool traced) {
+  exempt = 0;
   const Exempt exemption;
   StopFailing();
   TakeLog();
-  EXPECT_TRUE(names.empty()) << "objects are alive at a reset";
+  ThrowOn(Report::None);
+  Require(now.objects == 0, "no object is alive at a reset");
   trace = traced;
-  questions = 0;
+  questions = created = 0;
 }
 
 bool Monitor::Traces() { return trace; }
-std::size_t Monitor::TraceQuestions() { return questions; }
+std::size_t Monitor::Questions() { return questions; }
 
-std::vector<std::string> Monitor::TakeLog() {
-  created = 0;
-  return std::exchange(log, {});
+std::string Monitor::TakeLog() { return std::exchange(log, std::string()); }
+
+std::string Monitor::TakeCalls() {
+  std::string calls = TakeLog();
+  const auto is_block = [](char c) { return c == '(' || c == ')'; };
+  calls.erase(std::remove_if(calls.begin(), calls.end(), is_block),
+              calls.end());
+  return calls;
 }
 
-void Monitor::Note(const std::string& line) {
+void Monitor::Note(const char* text) {
   const Exempt exemption;
-  log.push_back(line);
+  log += text;
 }
 
-void Monitor::Name(const void* object, const std::string& name) {
-  const Exempt exemption;
-  names.at(object) = name;
+unsigned int Monitor::Number(const void* object) {
+  const Header* const header = HeaderOf(object);
+  return header != nullptr ? header->number : 0;
 }
 
-Account Monitor::Now() {
-  const Exempt exemption;
-  Account now = {blocks, new_blocks, names.size()};
-  for (const auto& [block, size] : blocks) {
-    if (block.first != Kind::MemoryBlock) continue;
-    ++now.memory_blocks;
-    now.memory_bytes += size;
-  }
-  return now;
-}
+Account Monitor::Now() { return now; }
 
 void Monitor::FailRequest(Source source, std::size_t number, bool forever) {
-  Requests& its = requests[static_cast<std::size_t>(source)];
-  its = {0, number, forever ? kNever : number};
+  failing = {source, 0, number, forever ? kNever : number};
 }
 
 std::size_t Monitor::StopFailing() {
-  for (Requests& its : requests) its = Requests();
+  failing.first = kNever;
   return std::exchange(failed, 0);
 }
+
+std::size_t Monitor::Injected() { return injected; }
 
 void Monitor::ThrowOn(Report report) { throwing = report; }
 
@@ -184,58 +220,56 @@ using namespace support;  // the state above
 bool ObjectMonitor::_IsTrace() { return ++questions, trace; }
 
 unsigned char* ObjectMonitor::_Alloc(unsigned int size) {
-  const bool fails = Fails(Source::ObjectMonitor);
-  Monitor::Note(fails ? "_Alloc null" : "_Alloc");
-  return fails ? nullptr : AllocateBlock(Kind::ObjectBlock, size);
+  Monitor::Note("(");
+  return Allocate(Source::ObjectMonitor, size);
 }
 
 void ObjectMonitor::_Dealloc(unsigned char* address, unsigned int size) {
-  Monitor::Note("_Dealloc");
-  FreeBlock(Kind::ObjectBlock, address, size, "_Dealloc");
+  Monitor::Note(")");
+  Free(Source::ObjectMonitor, address, size);
 }
 
 void ObjectMonitor::_IncLeak(void* object, const char* file, int line,
                              const char* function, unsigned int size) {
-  const Exempt exemption;
-  const std::string call = Call("_IncLeak", file, line, function);
-  if (object == nullptr) return Monitor::Note(call + " null");
+  if (Fails(Source::List)) throw std::bad_alloc();
+  if (object == nullptr) return LogCall('+', file, line, function, 0);
   ThrowIfTold(Monitor::Report::Creation);
-  const auto block = blocks.find({Kind::ObjectBlock, object});
-  const bool traced = block != blocks.end() && block->second == size;
-  EXPECT_EQ(traced, trace) << call << ": memory of another kind or size";
-  if (!blocks.emplace(std::pair(Kind::Object, object), size).second) {
-    ADD_FAILURE() << call << ": an object that is alive already";
-  }
-  names[object] = "#" + std::to_string(++created);
-  log.push_back(call + " " + names[object]);
+  Header* const header = HeaderOf(object);
+  if (header == nullptr) return;
+  Require(header->number == 0, "an object is recorded once");
+  Require(header->size == size, "an object has its block's size");
+  Require(trace == (header->source == Source::ObjectMonitor) &&
+              header->source != Source::MemoryMonitor,
+          "an object has its memory from where tracing says");
+  header->number = ++created;
+  CountObject(*header, true);
+  LogCall('+', file, line, function, created);
 }
 
 void ObjectMonitor::_DecLeak(void* object) {
-  Release(object, "_DecLeak", false);
+  Release(object, nullptr, 0, nullptr, false);
 }
 
 void ObjectMonitor::_DecLeakEx(void* object, const char* file, int line,
                                const char* function) {
-  Release(object, Call("_DecLeakEx", file, line, function), false);
+  Release(object, file, line, function, false);
 }
 
 LeakInfo ObjectMonitor::_DecLeakInfo(void* object) {
-  return Release(object, "_DecLeakInfo", true);
+  return Release(object, nullptr, 0, nullptr, true);
 }
 
 LeakInfo ObjectMonitor::_DecLeakInfoEx(void* object, const char* file, int line,
                                        const char* function) {
-  return Release(object, Call("_DecLeakInfoEx", file, line, function), true);
+  return Release(object, file, line, function, true);
 }
 
 unsigned char* MemoryMonitor::Alloc(unsigned int bytes) {
-  if (Fails(Source::MemoryMonitor)) return nullptr;
-  return AllocateBlock(Kind::MemoryBlock, bytes);
+  return Allocate(Source::MemoryMonitor, bytes);
 }
 
 void MemoryMonitor::Dealloc(unsigned char* block, unsigned int bytes) {
-  if (block == nullptr) return;
-  FreeBlock(Kind::MemoryBlock, block, bytes, "MemoryMonitor::Dealloc");
+  Free(Source::MemoryMonitor, block, bytes);
 }
 
 }  // namespace vorn::foundation::debug
@@ -243,12 +277,7 @@ void MemoryMonitor::Dealloc(unsigned char* block, unsigned int bytes) {
 // The global allocation functions ---------------------------------------------
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  if (support::Fails(support::Source::OperatorNew)) return nullptr;
-  auto* const header = static_cast<support::Header*>(
-      std::malloc(sizeof(support::Header) + size));
-  header->counted = support::exempt == 0;
-  if (header->counted) ++support::new_blocks;
-  return header + 1;
+  return support::Allocate(support::Source::OperatorNew, size);
 }
 
 void* operator new(std::size_t size) {
@@ -258,12 +287,9 @@ void* operator new(std::size_t size) {
 }
 
 void operator delete(void* memory) noexcept {
-  if (memory == nullptr) return;
-  auto* const header = static_cast<support::Header*>(memory) - 1;
-  if (header->counted) --support::new_blocks;
-  std::free(header);
+  support::Free(support::Source::OperatorNew, memory, support::kNever);
 }
 
-void operator delete(void* memory, std::size_t) noexcept {
-  operator delete(memory);
+void operator delete(void* memory, std::size_t size) noexcept {
+  support::Free(support::Source::OperatorNew, memory, size);
 }

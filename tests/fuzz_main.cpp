@@ -1,0 +1,20 @@
+// The fuzz target of the property that VORN_PROPERTY names.
+
+#include "support/property.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+void support::Require(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "This does not hold: %s\n", what);
+  std::abort();
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data,
+                                      std::size_t size) {
+  const void* const bytes = data;
+  support::Check(support::VORN_PROPERTY,
+                 {static_cast<const char*>(bytes), size});
+  return 0;
+}

@@ -1,0 +1,135 @@
+// Numbers: texts of any kind, beside the C library's conversions in the C
+// locale, and doubles that come back.
+
+#include "support/property.h"
+
+#include <foundation/json/jnumber.h>
+#include <foundation/text/stringutils.h>
+
+#include <locale.h>
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+namespace support {
+
+namespace {
+
+using vorn::foundation::SafeString;
+using vorn::foundation::json::JNumber;
+using vorn::foundation::text::StringUtils;
+
+const locale_t kC = newlocale(LC_ALL_MASK, "C", nullptr);
+
+// Bit for bit, but for not-a-number.
+bool AreSame(double a, double b) {
+  return std::isnan(a) ? std::isnan(b) : std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+// The code of a text: a number is what the C library takes whole, without the
+// freedoms that it gives.
+int FormatOf(const SafeString& text) {
+  const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+  const char* const begin = text.c_str();
+  char* end;
+  strtod_l(begin, &end, kC);
+  if (end != begin + text.size()) return 0;
+  if (text == "nan" || text == "inf" || text == "-inf") return 2;
+  if (text.find_first_of("xX") == 1) {
+    const bool integer = text.find_first_of(".pP") == text.npos;
+    return integer && text.size() <= 18 ? 3 : 0;
+  }
+  if (text.find_first_not_of("0123456789.+-eE") != text.npos) return 0;
+  const char* const first = *begin == '-' ? begin + 1 : begin;
+  if (!is_digit(*first) || (*first == '0' && is_digit(first[1]))) return 0;
+  const std::size_t point = text.find('.');
+  if (point != text.npos && !is_digit(begin[point + 1])) return 0;
+  return text.find_first_of(".eE") == text.npos ? 1 : 2;
+}
+
+// The nearest value of the type. Both its limits are those of a double that is
+// rounded to it.
+template <class Integer>
+Integer Nearest(double value) {
+  using Limits = std::numeric_limits<Integer>;
+  if (std::isnan(value)) return 0;
+  if (value < static_cast<double>(Limits::min())) return Limits::min();
+  if (value >= -static_cast<double>(Limits::min())) return Limits::max();
+  return static_cast<Integer>(value);
+}
+
+void CheckConversions(const SafeString& text) {
+  const char* const begin = text.c_str();
+  const int format = FormatOf(text);
+  const double real =
+      format == 1 || format == 2 ? strtod_l(begin, nullptr, kC) : 0;
+  const long long whole = format == 1 ? std::strtoll(begin, nullptr, 10) : 0;
+  const auto bits = format == 3 ? std::strtoull(begin, nullptr, 16) : 0;
+  const auto near =
+      static_cast<int>(std::clamp<long long>(whole, INT_MIN, INT_MAX));
+  Require(StringUtils::GetNumberFormat(text) == format, "the format");
+  Require(AreSame(StringUtils::StringToFloat(text), real), "StringToFloat");
+  Require(StringUtils::StringToLong(text) == whole, "StringToLong");
+  Require(StringUtils::StringToInt(text) == near, "StringToInt");
+  Require(StringUtils::HexStringToULong(text) == bits, "HexStringToULong");
+
+  JNumber number;
+  Require(number.fromString(" " + text + "\n") == (format != 0), "a number");
+  Require(number.toString() == (format != 0 ? text : "0"), "its text");
+  const struct {
+    int as_int;
+    long long as_long;
+    double as_double;
+  } kExpected[] = {{0, 0, 0},
+                   {near, whole, static_cast<double>(whole)},
+                   {Nearest<int>(real), Nearest<long long>(real), real},
+                   {static_cast<int>(bits & 0xffffffff),
+                    static_cast<long long>(bits), static_cast<double>(bits)}};
+  const auto& expected = kExpected[format];
+  Require(number.toInt() == expected.as_int, "toInt");
+  Require(number.toLong() == expected.as_long, "toLong");
+  Require(AreSame(number.toFloat(), expected.as_double), "toFloat");
+}
+
+// Something like a number, of digits that the input gives.
+SafeString NumberOf(Input& in) {
+  const auto digits = [&in] {
+    SafeString text(1 + in.Below(in.Below(8) ? 20 : 1000), '0');
+    for (char& c : text) c = static_cast<char>('0' + in.Below(10));
+    return text;
+  };
+  constexpr const char* kStarts[] = {
+      "0", "1", "-0", "-1", "0x", "92233720368547", "-214748364"};
+  SafeString text = kStarts[in.Below(std::size(kStarts))];
+  if (in.Below(4)) text += digits();
+  if (in.Below(2)) text += "." + SafeString(in.Below(30), '0') + digits();
+  if (in.Below(2)) text += (in.Below(2) ? "e-" : "E") + digits().substr(0, 3);
+  return text;
+}
+
+}  // namespace
+
+void CheckNumber(Input& in) {
+  CheckConversions(NumberOf(in));
+  double value = 0;
+  for (unsigned int count = 1 + in.Below(4); count > 0; --count) {
+    const std::string_view bytes = in.Text(sizeof value);
+    std::memcpy(&value, bytes.data(), bytes.size());
+    if (in.Below(4) == 0) value = std::floor(value);
+    const SafeString written = JNumber(value).toString();
+    Require(StringUtils::GetNumberFormat(written) == 2, "a double's format");
+    Require(AreSame(StringUtils::StringToFloat(written), value), "it is back");
+    CheckConversions(written);
+  }
+  const SafeString text(in.Text());
+  const auto begin = text.find_first_not_of(" \t\n\v\f\r");
+  const auto end = text.find_last_not_of(" \t\n\v\f\r") + 1;
+  const SafeString trimmed = StringUtils::Trim(text);
+  Require(trimmed == (end == 0 ? "" : text.substr(begin, end - begin)), "Trim");
+  CheckConversions(trimmed);
+}
+
+}  // namespace support

@@ -1,0 +1,116 @@
+// Every property, for random bytes and for seeds that are cut, changed and put
+// together, with tracing off and on.
+
+#include "support/property.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <locale>
+#include <random>
+
+namespace {
+
+using namespace support;
+
+enum class Locale { C, Global, Comma };
+
+struct Case {
+  const char* name;
+  Property property;
+  int scripts;
+  Locale locale = Locale::C;
+};
+constexpr Case kCases[] = {
+    {"Number", CheckNumber, 5000},
+    {"NumberInAGlobalLocale", CheckNumber, 1000, Locale::Global},
+    {"NumberWithADecimalComma", CheckNumber, 1000, Locale::Comma}};
+
+std::vector<std::string> ReadSeeds() {
+  std::vector<std::string> seeds;
+  for (const auto& entry : std::filesystem::directory_iterator(VORN_SEEDS)) {
+    std::ifstream file(entry.path(), std::ios::binary);
+    seeds.emplace_back(std::istreambuf_iterator<char>(file),
+                       std::istreambuf_iterator<char>());
+  }
+  std::sort(seeds.begin(), seeds.end());  // not as the folder has them
+  return seeds;
+}
+const std::vector<std::string> kSeeds = ReadSeeds();
+
+class Inputs {
+ public:
+  // The seeds themselves come first.
+  std::string Next() {
+    if (next_ < kSeeds.size()) return kSeeds[next_++];
+    std::string text;
+    for (unsigned int parts = Below(4); parts > 0; --parts) {
+      const std::string& seed = kSeeds[Below(kSeeds.size())];
+      const unsigned int begin = Below(2) ? 0 : Below(seed.size());
+      text += seed.substr(begin, Below(2) ? seed.npos : Below(40));
+    }
+    for (unsigned int changes = Below(4); changes > 0 && !text.empty();) {
+      text[Below(text.size())] = Byte(), --changes;
+    }
+    // What a script takes its numbers from; some are long.
+    const unsigned int most = Below(20) ? 100 : 2000;
+    for (unsigned int count = Below(most); count > 0; --count) text += Byte();
+    return text;
+  }
+
+ private:
+  unsigned int Below(std::size_t bound) {
+    return static_cast<unsigned int>(random_() % bound);
+  }
+  char Byte() { return static_cast<char>(random_()); }
+
+  std::mt19937 random_{1};
+  std::size_t next_ = 0;
+};
+
+struct Comma : std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+class PropertyTest : public testing::TestWithParam<Case> {
+ protected:
+  void SetUp() override {
+    if (GetParam().locale == Locale::Global) {
+      std::locale::global(std::locale(std::locale::classic(), new Comma));
+    } else if (GetParam().locale == Locale::Comma) {
+      const char* const wanted = std::getenv("VORN_TEST_LOCALE");
+      if (std::setlocale(LC_ALL, wanted ? wanted : "de_DE.UTF-8") == nullptr) {
+        if (wanted == nullptr) GTEST_SKIP() << "de_DE.UTF-8 is not installed";
+        FAIL() << "there is no locale " << wanted;
+      }
+    }
+  }
+  void TearDown() override {
+    std::locale::global(std::locale::classic());
+    std::setlocale(LC_ALL, "C");
+  }
+};
+INSTANTIATE_TEST_SUITE_P(All, PropertyTest, testing::ValuesIn(kCases),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_P(PropertyTest, Holds) {
+  const std::size_t injected = Monitor::Injected();
+  Inputs inputs;
+  for (int i = 0; i < GetParam().scripts && !HasFailure(); ++i) {
+    const std::string text = inputs.Next();
+    for (const char* trace : {"\2", "\1"}) {
+      SCOPED_TRACE(testing::PrintToString(text + trace));
+      Check(GetParam().property, text + trace);
+    }
+  }
+  std::printf("%d scripts, %zu failing requests\n", 2 * GetParam().scripts,
+              Monitor::Injected() - injected);
+}
+
+}  // namespace

@@ -1,0 +1,146 @@
+#pragma once
+
+#include "monitor.h"
+
+#include <foundation/debug/tracked.h>
+#include <foundation/lang/exception.h>
+
+#include <cstddef>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+// A property is a function that holds for every input: a case of property_test,
+// and a fuzz target.
+namespace support {
+
+// An input, from which a property takes numbers at the end and text at the
+// front: so a file of JSON text is of use to every property.
+class Input {
+ public:
+  explicit Input(std::string_view bytes) : bytes_(bytes) {}
+
+  bool empty() const { return bytes_.empty(); }
+
+  // A number below the bound; 0 when the input is used up.
+  unsigned int Below(std::size_t bound) {
+    unsigned int number = 0;
+    for (std::size_t range = 1; range < bound && !empty(); range *= 256) {
+      number = number * 256 + static_cast<unsigned char>(bytes_.back());
+      bytes_.remove_suffix(1);
+    }
+    return number % static_cast<unsigned int>(bound);
+  }
+
+  // The next bytes, as many as there are up to the limit.
+  std::string_view Text(std::size_t limit = std::string_view::npos) {
+    const std::string_view text = bytes_.substr(0, limit);
+    bytes_.remove_prefix(text.size());
+    return text;
+  }
+
+ private:
+  std::string_view bytes_;
+};
+
+// Each leaves nothing behind.
+using Property = void (*)(Input&);
+void CheckTree(Input& in);
+void CheckArchiver(Input& in);
+void CheckText(Input& in);
+void CheckNumber(Input& in);
+void CheckTool(Input& in);
+
+// Checks the property for the input, in the trace mode that it says.
+inline void Check(Property property, std::string_view bytes) {
+  Input in(bytes);
+  Monitor::Reset(in.Below(2) != 0);
+  const Account before = Monitor::Now();
+  property(in);
+  Monitor::TakeLog();
+  Require(Monitor::Now() == before, "nothing is left behind");
+}
+
+// Objects of the tests' own ---------------------------------------------------
+
+// The tag under which tests create them.
+inline constexpr vorn::foundation::debug::Tag kTag{"test", 1, "test"};
+
+// The caller owns the result.
+template <class T, class... Arguments>
+T* Make(Arguments&&... arguments) {
+  return vorn::foundation::debug::Create<T>(
+      kTag, std::forward<Arguments>(arguments)...);
+}
+
+// Failing requests ------------------------------------------------------------
+
+// How an operation ends: with a result, without one, or by an exception.
+enum class End { Passed, Nothing, Exhausted, AccessNull, Refused };
+
+// operate() says whether it has a result.
+template <class Operation>
+End EndOf(Operation operate) {
+  try {
+    return operate() ? End::Passed : End::Nothing;
+  } catch (const std::bad_alloc&) {
+    return End::Exhausted;
+  } catch (const vorn::foundation::lang::Exception& e) {
+    return e.what() == std::string_view("access null") ? End::AccessNull
+                                                       : End::Refused;
+  }
+}
+
+// A source, and whether all its requests from some number on fail.
+struct Failing {
+  explicit Failing(Input& in)
+      : source(static_cast<Source>(in.Below(4))), forever(in.Below(2) != 0) {}
+
+  Source source;
+  bool forever;
+};
+
+// Runs the operation with request 0, 1, 2, ... failing, of the higher numbers
+// only some. After each run calls passed(end, number, failed), with all
+// requests granted again; stops when that is true, or when no request failed.
+template <class Operation, class Passed>
+void Sweep(Failing failing, Operation operate, Passed passed) {
+  for (std::size_t number = 0;; number += 1 + number / 16) {
+    Monitor::FailRequest(failing.source, number, failing.forever);
+    const End end = EndOf(operate);
+    const bool failed = Monitor::StopFailing() != 0;
+    if (passed(end, number, failed) || !failed) return;
+  }
+}
+
+// Models of trees -------------------------------------------------------------
+
+// The children of a model: those of an array, or those of an object in their
+// order, which is that of the standard map.
+struct Hash {
+  std::size_t operator()(std::string_view key) const {
+    return std::hash<std::string_view>()(key);
+  }
+};
+template <class Model>
+using Elements = std::vector<std::unique_ptr<Model>>;
+template <class Model>
+using Members = std::unordered_map<std::string, std::unique_ptr<Model>, Hash>;
+
+// Some model in the tree of this one.
+template <class Model>
+Model& Find(Input& in, Model& model) {
+  const std::size_t count = model.elements.size() + model.members.size();
+  if (count == 0 || in.Below(3) == 0) return model;
+  const unsigned int n = in.Below(count);
+  if (!model.elements.empty()) return Find(in, *model.elements[n]);
+  return Find(in, *std::next(model.members.begin(), n)->second);
+}
+
+}  // namespace support
