@@ -1,27 +1,20 @@
-# vorn_import_framework(ROOT LIBDIR INCLUDEDIR PREFIX MISSING): the targets
-# debugs and foundations, behind the prefix, of the framework installed in ROOT.
-# Without one of its libraries there are no targets, and the variable MISSING
-# says so. The build and the installed package have this in common.
-function(vorn_import_framework root libdir includedir prefix missing)
-  set(${missing} "" PARENT_SCOPE)
+# vorn_find_framework(ROOT LIBDIR...): the libraries of the framework installed
+# in ROOT, as the variables vorn_debugs and vorn_foundations. If one is missing,
+# the variable vorn_framework_missing says so. The build and the installed
+# package have this in common.
+function(vorn_find_framework root)
+  set(vorn_framework_missing "" PARENT_SCOPE)
   foreach(library debugs foundations)
-    find_library(VORN_${library}_LIBRARY ${library}
-      PATHS "${root}" PATH_SUFFIXES "${libdir}" lib
+    find_library(path ${library}
+      PATHS "${root}"
+      PATH_SUFFIXES ${ARGN} "lib/${CMAKE_LIBRARY_ARCHITECTURE}" lib
       NO_CACHE NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
-    if(NOT VORN_${library}_LIBRARY)
-      set(${missing} "The framework in ${root} lacks the library ${library}."
-        PARENT_SCOPE)
-      return()
+    if(NOT path)
+      string(CONCAT message "The framework in ${root} lacks the library "
+        "${library}: VORN_FRAMEWORK_ROOT is to be where it is installed.")
+      set(vorn_framework_missing "${message}" PARENT_SCOPE)
     endif()
+    set(vorn_${library} "${path}" PARENT_SCOPE)
+    unset(path)
   endforeach()
-  foreach(library debugs foundations)
-    add_library(${prefix}${library} SHARED IMPORTED)
-    # Not as system headers: those are searched after all others.
-    set_target_properties(${prefix}${library} PROPERTIES
-      IMPORTED_LOCATION "${VORN_${library}_LIBRARY}" SYSTEM OFF)
-    target_include_directories(${prefix}${library} INTERFACE
-      "${root}/${includedir}")
-  endforeach()
-  # The libraries' own dependency, which a link against foundations alone needs.
-  target_link_libraries(${prefix}foundations INTERFACE ${prefix}debugs)
 endfunction()

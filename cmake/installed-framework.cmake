@@ -1,17 +1,18 @@
-# An installed framework in place of the bundled stand-in.
+# An installed framework in place of the bundled stand-in: the same targets.
 include(cmake/framework.cmake)
-vorn_import_framework("${VORN_FRAMEWORK_ROOT}"
-  "${CMAKE_INSTALL_LIBDIR}" include vorn_ missing)
-if(missing)
-  message(FATAL_ERROR "${missing}")
+vorn_find_framework("${VORN_FRAMEWORK_ROOT}" ${CMAKE_INSTALL_LIBDIR})
+if(vorn_framework_missing)
+  message(FATAL_ERROR "${vorn_framework_missing}")
 endif()
 
-# Once our targets are there, the framework's headers come before ours, where
-# the stand-in's lie as well.
-function(vorn_prefer_installed_framework)
-  foreach(target vorn_json_objects vorn_json vorn_json_static)
-    target_include_directories(${target} BEFORE PUBLIC
-      "$<BUILD_INTERFACE:${VORN_FRAMEWORK_ROOT}/include>")
-  endforeach()
-endfunction()
-cmake_language(DEFER CALL vorn_prefer_installed_framework)
+# Not imported ones: their headers would be searched as those of the system,
+# after ours, where the stand-in's lie as well.
+foreach(library debugs foundations)
+  add_library(vorn_${library} INTERFACE)
+  add_library(Vorn::${library} ALIAS vorn_${library})
+  target_link_libraries(vorn_${library} INTERFACE "${vorn_${library}}")
+  target_include_directories(vorn_${library} INTERFACE
+    "${VORN_FRAMEWORK_ROOT}/include")
+endforeach()
+# What a link against foundations alone needs.
+target_link_libraries(vorn_foundations INTERFACE vorn_debugs)
