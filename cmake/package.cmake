@@ -1,6 +1,6 @@
 # What is installed, in components, and what other projects find it by: the CMake
-# package VornJson, and files for pkg-config. There is no absolute path in
-# them, so that an installation can be moved.
+# package VornJson, and files for pkg-config. There is no absolute path in them
+# but that of a framework in another place, so that an installation can be moved.
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
@@ -13,6 +13,22 @@ endforeach()
 set(gdb "${CMAKE_INSTALL_DATAROOTDIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}")
 set(cmake_package "${CMAKE_INSTALL_LIBDIR}/cmake/VornJson")
 set(pkg_config "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+# What folders are made: at the end of the file they become readable, whatever
+# the umask.
+string(CONFIGURE [[
+set(vorn_made "")
+foreach(folder @CMAKE_INSTALL_BINDIR@ @CMAKE_INSTALL_DOCDIR@ @gdb@
+    @CMAKE_INSTALL_INCLUDEDIR@/foundation @CMAKE_INSTALL_MANDIR@/man1
+    @cmake_package@ @pkg_config@)
+  cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}")
+  set(folder "$ENV{DESTDIR}${folder}")
+  while(folder AND NOT EXISTS "${folder}")
+    list(APPEND vorn_made "${folder}")
+    cmake_path(GET folder PARENT_PATH folder)
+  endwhile()
+endforeach()]] code @ONLY)
+install(CODE "${code}" ALL_COMPONENTS)
 
 install(TARGETS vorn_json EXPORT VornJson
   LIBRARY COMPONENT library NAMELINK_COMPONENT development
@@ -78,6 +94,16 @@ endfunction()
 
 # A caller's own strings call the monitors, and its own exceptions the
 # framework: it links all three libraries.
+set(framework "")
+set(headers "-I\${includedir}")
+set(libraries "-L\${libdir}")
+if(VORN_FRAMEWORK_ROOT)
+  cmake_path(GET vorn_debugs PARENT_PATH folder)
+  cmake_path(RELATIVE_PATH folder BASE_DIRECTORY "${VORN_FRAMEWORK_ROOT}")
+  set(framework "framework=${VORN_FRAMEWORK_ROOT}\n")
+  string(PREPEND headers "-I\${framework}/include ")
+  string(PREPEND libraries "-L\${framework}/${folder} ")
+endif()
 vorn_pkg_config(vorn-json development
   "-ljson -lfoundations -ldebugs" "${PROJECT_DESCRIPTION}")
 if(NOT VORN_FRAMEWORK_ROOT)
@@ -86,3 +112,11 @@ if(NOT VORN_FRAMEWORK_ROOT)
   vorn_pkg_config(vorn-debugs framework-development
     "-ldebugs" "The framework's monitors of objects and memory")
 endif()
+
+install(CODE [[
+foreach(folder IN LISTS vorn_made)
+  if(EXISTS "${folder}")
+    file(CHMOD "${folder}" PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
+      GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  endif()
+endforeach()]] ALL_COMPONENTS)

@@ -14,6 +14,11 @@ program=$source/examples/settings.cpp
 
 check() { "${emulator[@]}" "$@" | diff "$source/examples/settings.out" -; }
 
+# refused TEXT COMMAND...: the command fails, and says the text.
+refused() {
+  if "${@:2}" >log 2>&1 || ! grep -Fq "$1" log; then cat log; exit 1; fi
+}
+
 # project BUILD ARGUMENT...: one that uses the library.
 project() {
   cmake -S "$source/tests/package" -B "$1" -G Ninja -DPROGRAM="$program" \
@@ -30,17 +35,31 @@ link() {
   "$compiler" -std=c++17 "$2" -o "$1" $flags -Wl,--as-needed
 }
 
-# As a part, which brings nothing along.
+# As a part, which brings nothing along: each folder in one piece, and where
+# there is no instruction that counts in 64 bits.
 part=("-DCMAKE_TOOLCHAIN_FILE=$toolchain" "-DVORN_SOURCE=$source"
+  -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0
   -DVORN_WARNINGS_AS_ERRORS=ON)
+[[ -z $toolchain ]] || export CXXFLAGS='-march=armv6+fp -marm'
 project part "${part[@]}"
 cmake --install part --prefix part/installed
 [[ $(cd part/installed && find . -type f) == ./bin/consumer ]]
 project part -DVORN_BUILD_TOOLS=ON -DVORN_BUILD_EXAMPLES=ON
+unset CXXFLAGS
 
-# Installed and moved. Nothing in it names a place of the build, or where it was
-# at first.
-cmake --install "$build" --prefix before >/dev/null
+# Where it cannot be what it is.
+refused 'three shared libraries' \
+  cmake -S "$source" -B static -G Ninja -DBUILD_SHARED_LIBS=OFF
+for header in "$source"/include/foundation/json/*.h; do
+  refused 'changes std::vector' "$compiler" -E -D_GLIBCXX_DEBUG \
+    -I "$source/include" -std=c++17 -x c++ "$header"
+done
+
+# Installed and moved. All may read it, and nothing in it names a place of the
+# build, or where it was at first.
+(umask 077 && cmake --install "$build" --prefix before >/dev/null)
+find before \( -type d ! -perm -555 -o ! -perm -444 \) >log
+[[ ! -s log ]] || { cat log; exit 1; }
 mkdir root
 mv before root/usr
 prefix=$work/root/usr
@@ -97,5 +116,8 @@ project own "-DVORN_SOURCE=$work/tree" -DVORN_INSTALL=ON \
 # That library, installed where the headers of the stand-in lie as well.
 cmake --install own --prefix library
 cmake --install "$build" --prefix library --component framework-development
-project user "-DCMAKE_PREFIX_PATH=$work/library" \
-  "-DVORN_FRAMEWORK_ROOT=$work/framework"
+project user "-DCMAKE_PREFIX_PATH=$work/library"
+export PKG_CONFIG_LIBDIR=$work/library/lib/pkgconfig
+export LD_LIBRARY_PATH=$work/library/lib:$work/framework/lib
+link vorn-json "$program"
+check ./vorn-json

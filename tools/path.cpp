@@ -30,7 +30,7 @@ SafeString Quoted(const SafeString& text) {
 SafeString Unquoted(std::string_view quoted) {
   const SafeString text(quoted);
   const char* cursor = text.c_str();
-  const ScopedPointer<JBase> value(Checked(Compile(cursor)));
+  const ScopedPointer<JBase> value(Checked(json::Compile(cursor)));
   return static_cast<const JString*>(value.get())->value();
 }
 

@@ -12,7 +12,7 @@ std::atomic<std::size_t> live_bytes{0};
 std::atomic<std::size_t> peak_bytes{0};
 
 // Counts bytes that go out.
-void Count(std::size_t bytes) {
+void AddLive(std::size_t bytes) {
   constexpr auto kRelaxed = std::memory_order_relaxed;
   const std::size_t live = live_bytes.fetch_add(bytes, kRelaxed) + bytes;
   std::size_t peak = peak_bytes.load(kRelaxed);
@@ -25,7 +25,7 @@ void Count(std::size_t bytes) {
 
 unsigned char* MemoryMonitor::Alloc(unsigned int bytes) {
   unsigned char* block = AllocateGuarded(bytes);
-  if (block != nullptr) Count(bytes);
+  if (block != nullptr) AddLive(bytes);
   return block;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include <foundation/debug/allocator.h>
+#include <foundation/json/jtype.h>
 
 namespace vorn::foundation::json {
 

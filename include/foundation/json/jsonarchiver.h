@@ -3,6 +3,7 @@
 #include <vector>
 
 #include <foundation/io/archiver.h>
+#include <foundation/json/jtype.h>
 #include <foundation/lang/exception.h>
 #include <foundation/text/safestring.h>
 

@@ -1,5 +1,10 @@
 #pragma once
 
+// Every header of the library includes this one, for this check.
+#ifdef _GLIBCXX_DEBUG
+#error "_GLIBCXX_DEBUG changes std::vector, which vorn json hands over"
+#endif
+
 namespace vorn::foundation::json {
 
 // The kinds of JSON value. The numbers are fixed.
