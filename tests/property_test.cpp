@@ -27,6 +27,9 @@ struct Case {
   Locale locale = Locale::C;
 };
 constexpr Case kCases[] = {
+    {"Tree", CheckTree, 1000},
+    {"Archiver", CheckArchiver, 1000},
+    {"Text", CheckText, 10000},
     {"Number", CheckNumber, 5000},
     {"NumberInAGlobalLocale", CheckNumber, 1000, Locale::Global},
     {"NumberWithADecimalComma", CheckNumber, 1000, Locale::Comma}};
