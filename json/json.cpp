@@ -1028,10 +1028,11 @@ const Value& As(const JBase* value) {
     case JType::Array:
       return AreEqual(Access::Of(As<JArray>(first)),
                       Access::Of(As<JArray>(second)));
-    default:
+    case JType::Object:
       return AreEqual(Access::Of(As<JObject>(first)),
                       Access::Of(As<JObject>(second)));
   }
+  return false;  // a kind of somebody else's
 }
 
 bool AreEqual(const Access::Elements& first, const Access::Elements& second) {

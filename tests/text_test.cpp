@@ -154,6 +154,21 @@ TEST_F(TextTest, EqualMeansSameKindAndContent) {
   for (JBase* tree : trees) tree->dispose();
 }
 
+// A value of somebody else's, of a kind beyond the six.
+struct Foreign : JTypeBase<static_cast<JType>(6)> {
+  JBase* clone() const override { return nullptr; }
+  void toString(Context&) const override {}
+};
+
+TEST_F(TextTest, KindsBeyondTheSixEqualNothing) {
+  JArray around;
+  around.append(Make<Foreign>());
+  const Foreign alone;
+  EXPECT_FALSE(JsonReader::IsEqual(&alone, &alone));
+  EXPECT_FALSE(JsonReader::IsEqual(&alone, around.at(0)));
+  EXPECT_FALSE(JsonReader::IsEqual(&around, &around));
+}
+
 TEST_F(TextTest, MembersAreWrittenInTheirOrderAndEqualInAny) {
   SafeString up, down;
   for (char letter = 'a'; letter <= 't'; ++letter) {

@@ -68,7 +68,8 @@ class __attribute__((visibility("default"))) JsonReader {
 
   // Whether two trees are equal: the same kinds and contents, elements in the
   // same order, members in any order, numbers by their text ("1" is not "1.0").
-  // Null equals null alone. Neither tree is changed.
+  // Null equals null alone. A value of a kind beyond the six equals nothing,
+  // not even itself. Neither tree is changed.
   static bool IsEqual(const JBase* first, const JBase* second);
 
  private:
