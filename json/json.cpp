@@ -439,11 +439,10 @@ void Write(Context& context, std::string_view text) {
 // backslash, or any byte below the blank.
 bool MayNeedEscape(std::size_t word) {
   constexpr std::size_t kOnes = ~std::size_t{0} / 0xFF;
-  const auto below = [](std::size_t bytes, std::size_t limit) {
-    return (bytes - kOnes * limit) & ~bytes & (kOnes << 7);
-  };
-  return (below(word, ' ') | below(word ^ (kOnes * '"'), 1) |
-          below(word ^ (kOnes * '\\'), 1)) != 0;
+  const std::size_t below_blank = word - kOnes * ' ';
+  const std::size_t quote = (word ^ (kOnes * '"')) - kOnes;
+  const std::size_t backslash = (word ^ (kOnes * '\\')) - kOnes;
+  return ((below_blank | quote | backslash) & ~word & (kOnes << 7)) != 0;
 }
 
 // Copies the text, escaped, and returns the end of the copy, which is at most
@@ -472,33 +471,45 @@ char* CopyEscaped(std::string_view text, char* out) {
 
 enum class Role { Key, Value };
 
-// Writes the text in quotes, and a key with its colon. By parts, so that a long
-// text needs no more room than a short one.
-void WriteQuoted(Context& context, std::string_view text, Role role) {
+// Writes what stands behind a quoted text, and returns its end.
+inline char* CloseQuoted(const Context& context, Role role, char* out) {
+  *out++ = '"';
+  if (role == Role::Key) {
+    *out++ = ':';
+    if (!context.compress) *out++ = ' ';
+  }
+  return out;
+}
+
+// By parts, so that a long text needs no more room than a short one.
+[[gnu::noinline]] void WriteQuotedByParts(Context& context,
+                                          std::string_view text, Role role) {
   constexpr std::size_t kPart = 256;
-  constexpr std::size_t kAround = 4;  // bytes, the quotes and the colon
+  char part[2 * kPart];
+  const auto write = [&](const char* end) {
+    Write(context, {part, static_cast<std::size_t>(end - part)});
+  };
+  Write(context, '"');
+  for (; !text.empty(); text.remove_prefix(std::min(kPart, text.size()))) {
+    write(CopyEscaped(text.substr(0, kPart), part));
+  }
+  write(CloseQuoted(context, role, part));
+}
+
+// Writes the text in quotes, and a key with its colon.
+//
+// Not inlined: an object recurses through its own writing, whose frame must not
+// hold what is only needed here.
+[[gnu::noinline]] void WriteQuoted(Context& context, std::string_view text, Role role) {
+  constexpr std::size_t kLongest = 1024;  // that is written at once
+  constexpr std::size_t kAround = 4;      // bytes, the quotes and the colon
+  if (text.size() > kLongest) return WriteQuotedByParts(context, text, role);
   std::streambuf& buffer = BufferOf(context);
-  bool begun = false;
-  do {
-    const std::string_view part = text.substr(0, kPart);
-    text.remove_prefix(part.size());
-    char aside[2 * kPart + kAround];
-    char* const room = PutArea::Room(buffer, 2 * part.size() + kAround);
-    char* const begin = room != nullptr ? room : aside;
-    char* end = begin;
-    if (!std::exchange(begun, true)) *end++ = '"';
-    end = CopyEscaped(part, end);
-    if (text.empty()) {
-      *end++ = '"';
-      if (role == Role::Key) *end++ = ':';
-      if (role == Role::Key && !context.compress) *end++ = ' ';
-    }
-    if (room != nullptr) {
-      PutArea::Take(buffer, end);
-    } else {
-      Write(context, {begin, static_cast<std::size_t>(end - begin)});
-    }
-  } while (!text.empty());
+  char* const room = PutArea::Room(buffer, 2 * text.size() + kAround);
+  if (room == nullptr) return WriteQuotedByParts(context, text, role);
+  *room = '"';
+  char* const end = CopyEscaped(text, room + 1);
+  PutArea::Take(buffer, CloseQuoted(context, role, end));
 }
 
 // Raises the depth for the children of a container.
@@ -585,74 +596,11 @@ void JObject::toString(Context& context) const {
 
 namespace {
 
-// Collects a text in chunks, which stay where they are: at most an eighth more
-// than the text. One buffer that doubles would take up to three times the text
-// while it grows. A short text takes no memory.
-class TextBuffer final : public std::streambuf {
- public:
-  TextBuffer() { Continue(first_); }
-  TextBuffer(const TextBuffer&) = delete;
-  TextBuffer& operator=(const TextBuffer&) = delete;
-
-  ~TextBuffer() override {
-    while (first_.next != nullptr) {
-      Chunk* const chunk = std::exchange(first_.next, first_.next->next);
-      const std::size_t size = sizeof(Chunk) + chunk->size;
-      void* const block = chunk;
-      debug::Allocator<char>().deallocate(static_cast<char*>(block), size);
-    }
-  }
-
-  SafeString Text() const {
-    const auto room = static_cast<std::size_t>(epptr() - pptr());
-    const std::size_t size = size_ - room;
-    SafeString text;
-    text.reserve(size);
-    for (const Chunk* chunk = &first_; chunk != nullptr; chunk = chunk->next) {
-      text.append(chunk->begin, std::min(chunk->size, size - text.size()));
-    }
-    return text;
-  }
-
- private:
-  struct Chunk {
-    char* begin;  // behind it in the same block, but for the first one
-    std::size_t size;
-    Chunk* next;  // owned
-  };
-
-  int_type overflow(int_type character) override {
-    constexpr std::size_t kLeast = 512 - sizeof(Chunk);
-    const std::size_t size = kLeast + size_ / 8;
-    char* const block = debug::Allocator<char>().allocate(sizeof(Chunk) + size);
-    last_->next = ::new (static_cast<void*>(block))
-        Chunk{block + sizeof(Chunk), size, nullptr};
-    last_ = last_->next;
-    Continue(*last_);
-    *pptr() = traits_type::to_char_type(character);
-    pbump(1);
-    return character;
-  }
-
-  // Goes on with what is written in the chunk.
-  void Continue(Chunk& chunk) {
-    size_ += chunk.size;
-    setp(chunk.begin, chunk.begin + chunk.size);
-  }
-
-  char short_[128];
-  Chunk first_{short_, sizeof short_, nullptr};
-  Chunk* last_ = &first_;  // the one that is written into; not owned
-  std::size_t size_ = 0;   // of all chunks
-};
-
 SafeString Render(const JBase* root, bool compress) {
   if (root == nullptr) return SafeString();
-  TextBuffer buffer;
   Context context(compress);
-  static_cast<std::ios&>(context.stream).rdbuf(&buffer);
   root->toString(context);
-  return buffer.Text();
+  return context.stream.str();
 }
 
 }  // namespace

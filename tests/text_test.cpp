@@ -124,6 +124,52 @@ TEST_F(TextTest, WritesIntoTheContextOfACaller) {
   EXPECT_EQ(context.depth, 2);
 }
 
+// A value of somebody else's, of a kind beyond the six.
+struct Foreign : JTypeBase<static_cast<JType>(6)> {
+  JBase* clone() const override { return nullptr; }
+  void toString(Context& context) const override { write(context); }
+  void (*write)(Context&) = [](Context&) {};
+};
+
+// What a value of somebody else's does with the stream, and what [1,VALUE,2]
+// then comes to: whoever made the context.
+TEST_F(TextTest, TheContextsStreamIsAStringStream) {
+  static std::basic_stringbuf<char> aside;
+  const std::pair<void (*)(Context&), const char*> table[] = {
+      {[](Context& it) { it.stream << it.stream.str().size(); }, "[1,3,2]"},
+      {[](Context& it) { it.stream << it.stream.str(); }, "[1,[1,,2]"},
+      {[](Context& it) { it.stream << it.stream.tellp(); }, "[1,3,2]"},
+      {[](Context& it) { it.stream.seekp(1) << 7; }, "[7,2]"},
+      {[](Context& it) { it.stream.seekp(0); }, ",2]"},
+      {[](Context& it) { it.stream.str(""); }, ",2]"},
+      {[](Context& it) { it.stream.str("[8,9,10]"); }, ",2]9,10]"},
+      {[](Context& it) { it.stream.rdbuf()->sputn("text", 4); }, "[1,text,2]"},
+      {[](Context& it) {
+         std::ios& stream = it.stream;
+         std::streambuf* const former = stream.rdbuf(&aside);
+         JString(SafeString(9, 'x')).toString(it);
+         stream.rdbuf(former);
+         it.stream << aside.str();
+         aside.str("");
+       },
+       "[1,\"xxxxxxxxx\",2]"}};
+  for (const auto& [write, text] : table) {
+    SCOPED_TRACE(text);
+    JArray array;
+    for (JBase* const value : std::initializer_list<JBase*>{
+             Make<JNumber>(1), Make<Foreign>(), Make<JNumber>(2)}) {
+      array.append(value);
+    }
+    static_cast<Foreign*>(array.at(1))->write = write;
+    Context context(true), formatted;
+    array.toString(context);
+    array.toString(formatted);
+    EXPECT_EQ(context.stream.str(), text);
+    EXPECT_EQ(JsonReader::Compress(&array), text);
+    EXPECT_EQ(JsonReader::Format(&array), formatted.stream.str());
+  }
+}
+
 TEST_F(TextTest, EqualMeansSameKindAndContent) {
   std::vector<JBase*> trees;  // all of them differ
   for (
@@ -153,12 +199,6 @@ TEST_F(TextTest, EqualMeansSameKindAndContent) {
   EXPECT_TRUE(JsonReader::IsEqual(nullptr, nullptr));
   for (JBase* tree : trees) tree->dispose();
 }
-
-// A value of somebody else's, of a kind beyond the six.
-struct Foreign : JTypeBase<static_cast<JType>(6)> {
-  JBase* clone() const override { return nullptr; }
-  void toString(Context&) const override {}
-};
 
 TEST_F(TextTest, KindsBeyondTheSixEqualNothing) {
   JArray around;

@@ -12,6 +12,9 @@ namespace vorn::foundation::json {
 // itself with toString(Context&) into the stream; containers raise depth while
 // their children write themselves, and leave it as they found it.
 //
+// A value class of your own finds there all that was written so far, and may do
+// whatever a string stream allows.
+//
 // The stream throws when it cannot take a text, so that exhausted memory is
 // never passed over.
 class __attribute__((visibility("default"))) Context {
