@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <new>
 #include <optional>
 #include <sstream>
 #include <type_traits>
@@ -261,6 +262,22 @@ TEST_P(ArchiverTest, TellsTheMonitorOfEachObject) {
     std::getline(calls, line, '|');
     EXPECT_EQ(line, step.second);
   }
+}
+
+// What was finished before memory was exhausted is released by its owner.
+TEST_P(ArchiverTest, DestroysWhatWasLoadedInPart) {
+  JsonArchiver archiver;
+  const auto load = [&] {
+    try {
+      archiver.fromString(R"({"f":[1]})");
+    } catch (const std::bad_alloc&) {
+    }
+    archiver.fromString(nullptr);
+  };
+  load();
+  Sweep(Source::MemoryMonitor, false, load, [](bool) {
+    EXPECT_EQ(TakeArchiverCalls().find('!'), std::string::npos);
+  });
 }
 
 // What is loaded is a copy, whose members stand and go in the order of a

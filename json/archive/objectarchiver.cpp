@@ -18,11 +18,12 @@ ITypedArchiver* ChildOf(const MemberTable::Node& member) {
 
 }  // namespace
 
-// It delegates, so that the destructor runs when a child cannot be made.
+// It delegates, so that the destructor runs when a child cannot be made. The
+// name is there first: nothing can fail once the child is finished.
 ObjectArchiver::ObjectArchiver(const JObject& source) : ObjectArchiver() {
   for (const SafeString& name : source.keys()) {
-    Child child(Checked(ArchiverUtils::FromJson(source.at(name))));
-    Insert(name, child);
+    MemberTable::Node& member = AddField(name);
+    member.value = Checked(ArchiverUtils::FromJson(source.at(name)));
   }
 }
 
@@ -44,16 +45,23 @@ void ObjectArchiver::CheckNewField(const SafeString& field) const {
                 .c_str());
 }
 
-// Adds the finished child under a name that is not there yet, and returns the
-// child. When memory is exhausted, the child stays with its guard.
+// Adds a name that is not there yet, without a child.
 //
 // Not inlined: loading recurses through the constructor, whose frame must not
 // hold what is only needed here.
-[[gnu::noinline]] ITypedArchiver* ObjectArchiver::Insert(
-    const SafeString& field, Child& child) {
+[[gnu::noinline]] MemberTable::Node& ObjectArchiver::AddField(
+    const SafeString& field) {
   MemberTable::Handle member = MemberTable::Make(MemberTable::Key(field));
-  member->value = child.get();
+  MemberTable::Node& added = *member;
   members_.put(member);
+  return added;
+}
+
+// Adds the finished child under a name that is not there yet, and returns the
+// child. When memory is exhausted, the child stays with its guard.
+ITypedArchiver* ObjectArchiver::Insert(const SafeString& field, Child& child) {
+  MemberTable::Node& member = AddField(field);
+  member.value = child.get();
   return child.release();
 }
 

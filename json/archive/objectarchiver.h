@@ -9,7 +9,8 @@
 namespace vorn::foundation::json {
 
 // The archiver of an object: child archivers addressed by field name. It owns
-// them; no child is null. Each field is written once.
+// them; no child is null, but the one that is just being loaded. Each field is
+// written once.
 class ObjectArchiver : public ITypedArchiver {
  public:
   ObjectArchiver() = default;
@@ -37,6 +38,7 @@ class ObjectArchiver : public ITypedArchiver {
   using Child = generic::ScopedPointer<ITypedArchiver>;
 
   void CheckNewField(const SafeString& field) const;
+  MemberTable::Node& AddField(const SafeString& field);
   ITypedArchiver* Insert(const SafeString& field, Child& child);
 
   MemberTable members_;
