@@ -8,6 +8,7 @@
 
 #include <foundation/json/json.h>
 
+#include <cxxabi.h>
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -500,7 +501,8 @@ inline char* CloseQuoted(const Context& context, Role role, char* out) {
 //
 // Not inlined: an object recurses through its own writing, whose frame must not
 // hold what is only needed here.
-[[gnu::noinline]] void WriteQuoted(Context& context, std::string_view text, Role role) {
+[[gnu::noinline]] void WriteQuoted(Context& context, std::string_view text,
+                                   Role role) {
   constexpr std::size_t kLongest = 1024;  // that is written at once
   constexpr std::size_t kAround = 4;      // bytes, the quotes and the colon
   if (text.size() > kLongest) return WriteQuotedByParts(context, text, role);
@@ -812,6 +814,8 @@ class OpenArray {
   void Abandon() {
     try {
       Store();
+    } catch (abi::__forced_unwind&) {
+      throw;
     } catch (...) {
     }
     array_.reset();
@@ -1024,6 +1028,8 @@ bool JsonReader::fromString(const char* text) {
   if (text == nullptr) return false;
   try {
     tree_ = Compile(text);
+  } catch (abi::__forced_unwind&) {
+    throw;  // the thread is cancelled
   } catch (...) {
     return false;
   }

@@ -3,11 +3,13 @@
 // passes. After each failure all that was there is as before, nothing else is
 // left, and the operation passes when it is tried again.
 
+#include "support/build.h"
 #include "support/fixture.h"
 
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
 
+#include <pthread.h>
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
@@ -442,6 +444,40 @@ TEST_F(FailureTest, LosesNothing) {
   }
   std::printf("%zu failures injected\n", injected);
   EXPECT_EQ(injected, 2508u);
+}
+
+// Works on a text until it is cancelled, in a request that fails.
+void* UntilCancelled(void*) {
+  pthread_cancel(pthread_self());
+  JsonReader reader, again;
+  JsonArchiver archiver;
+  reader.fromString(kNested);
+  if (!reader.valid()) return nullptr;
+  const ScopedPointer<JBase> copy(reader.getJson()->clone());
+  again.fromString(reader.format());
+  archiver.fromString(reader.compress());
+  archiver.writeArrayByField("a")->writeStringByIndex(0, archiver.format());
+  return nullptr;
+}
+
+TEST_F(FailureTest, LetsAThreadBeCancelled) {
+  if (kSanitized) GTEST_SKIP() << "a sanitizer does not see the unwinding";
+  for (const bool traced : {false, true}) {
+    Monitor::Reset(traced);
+    for (const Source source :
+         {Source::OperatorNew, Source::ObjectMonitor, Source::MemoryMonitor}) {
+      void* result = nullptr;
+      const auto run = [&] {
+        pthread_t thread;
+        EXPECT_EQ(pthread_create(&thread, nullptr, UntilCancelled, nullptr), 0);
+        pthread_join(thread, &result);
+        Monitor::TakeLog();
+      };
+      Sweep(source, false, run, [&](bool failed) {
+        EXPECT_EQ(result == PTHREAD_CANCELED, failed);
+      });
+    }
+  }
 }
 
 }  // namespace

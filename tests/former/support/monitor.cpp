@@ -4,6 +4,7 @@
 #include <foundation/debug/objectmonitor.h>
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <cstddef>
 #include <cstdlib>
@@ -53,6 +54,13 @@ bool Fails(Source source) {
   const std::size_t number = its.made++;
   const bool fails = its.first <= number && number <= its.last;
   if (fails) ++failed;
+  return fails;
+}
+
+// The same for a request that may throw: there a thread may be cancelled.
+bool Refuses(Source source) {
+  const bool fails = Fails(source);
+  if (fails) pthread_testcancel();
   return fails;
 }
 
@@ -184,7 +192,7 @@ using namespace support;  // the state above
 bool ObjectMonitor::_IsTrace() { return ++questions, trace; }
 
 unsigned char* ObjectMonitor::_Alloc(unsigned int size) {
-  const bool fails = Fails(Source::ObjectMonitor);
+  const bool fails = Refuses(Source::ObjectMonitor);
   Monitor::Note(fails ? "_Alloc null" : "_Alloc");
   return fails ? nullptr : AllocateBlock(Kind::ObjectBlock, size);
 }
@@ -229,7 +237,7 @@ LeakInfo ObjectMonitor::_DecLeakInfoEx(void* object, const char* file, int line,
 }
 
 unsigned char* MemoryMonitor::Alloc(unsigned int bytes) {
-  if (Fails(Source::MemoryMonitor)) return nullptr;
+  if (Refuses(Source::MemoryMonitor)) return nullptr;
   return AllocateBlock(Kind::MemoryBlock, bytes);
 }
 
@@ -253,6 +261,7 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
 
 void* operator new(std::size_t size) {
   void* const memory = operator new(size, std::nothrow);
+  if (memory == nullptr) pthread_testcancel();
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }

@@ -70,7 +70,8 @@ class Monitor {
   static Account Now();
 
   // Lets the request with this number, counted from 0 and from now, fail; with
-  // forever, all that follow it too. The sources count apart.
+  // forever, all that follow it too. The sources count apart. A thread that is
+  // to be cancelled ends in a request that fails.
   static void FailRequest(Source source, std::size_t number, bool forever);
 
   // Ends that, and returns how many requests failed.
