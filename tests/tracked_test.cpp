@@ -28,6 +28,10 @@ struct Disposable : lang::IDisposable {
 struct Plain {
   ~Plain() { Monitor::Note("destructor"); }
 };
+struct Other {
+  virtual ~Other() = default;
+};
+struct Second : Other, Disposable {};  // does not begin with its Disposable
 struct Throwing {
   Throwing() { throw 1; }
 };
@@ -38,6 +42,8 @@ TEST_P(TrackedTest, TellsTheMonitorBeforeTheDestructorRuns) {
   // With what follows "_DecLeak" or "_DecLeakInfo".
   const std::pair<void (*)(), std::string> kRows[] = {
       {[] { Make<Disposable>()->dispose(); }, dispose},
+      {[] { Make<Second>()->dispose(); }, dispose},
+      {[] { debug::Destroy<Disposable>(Make<Second>()); }, " #1"},
       {[] { debug::Destroy(Make<Plain>(), kTestTag); }, "Ex test:1 test #1"},
       {[] { debug::Destroy(Make<Plain>()); }, " #1"},
       {[] { ScopedPointer<Plain>(Make<Plain>()); }, " #1"},

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <new>
+#include <type_traits>
 #include <utility>
 
 #include <foundation/debug/objectmonitor.h>
@@ -80,18 +81,31 @@ T* Create(const Tag& tag, Arguments&&... arguments) {
   return Record(created, tag, traced);
 }
 
+// The address under which Create() recorded the object: that of the whole
+// object, which a base of it need not have.
+template <class T>
+void* Recorded(T* object) {
+  if constexpr (std::is_polymorphic_v<T>) {
+    return dynamic_cast<void*>(object);
+  } else {
+    return object;
+  }
+}
+
 // Reports the release of an object that Create() made, under the tag, and then
-// destroys it and gives its memory back. Null is ignored.
+// destroys it and gives its memory back. A class that has a virtual destructor
+// may be released through any of its bases. Null is ignored.
 template <class T>
 void Destroy(T* object, const Tag& tag) {
   if (object == nullptr) return;
+  void* const recorded = Recorded(object);
   if (ObjectMonitor::_IsTrace()) {
-    const LeakInfo info =
-        ObjectMonitor::_DecLeakInfoEx(object, tag.file, tag.line, tag.function);
+    const LeakInfo info = ObjectMonitor::_DecLeakInfoEx(recorded, tag.file,
+                                                        tag.line, tag.function);
     object->~T();
     ObjectMonitor::_Dealloc(info.address, info.size);
   } else {
-    ObjectMonitor::_DecLeakEx(object, tag.file, tag.line, tag.function);
+    ObjectMonitor::_DecLeakEx(recorded, tag.file, tag.line, tag.function);
     delete object;
   }
 }
@@ -101,11 +115,11 @@ template <class T>
 void Destroy(T* object) {
   if (object == nullptr) return;
   if (ObjectMonitor::_IsTrace()) {
-    const LeakInfo info = ObjectMonitor::_DecLeakInfo(object);
+    const LeakInfo info = ObjectMonitor::_DecLeakInfo(Recorded(object));
     object->~T();
     ObjectMonitor::_Dealloc(info.address, info.size);
   } else {
-    ObjectMonitor::_DecLeak(object);
+    ObjectMonitor::_DecLeak(Recorded(object));
     delete object;
   }
 }

@@ -21,6 +21,10 @@ class Context;
 // reader. The owner ends its life with dispose(), which takes the whole subtree
 // along. Ask type() and cast to the class it names.
 //
+// A class of your own may derive from JBase, or from one of the six, and have
+// other bases, too, in any order: it is recorded and released under the address
+// of the whole object.
+//
 // A tree may be read from several threads while nobody changes it. Copying,
 // comparing, writing and disposing recurse once for each level: trees from
 // parsed text are at most 1024 levels deep, trees built by hand have no limit
