@@ -1,5 +1,7 @@
 // A controller that keeps the first messages it gets. It leaks all others: a
 // mark and a report find where, and show that it is mended.
+//
+// Usage: leakhunt [mended]   with the word, what is mended alone
 
 #include <iostream>
 
@@ -35,11 +37,15 @@ void KeepLeaking(JArray& kept, const JBase* message) {
 //! [leak]
 
 //! [mended]
-// The same, with an owner for the entry on every way out.
+// The same, with an owner for each value on every way out.
 void Keep(JArray& kept, const JBase* message) {
   ScopedPointer<JObject> entry(debug::Create<JObject>(HERE));
-  entry->setValue("from", debug::Create<JString>(HERE, "pump 7"));
-  entry->setValue("message", message->clone());
+  ScopedPointer<JBase> from(debug::Create<JString>(HERE, "pump 7"));
+  entry->setValue("from", from.get());
+  from.release();
+  ScopedPointer<JBase> copy(message->clone());
+  entry->setValue("message", copy.get());
+  copy.release();
   if (kept.length() == kMost) return;
   kept.append(entry.get());
   entry.release();
@@ -56,6 +62,7 @@ void Receive(JArray& kept, Keeping keep) {
 //! [hunt]
 void Hunt(Keeping keep) {
   const ScopedPointer<JArray> kept(debug::Create<JArray>(HERE));
+  if (!kept) return;
   // What is to grow has grown before the mark is set.
   for (int i = 0; i < 10; ++i) Receive(*kept.get(), keep);
   ObjectMonitor::Mark("warm");
@@ -66,7 +73,7 @@ void Hunt(Keeping keep) {
 
 }  // namespace
 
-int main() {
-  Hunt(KeepLeaking);
+int main(int count, char**) {
+  if (count == 1) Hunt(KeepLeaking);
   Hunt(Keep);
 }
