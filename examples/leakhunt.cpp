@@ -1,7 +1,7 @@
 // A controller that keeps the first messages it gets. It leaks all others: a
 // mark and a report find where, and show that it is mended.
 //
-// Usage: leakhunt [mended]   with the word, what is mended alone
+// Usage: leakhunt [safe]   with the word, without the leak
 
 #include <iostream>
 
