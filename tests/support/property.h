@@ -140,7 +140,9 @@ Model& Find(Input& in, Model& model) {
   if (count == 0 || in.Below(3) == 0) return model;
   const unsigned int n = in.Below(count);
   if (!model.elements.empty()) return Find(in, *model.elements[n]);
-  return Find(in, *std::next(model.members.begin(), n)->second);
+  const auto member =
+      std::next(model.members.begin(), static_cast<std::ptrdiff_t>(n));
+  return Find(in, *member->second);
 }
 
 }  // namespace support
