@@ -1,0 +1,20 @@
+#!/usr/bin/python3
+"""Usage: doc/blocks.py FOLDER PAGE...
+
+Writes each code block of the Markdown pages into a file in the folder. Its name
+is made of the page, the number of the block and the language; a block without
+one is the output of the block before, and ends in out. Prints the names.
+"""
+import re
+import sys
+from pathlib import Path
+
+folder = Path(sys.argv[1])
+for page in map(Path, sys.argv[2:]):
+    count = 0
+    for language, code in re.findall(r"^```([^\n]*)\n(.*?)^```",
+                                     page.read_text(), re.MULTILINE | re.DOTALL):
+        count += language != ""
+        file = folder / f"{page.stem}_{count}.{language or 'out'}"
+        file.write_text(code)
+        print(file.name)
