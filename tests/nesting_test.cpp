@@ -2,8 +2,8 @@
 // that recurses, and the bytes of stack that it takes.
 
 #include "support/build.h"
-#include "support/fixture.h"
 #include "support/texts.h"
+#include "support/traced.h"
 
 #include <foundation/json/json.h>
 
@@ -93,8 +93,7 @@ const struct {
                {"objects", R"({"a":{"a":)", "}}"},
                {"mixed", R"([{"a":)", "}]"}};
 
-class NestingTest : public TracedLeakTest {};
-INSTANTIATE_TEST_SUITE_P(Tracing, NestingTest, testing::Bool());
+VORN_TRACED_TEST(NestingTest);
 
 TEST_P(NestingTest, AtTheLimitFitsASmallStack) {
   std::puts("bytes of stack at 1024 levels (each level)");

@@ -1,12 +1,16 @@
-// The parser: what it refuses and where, what it accepts, what it tells the
-// object monitor, and what it does without memory for an object.
+// The parser: what it refuses and where, what it accepts, and what it does
+// without memory for an object.
 
 #include "compile.h"
-#include "support/fixture.h"
+#include "support/property.h"
 #include "support/texts.h"
+#include "support/traced.h"
 
+#include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
 #include <foundation/lang/exception.h>
+
+#include <pthread.h>
 
 #include <cstring>
 
@@ -15,17 +19,7 @@ namespace {
 using namespace support;
 using namespace vorn::foundation;
 
-class ParserTest : public TracedLeakTest {};
-INSTANTIATE_TEST_SUITE_P(Tracing, ParserTest, testing::Bool());
-
-std::string Replace(std::string text, const std::string& part,
-                    const std::string& by) {
-  for (std::size_t at = 0; (at = text.find(part, at)) != text.npos;) {
-    text.replace(at, part.size(), by);
-    at += by.size();
-  }
-  return text;
-}
+VORN_TRACED_TEST(ParserTest);
 
 // What comes of a text: the tree, compressed, or "no object", or the failure;
 // and how far the cursor went. Nothing of it stays alive.
@@ -35,8 +29,7 @@ struct Outcome {
 };
 
 Outcome Read(const std::string& text) {
-  const ExactText exact(text);
-  const char* cursor = exact.start();
+  const char* cursor = text.c_str();
   Outcome outcome;
   try {
     if (json::JBase* tree = json::Compile(cursor)) {
@@ -46,8 +39,8 @@ Outcome Read(const std::string& text) {
   } catch (const lang::Exception& failure) {
     outcome.result = std::string(failure.where()) + ": " + failure.what();
   }
-  outcome.cursor = cursor - exact.start();
-  EXPECT_EQ(Monitor::Now().objects + Monitor::Now().memory_blocks, 0u);
+  outcome.cursor = cursor - text.c_str();
+  EXPECT_EQ(Monitor::Now().objects, 0u);
   return outcome;
 }
 
@@ -151,44 +144,9 @@ TEST_P(ParserTest, PassesBlanksAndCommentsBetweenTokens) {
   }
 }
 
-TEST_P(ParserTest, ReportsObjectsUnderTheirTags) {
-  const struct {
-    const char *text, *calls;
-  } table[] = {
-      {R"({"k":[false,true,null,nan,inf,-inf,-1,"s"]})",
-       "+208 ParseObject #1+235 ParseArray #2+265 ParseBool #3+270 ParseBool #4"
-       "+278 ParseNullOrNan #5+283 ParseNullOrNan #6+293 ParseNumber #7"
-       "+300 ParseNumber #8+309 ParseNumber #9+259 ParseString #10"
-       "-#1-#2-#3-#4-#5-#6-#7-#8-#9-#10"},
-      {R"([null,{"k":[false,[],-}]])",
-       "+235 ParseArray #1+278 ParseNullOrNan #2+208 ParseObject #3"
-       "+235 ParseArray #4+265 ParseBool #5+235 ParseArray #6"
-       "+309 ParseNumber #7!315 ParseNumber #7-#4-#5-#6-#3-#1-#2"},
-      {R"({"k":{},"k":0 1})",
-       "+208 ParseObject #1+208 ParseObject #2+309 ParseNumber #3-#2-#1-#3"},
-      {"[true]]", "+235 ParseArray #1+270 ParseBool #2!69 Compile #1-#2"},
-  };
-  const std::string release = GetParam() ? "_DecLeakInfoEx " : "_DecLeakEx ";
-  for (const auto& row : table) {
-    Monitor::TakeLog();
-    Read(row.text);
-    const std::string calls = Replace(TakeCalls(), release, "!");
-    EXPECT_EQ(Replace(calls, "../json/json:", ""), row.calls);
-  }
-  for (const char* open : {"[", "{\"\":"}) {
-    Read(Repeat(1025, open));  // there is no container of the last bracket
-    EXPECT_EQ(Monitor::TakeLog().size(), 1024u * (GetParam() ? 4 : 2));
-  }
-  Monitor::FailRequest(Source::MemoryMonitor, 1, true);
-  Read("[null 1");  // the array has no room for what waits for it
-  EXPECT_EQ(Monitor::StopFailing(), 1u);
-  EXPECT_EQ(Replace(Replace(TakeCalls(), release, "!"), "../json/json:", ""),
-            "+235 ParseArray #1+278 ParseNullOrNan #2-#1-#2");
-}
-
 // The object monitor traces and has no memory for the object with the number,
 // nor for those behind it.
-TEST_F(LeakTest, ParserGoesOnWithoutObjects) {
+TEST(MemoryTest, ParserGoesOnWithoutObjects) {
   const std::string pointer = "vorn.foundation.generic.ScopedPointer<";
   const std::string array = "N4vorn10foundation4json6JArrayE";
   const std::string object = "N4vorn10foundation4json7JObjectE";
@@ -218,6 +176,40 @@ TEST_F(LeakTest, ParserGoesOnWithoutObjects) {
       EXPECT_EQ(json::JsonReader().fromString(text.c_str()),
                 std::strchr("[{", row.result[0]) != nullptr);
       EXPECT_GT(Monitor::StopFailing(), 1u);
+    }
+  }
+}
+
+// Works on a text until it is cancelled, in a request that fails.
+void* UntilCancelled(void*) {
+  pthread_cancel(pthread_self());
+  json::JsonReader reader, again;
+  json::JsonArchiver archiver;
+  reader.fromString(R"({"a text, on the heap":[[{}],{"k":null},"\t",-1.5]})");
+  if (!reader.valid()) return nullptr;
+  const generic::ScopedPointer<json::JBase> copy(reader.getJson()->clone());
+  again.fromString(reader.format());
+  archiver.fromString(reader.compress());
+  archiver.writeArrayByField("a")->writeStringByIndex(0, archiver.format());
+  return nullptr;
+}
+
+TEST(MemoryTest, ThreadsCanBeCancelled) {
+  for (const bool traced : {false, true}) {
+    for (const Source source :
+         {Source::OperatorNew, Source::ObjectMonitor, Source::MemoryMonitor}) {
+      Monitor::Reset(traced);
+      const auto run = [] {
+        void* result = nullptr;
+        pthread_t thread;
+        EXPECT_EQ(pthread_create(&thread, nullptr, UntilCancelled, nullptr), 0);
+        pthread_join(thread, &result);
+        return result == PTHREAD_CANCELED;
+      };
+      Sweep({source, false}, run, [](End end, std::size_t, bool failed) {
+        EXPECT_EQ(end == End::Passed, failed);
+        return false;
+      });
     }
   }
 }

@@ -34,9 +34,12 @@ constexpr Case kCases[] = {
     {"NumberInAGlobalLocale", CheckNumber, 1000, Locale::Global},
     {"NumberWithADecimalComma", CheckNumber, 1000, Locale::Comma}};
 
+// Of the folder that VORN_DOCUMENTS names, if it does.
 std::vector<std::string> ReadSeeds() {
   std::vector<std::string> seeds;
-  for (const auto& entry : std::filesystem::directory_iterator(VORN_SEEDS)) {
+  const char* const folder = std::getenv("VORN_DOCUMENTS");
+  for (const auto& entry :
+       std::filesystem::directory_iterator(folder ? folder : VORN_SEEDS)) {
     std::ifstream file(entry.path(), std::ios::binary);
     seeds.emplace_back(std::istreambuf_iterator<char>(file),
                        std::istreambuf_iterator<char>());

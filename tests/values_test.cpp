@@ -1,17 +1,15 @@
-// The value classes: their kinds, what they hold, what they own and when they
-// dispose it.
+// The value classes and the archiver: what they are, what they keep of their
+// storage, and what a monitor that throws leaves. What edits and writes do to
+// them is in properties/tree.cpp and properties/archiver.cpp.
 
-#include "support/fixture.h"
 #include "support/keys.h"
+#include "support/property.h"
+#include "support/traced.h"
 
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
 
-#include <functional>
-#include <string>
 #include <type_traits>
-#include <utility>
-#include <vector>
 
 namespace {
 
@@ -24,135 +22,46 @@ template <class... T>
 constexpr bool kFixed = (!(std::is_move_constructible_v<T> ||
                            std::is_move_assignable_v<T>)&&...);
 static_assert(kFixed<JNull, JBool, JNumber, JString, JArray, JObject>);
-static_assert(kFixed<JsonReader>);
+static_assert(kFixed<JsonReader, JsonArchiver>);
 
-class ValuesTest : public TracedLeakTest {};
-INSTANTIATE_TEST_SUITE_P(Tracing, ValuesTest, testing::Bool());
+static_assert(std::is_base_of_v<lang::Exception, JsonException>);
+// Programs catch it by value, and scripts/abi sees no function of it.
+static_assert(sizeof(JsonException) == 2 * sizeof(SafeString) &&
+              !std::is_polymorphic_v<JsonException>);
 
-// A value that the log calls by the name.
-JBase* Named(const std::string& name) {
-  JBase* value = Make<JNull>();
-  Monitor::Name(value, name);
-  return value;
+VORN_TRACED_TEST(ValuesTest);
+
+TEST_P(ValuesTest, HoldWhatTheyAreGiven) {
+  EXPECT_FALSE(JBool().value());
+  EXPECT_TRUE(JBool(true).value());
+  const SafeString bytes("a\0\377 and more than fits", 22);
+  JString text(bytes), moved{SafeString(bytes)};
+  EXPECT_EQ(JString().value(), "");
+  EXPECT_EQ(text.value(), bytes);
+  EXPECT_EQ(moved.value(), bytes);
+  EXPECT_STREQ(lang::Exception(nullptr, "what").where(), "");
+  EXPECT_STREQ(lang::Exception("where", nullptr).what(), "");
 }
 
-TEST_P(ValuesTest, ClonesReportTheirTagsAndAreCopies) {
-  const struct {
-    const char* text;
-    JType type;
-    std::vector<int> lines;  // of the creation tags, containers first
-  } kRows[] = {
-      {"null", JType::Null, {326}},
-      {"true", JType::Bool, {350}},
-      {"1.0", JType::Number, {399}},
-      {R"("a")", JType::String, {491}},
-      {"[null,[true,1e2]]", JType::Array, {525, 326, 525, 350, 399}},
-      {R"({"a":["",{"b":2}]})", JType::Object, {636, 525, 491, 636, 399}}};
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.text);
-    JsonReader source;
-    source.fromString(row.text);
-    EXPECT_EQ(source.getJson()->type(), row.type);
-    Monitor::TakeLog();
-    JBase* const copy = source.getJson()->clone();
-    EXPECT_EQ(JsonReader::Compress(copy), row.text);
-    copy->dispose();
-    EXPECT_EQ(source.compress(), row.text);
-    std::string creations, disposals;
-    int count = 0;
-    for (const int line : row.lines) {
-      const std::string name = "#" + std::to_string(++count);
-      creations += "+../json/json:" + std::to_string(line) + " clone " + name;
-      disposals += "-" + name;
+TEST_P(ValuesTest, AnArrayGivesItsStorageBack) {
+  JArray array;
+  const Account none = Monitor::Now();
+  for (void (JArray::*empty)() : {&JArray::clear, &JArray::detach}) {
+    JBase* kept[9];
+    for (JBase*& value : kept) array.append(value = Make<JNull>());
+    (array.*empty)();
+    for (JBase* value : kept) {
+      if (empty == &JArray::detach) value->dispose();
     }
-    EXPECT_EQ(TakeCalls(), creations + disposals);
+    EXPECT_EQ(Monitor::Now(), none);
   }
 }
 
-TEST_P(ValuesTest, BooleansAndStringsHoldWhatTheyAreGiven) {
-  JBool flag;
-  EXPECT_FALSE(flag.value());
-  flag.setValue(true);
-  EXPECT_TRUE(flag.value() && JBool(true).value());
-  const SafeString bytes("a\0\377 and more than fits", 22);
-  JString text, moved{SafeString(bytes)};
-  EXPECT_EQ(text.value(), "");
-  text.setValue(bytes);
-  EXPECT_EQ(text.value(), bytes);
-  EXPECT_EQ(moved.value(), bytes);
-  const generic::ScopedPointer<JBase> copy(JString(bytes).clone());
-  EXPECT_TRUE(JsonReader::IsEqual(copy.get(), &text));
-  text.setValue("b");
-  EXPECT_EQ(static_cast<JString*>(copy.get())->value(), bytes);
-}
-
-TEST_P(ValuesTest, AnArrayOwnsItsElements) {
-  JArray array;
-  const Account none = Monitor::Now();
-  JBase *const b = Named("b"), *const d = Named("d");
-  for (JBase* value : {Named("a"), b, Named("c")}) array.append(value);
-  array.append(nullptr);
-  EXPECT_EQ(array.at(1), b);
-  const std::size_t bytes = Monitor::Now().memory_bytes;
-  JBase* const copy = array.clone();
-  EXPECT_EQ(Monitor::Now().memory_bytes - bytes, 3 * sizeof(void*));
-  copy->dispose();
-  Monitor::TakeLog();
-  EXPECT_TRUE(array.setValue(1, d));
-  EXPECT_EQ(std::as_const(array).at(1), d);
-  EXPECT_FALSE(array.setValue(3, Named("e")));
-  EXPECT_FALSE(array.setValue(0, nullptr));
-  EXPECT_EQ(array.length(), 3u);
-  EXPECT_EQ(array.at(3), nullptr);
-  EXPECT_FALSE(array.empty());
-  array.clear();
-  EXPECT_EQ(TakeCalls(), "-b+test:1 test #1-e-a-d-c");
-  EXPECT_EQ(array.length(), 0u);
-  EXPECT_EQ(Monitor::Now(), none) << "the storage stays";
-
-  JBase* const kept = Named("kept");
-  array.append(kept);
-  array.detach();
-  EXPECT_EQ(array.at(0), nullptr);
-  kept->dispose();
-  EXPECT_EQ(Monitor::Now(), none) << "the storage stays";
-  EXPECT_TRUE(array.empty());
-}
-
-TEST_P(ValuesTest, AnObjectOwnsItsMembers) {
+TEST_P(ValuesTest, AnObjectTakesNoMoreTheMoreOftenMembersAreReplaced) {
   JObject object;
-  EXPECT_FALSE(object.remove("k"));
-  EXPECT_TRUE(object.keys().empty());
-  JBase *const y = Named("y"), *const kept = Named("kept");
-  object.setValue("k", Named("x"));
-  Monitor::TakeLog();
-  object.setValue("k", y);
-  object.setValue("k", nullptr);
-  object.setValue("l", nullptr);
-  EXPECT_EQ(TakeCalls(), "-x");
-  EXPECT_EQ(object.at("k"), y);
-  EXPECT_EQ(object.keys(), decltype(object.keys())({"k"}));
-  object.setValue("", kept);
-  EXPECT_EQ(std::as_const(object).at(""), kept);
-  EXPECT_TRUE(object.existed(""));
-  EXPECT_FALSE(object.empty());
-  EXPECT_TRUE(object.remove("k"));
-  EXPECT_FALSE(object.remove("k"));
-  object.detach();
-  EXPECT_EQ(TakeCalls(), "-y");
-  EXPECT_FALSE(object.existed(""));
-  EXPECT_TRUE(object.empty());
-  kept->dispose();
-
-  for (char key = 'a'; key <= 'z'; ++key) object.setValue({key}, Make<JNull>());
-  object.clear();
-  EXPECT_TRUE(object.empty());
-  EXPECT_GE(Monitor::Now().memory_bytes, 26 * sizeof(void*)) << "no buckets";
-
-  // Members of one bucket, which are indexed, take no more the more often they
-  // are replaced.
-  const Keys keys = CollidingKeys(20, 0);
+  const Keys keys = CollidingKeys(20, 0);  // of one bucket, which is indexed
   for (const SafeString& key : keys) object.setValue(key, Make<JNull>());
+  object.setValue(keys[5], Make<JNull>());
   const std::size_t bytes = Monitor::Now().memory_bytes;
   for (int i = 0; i < 1000; ++i) object.setValue(keys[5], Make<JNull>());
   EXPECT_EQ(Monitor::Now().memory_bytes, bytes);
@@ -206,6 +115,49 @@ TEST_P(ValuesTest, AMonitorThatThrowsLeadsToNoSecondDisposal) {
   Monitor::ThrowOn(Monitor::Report::Creation);
   EXPECT_THROW(Make<JString>("an object that could not be recorded"),
                MonitorFailure);
+}
+
+// What is made in one statement: without memory there is nothing.
+TEST_P(ValuesTest, AreNotMadeWithoutMemory) {
+  const SafeString word(40, 'x');
+  const auto made = [](JBase* value) {
+    if (value != nullptr) value->dispose();
+    return value != nullptr;
+  };
+  bool (*const kRows[])(const SafeString&, decltype(made)) = {
+      [](const SafeString&, auto is) { return is(Make<JNull>()); },
+      [](const SafeString&, auto is) { return is(Make<JBool>(true)); },
+      [](const SafeString&, auto is) { return is(Make<JNumber>(-1234567890)); },
+      [](const SafeString&, auto is) {
+        return is(Make<JNumber>(-1234567890123456789LL));
+      },
+      [](const SafeString&, auto is) { return is(Make<JNumber>(-1.1e-300)); },
+      [](const SafeString& it, auto is) { return is(Make<JString>(it)); },
+      [](const SafeString&, auto is) { return is(Make<JArray>()); },
+      [](const SafeString&, auto is) { return is(Make<JObject>()); },
+      [](const SafeString&, auto) { return !JsonArchiver().isValid(); }};
+  const Account before = Monitor::Now();
+  for (const auto& make : kRows) {
+    for (int source = 0; source < 4; ++source) {
+      Sweep(
+          {static_cast<Source>(source), false},
+          [&] { return make(word, made); },
+          [&](End end, std::size_t, bool failed) {
+            EXPECT_TRUE(end == End::Passed || failed);
+            EXPECT_EQ(Monitor::Now(), before);
+            return false;
+          });
+    }
+  }
+}
+
+TEST_P(ValuesTest, AllocatorsAskForNoMoreThanTheMonitorCounts) {
+  debug::Allocator<int> allocator;
+  EXPECT_THROW(allocator.allocate(1U << 30), std::bad_alloc);
+  Monitor::FailRequest(Source::MemoryMonitor, 0, false);
+  EXPECT_EQ(allocator.allocate(0), nullptr);
+  EXPECT_TRUE(allocator == debug::Allocator<char>());
+  EXPECT_FALSE(allocator != debug::Allocator<char>());
 }
 
 }  // namespace

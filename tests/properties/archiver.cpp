@@ -291,7 +291,10 @@ void CheckLoading(const SafeString& text, Failing failing) {
   JsonArchiver loaded;
   const Account before = Monitor::Now();
   const auto load = [&] { return loaded.fromString(text); };
+  Monitor::TakeLog();
   Sweep(failing, load, [&](End end, std::size_t, bool failed) {
+    Require(Monitor::TakeCalls().find("!#") == std::string::npos,
+            "what was finished is released by its owner");
     Require(loaded.isValid() == (end == End::Passed), "it is loaded, or empty");
     Require(failed ? end != End::AccessNull
                    : (end == End::Passed) == reader.valid(),

@@ -3,6 +3,7 @@
 #include <foundation/debug/memorymonitor.h>
 #include <foundation/debug/objectmonitor.h>
 
+#include <pthread.h>
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -20,7 +21,7 @@ using Exempt = Monitor::Exempt;
 
 namespace {
 
-thread_local int exempt = 1;  // GoogleTest and the fuzzer have their own blocks
+int exempt = 1;  // until the first Reset()
 bool trace = false;
 std::size_t questions = 0;
 unsigned int created = 0;
@@ -69,7 +70,7 @@ void Count(const Header& header, bool in) {
 }
 
 unsigned char* Allocate(Source source, std::size_t size) {
-  if (Fails(source)) return nullptr;
+  if (Fails(source)) return pthread_testcancel(), nullptr;
   auto* const header = static_cast<Header*>(std::malloc(sizeof(Header) + size));
   const bool counted = exempt == 0 || source != Source::OperatorNew;
   *header = {MarkOf(header), size, source, 0, counted};
@@ -276,14 +277,16 @@ void MemoryMonitor::Dealloc(unsigned char* block, unsigned int bytes) {
 
 // The global allocation functions ---------------------------------------------
 
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return support::Allocate(support::Source::OperatorNew, size);
-}
-
 void* operator new(std::size_t size) {
-  void* const memory = operator new(size, std::nothrow);
+  void* const memory = support::Allocate(support::Source::OperatorNew, size);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept try {
+  return operator new(size);
+} catch (const std::bad_alloc&) {
+  return nullptr;
 }
 
 void operator delete(void* memory) noexcept {

@@ -8,7 +8,7 @@
 // functions of both monitors, and operator new and delete, itself: it writes
 // the object monitor's calls down, keeps account of all that is out, and lets
 // requests fail. A header in front of each block tells what the block is. For
-// one thread, the one that calls Reset().
+// one thread at a time.
 namespace support {
 
 // Fails the test, or ends the fuzz target, where something does not hold.
@@ -62,7 +62,8 @@ class Monitor {
   static Account Now();
 
   // Lets the request to the source with this number, counted from 0 and from
-  // now, fail; with forever, all that follow it too.
+  // now, fail; with forever, all that follow it too. A thread that is to be
+  // cancelled ends in it.
   static void FailRequest(Source source, std::size_t number, bool forever);
 
   // Ends that, and returns how many requests failed.

@@ -99,8 +99,9 @@ End EndOf(Operation operate) {
 
 // A source, and whether all its requests from some number on fail.
 struct Failing {
+  Failing(Source from, bool all) : source(from), forever(all) {}
   explicit Failing(Input& in)
-      : source(static_cast<Source>(in.Below(4))), forever(in.Below(2) != 0) {}
+      : Failing(static_cast<Source>(in.Below(4)), in.Below(2) != 0) {}
 
   Source source;
   bool forever;
