@@ -618,6 +618,10 @@ SafeString Render(const JBase* root, bool compress) {
 
 namespace {
 
+// Of what was caught: a thread that is cancelled unwinds by no exception, and
+// has to go on.
+bool IsCancellation() { return abi::__cxa_current_exception_type() == nullptr; }
+
 constexpr unsigned int kNestingLimit = 1024;
 
 [[noreturn]] void Fail(const char* rule, const char* message) {
@@ -814,9 +818,8 @@ class OpenArray {
   void Abandon() {
     try {
       Store();
-    } catch (abi::__forced_unwind&) {
-      throw;
     } catch (...) {
+      if (IsCancellation()) throw;
     }
     array_.reset();
     for (auto it = waiting_.begin() + first_; it != waiting_.end(); ++it) {
@@ -1028,9 +1031,8 @@ bool JsonReader::fromString(const char* text) {
   if (text == nullptr) return false;
   try {
     tree_ = Compile(text);
-  } catch (abi::__forced_unwind&) {
-    throw;  // the thread is cancelled
   } catch (...) {
+    if (IsCancellation()) throw;
     return false;
   }
   return valid();
