@@ -324,7 +324,7 @@ void CheckArchiver(Input& in) {
   Child root(new Model{&archiver});
   if (in.Below(4) == 0) {
     JsonReader reader;
-    const SafeString text(in.Text());
+    const SafeString text(in.Document());
     reader.fromString(text);
     CheckLoading(text, Failing(in));
     const bool quoted = reader.compress().find("\\") != SafeString::npos;

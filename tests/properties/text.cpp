@@ -89,9 +89,9 @@ bool IsInPart(const JsonReader& part, const JsonReader& all, bool one) {
 
 void CheckText(Input& in) {
   const Failing failing(in);
-  const bool fails = in.Below(32) == 0;
-  const std::string_view bytes = in.Text();
-  const std::size_t length = std::min(bytes.find('\0'), bytes.size());
+  const bool fails = in.Below(8) == 0;
+  const std::string_view bytes = in.Document();
+  const std::size_t length = bytes.size();
   const std::unique_ptr<char[]> text(new char[length + 1]);
   text[bytes.copy(text.get(), length)] = '\0';
   const char* cursor = text.get();

@@ -358,7 +358,7 @@ void CheckEdit(Edit edit, Model& node, const Failing* failing) {
 
 void CheckTree(Input& in) {
   const Keys& keys = kKeySets[in.Below(std::size(kKeySets))];
-  Child root = in.Below(4) == 0 ? Read(in.Text()) : nullptr;
+  Child root = in.Below(4) == 0 ? Read(in.Document()) : nullptr;
   if (!root) root = Read(in.Below(4) ? "{}" : "[]");
   std::size_t size = 0;
   for (unsigned int step = 0; !in.empty() && size < 100000; ++step) {

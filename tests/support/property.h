@@ -21,7 +21,8 @@
 namespace support {
 
 // An input, from which a property takes numbers at the end and text at the
-// front: so a file of JSON text is of use to every property.
+// front: so a file of JSON text is of use to every property. A NUL may stand
+// between the two.
 class Input {
  public:
   explicit Input(std::string_view bytes) : bytes_(bytes) {}
@@ -42,6 +43,13 @@ class Input {
   std::string_view Text(std::size_t limit = std::string_view::npos) {
     const std::string_view text = bytes_.substr(0, limit);
     bytes_.remove_prefix(text.size());
+    return text;
+  }
+
+  // The bytes in front of the first NUL, or all.
+  std::string_view Document() {
+    const std::string_view text = Text(bytes_.find('\0'));
+    Text(1);
     return text;
   }
 
