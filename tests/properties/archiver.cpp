@@ -46,7 +46,7 @@ std::string Text(const Model& model) {
   std::string inside;
   for (const Child& child : model.elements) (inside += ',') += Text(*child);
   for (const auto& [field, text] : object) {
-    ((((inside += ",\"") += field) += "\":") += text);
+    inside += "," + Quoted(field) + ":" + text;
   }
   return model.kind + inside.substr(!inside.empty()) +
          (model.kind == '[' ? "]" : "}");
@@ -327,8 +327,7 @@ void CheckArchiver(Input& in) {
     const SafeString text(in.Document());
     reader.fromString(text);
     CheckLoading(text, Failing(in));
-    const bool quoted = reader.compress().find("\\") != SafeString::npos;
-    if (!quoted && archiver.fromString(text)) {
+    if (archiver.fromString(text)) {
       root = ModelOf(*reader.getJson(), &archiver);
     }
   }

@@ -44,10 +44,7 @@ std::string Text(const Model& model) {
   std::string inside;
   for (const Child& child : model.elements) inside += "," + Text(*child);
   for (const auto& [key, child] : model.members) {
-    const bool plain = key.find_first_of("\"\\\r\n\t") == key.npos;
-    const JString name{SafeString(key)};
-    inside += "," + (plain ? "\"" + key + "\"" : Text(&name));
-    inside += ":" + Text(*child);
+    inside += "," + Quoted(key) + ":" + Text(*child);
   }
   if (inside.empty()) return model.text;
   return model.text[0] + inside.substr(1) + model.text[1];

@@ -142,6 +142,18 @@ using Elements = std::vector<std::unique_ptr<Model>>;
 template <class Model>
 using Members = std::unordered_map<std::string, std::unique_ptr<Model>, Hash>;
 
+// A key as it is written.
+inline std::string Quoted(const std::string& key) {
+  constexpr std::string_view kEscaped = "\"\\\r\n\t", kLetters = "\"\\rnt";
+  std::string text = "\"";
+  for (const char c : key) {
+    const std::size_t at = kEscaped.find(c);
+    if (at != kEscaped.npos) text += '\\';
+    text += at != kEscaped.npos ? kLetters[at] : c;
+  }
+  return text += '"';
+}
+
 // Some model in the tree of this one.
 template <class Model>
 Model& Find(Input& in, Model& model) {
