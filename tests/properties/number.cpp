@@ -75,6 +75,8 @@ void CheckConversions(const SafeString& text) {
   Require(StringUtils::StringToLong(text) == whole, "StringToLong");
   Require(StringUtils::StringToInt(text) == near, "StringToInt");
   Require(StringUtils::HexStringToULong(text) == bits, "HexStringToULong");
+  Require(JNumber(near).toString() == std::to_string(near).c_str(), "an int");
+  Require(JNumber(whole).toString() == std::to_string(whole).c_str(), "a long");
 
   JNumber number;
   Require(number.fromString(" " + text + "\n") == (format != 0), "a number");
