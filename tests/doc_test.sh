@@ -1,8 +1,9 @@
 #!/bin/bash
 # Usage: doc_test.sh SOURCE BUILD BLOCKS WORK
 # The commands in the README and the pages do what is said there, in a copy of
-# the source; their links lead to files, also where they are installed, and the
-# files and programs that they name are there.
+# the source; their links, also of those installed, and the names of files and
+# programs in them lead to something.
+# Needs the build and the blocks of the pages. Leaves the copy in WORK.
 set -euo pipefail
 source=$1 build=$2 blocks=$3 work=$4
 

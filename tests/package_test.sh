@@ -1,8 +1,9 @@
 #!/bin/bash
 # Usage: package_test.sh SOURCE BUILD WORK COMPILER EMULATOR TOOLCHAIN
 # Other projects use the library: as a part of their build, installed and moved,
-# and on a framework that is not the bundled one. For a cross build there are an
-# emulator and a toolchain file, and the installation is the root of a system.
+# and on a framework that is not the bundled one.
+# Needs the build; of a cross build an emulator and a toolchain file, and its
+# installation is the root of a system. Leaves all it makes in WORK.
 set -euo pipefail
 source=$1 build=$2 work=$3 compiler=$4 toolchain=$6
 IFS=';' read -ra emulator <<<"$5"

@@ -1,6 +1,7 @@
 #!/bin/bash
 # Usage: size_test.sh SOURCE WORK STRIP CMAKE_ARGUMENT...
 # What libjson.so.1 takes on a 32-bit ARM device: optimized for size, stripped.
+# Needs the cross compiler. Leaves its build in WORK.
 set -euo pipefail
 source=$1 work=$2 strip=$3 arguments=("${@:4}")
 
