@@ -1,10 +1,13 @@
-// Keys and nodes, the table, then the index of long chains.
+// Keys and nodes, the index, the buckets, then the table.
 
 #include "membertable.h"
 
+#include <sys/auxv.h>
+
 #include <bits/functional_hash.h>
 #include <algorithm>
-#include <map>
+#include <cstdint>
+#include <cstring>
 #include <new>
 #include <unordered_map>
 #include <utility>
@@ -19,18 +22,17 @@ using debug::Allocator;
 // and std::hash knows no strings of our allocator.
 constexpr std::size_t kSeed = 0xc70f6907U;
 
-// Another seed, for the order of the index: what shares one hash hardly ever
-// shares the other.
-constexpr std::size_t kIndexSeed = 0x9e3779b9U;
-
-// A chain of more members than this is indexed. By chance such a chain comes
-// about once in a million buckets.
+// Without an index a chain has at most so many members. By chance a longer one
+// comes about once in a million buckets.
 constexpr unsigned int kLongChain = 8;
+
+// The same for members of one hash, unless others come between them.
+constexpr unsigned int kMostOfOneHash = 2;
 
 using Node = MemberTable::Node;
 
-std::size_t Hash(std::string_view text, std::size_t seed) {
-  return std::_Hash_bytes(text.data(), text.size(), seed);
+std::size_t Hash(std::string_view text) {
+  return std::_Hash_bytes(text.data(), text.size(), kSeed);
 }
 
 std::size_t SizeOfNode(std::size_t length) { return sizeof(Node) + length; }
@@ -39,8 +41,7 @@ std::size_t SizeOfNode(std::size_t length) { return sizeof(Node) + length; }
 
 // Keys and nodes --------------------------------------------------------------
 
-MemberTable::Key::Key(std::string_view text)
-    : text_(text), hash_(Hash(text, kSeed)) {}
+MemberTable::Key::Key(std::string_view text) : text_(text), hash_(Hash(text)) {}
 
 MemberTable::Handle MemberTable::Make(const Key& key) {
   const std::string_view text = key.text();
@@ -57,98 +58,224 @@ void MemberTable::Release::operator()(Node* node) const {
   Allocator<char>().deallocate(static_cast<char*>(block), size);
 }
 
-// Buckets ---------------------------------------------------------------------
+// A keyed hash ----------------------------------------------------------------
 
-// The members of long chains, each with what precedes it in the list; of the
-// first member of a chain only the bucket knows that. Either all members of a
-// chain are in the index or none.
-//
-// The members are spread by another hash over ordered maps: who makes keys that
-// share that one, too, gains no more than the depth of a balanced tree.
-class MemberTable::Index {
+namespace {
+
+#ifdef __SIZEOF_INT128__
+__extension__ using Product = unsigned __int128;
+#else
+using Product = std::uint64_t;
+#endif
+static_assert(sizeof(Product) == 2 * sizeof(std::size_t));
+
+std::size_t Fold(std::size_t first, std::size_t second) {
+  const Product product = static_cast<Product>(first) * second;
+  constexpr auto kBits = 4 * sizeof(Product);
+  return static_cast<std::size_t>(product ^ (product >> kBits));
+}
+
+// A hash for which nobody can make texts that share it without the secret: each
+// step multiplies the next two words, one covered by the secret and the other
+// by the state.
+class KeyedHash {
  public:
-  // Throws std::bad_alloc when memory is exhausted.
-  void Add(std::string_view key, Link* before);
-
-  // What precedes the member of that key, to be read or set; null when the
-  // member is not in the index. REQUIRES: some member is.
-  Link** Find(std::string_view key);
-
-  void Remove(std::string_view key);
-  void Clear() { *this = Index(); }
-
- private:
-  using Part = std::map<std::string_view, Link*, std::less<std::string_view>,
-                        Allocator<std::pair<const std::string_view, Link*>>>;
-  using Parts = std::vector<Part, Allocator<Part>>;
-
-  static constexpr std::size_t kMembersPerPart = 4;  // on average, at most
-
-  static Part& PartOf(std::string_view key, Parts& parts) {
-    return parts[Hash(key, kIndexSeed) % parts.size()];
-  }
-  void Spread();
-
-  Parts parts_;
-  std::size_t count_ = 0;
-};
-
-void MemberTable::Index::Add(std::string_view key, Link* before) {
-  if (count_ >= kMembersPerPart * parts_.size()) Spread();
-  PartOf(key, parts_).emplace(key, before);
-  ++count_;
-}
-
-MemberTable::Link** MemberTable::Index::Find(std::string_view key) {
-  Part& part = PartOf(key, parts_);
-  const auto found = part.find(key);
-  return found != part.end() ? &found->second : nullptr;
-}
-
-void MemberTable::Index::Remove(std::string_view key) {
-  count_ -= PartOf(key, parts_).erase(key);
-}
-
-// Spreads the members over as many maps as there are members.
-void MemberTable::Index::Spread() {
-  Parts parts(count_ + kLongChain);
-  for (Part& part : parts_) {
-    while (!part.empty()) {
-      auto member = part.extract(part.begin());
-      PartOf(member.key(), parts).insert(std::move(member));
+  // The secret is of this process and of this object.
+  KeyedHash() {
+    if (const auto* random = reinterpret_cast<void*>(getauxval(AT_RANDOM))) {
+      std::memcpy(secret_, random, sizeof secret_);
+    }
+    for (std::size_t& word : secret_) {
+      word ^= reinterpret_cast<std::uintptr_t>(this);
     }
   }
-  parts_.swap(parts);
+
+  std::size_t operator()(std::string_view text) const {
+    std::size_t state = secret_[0] ^ text.size();
+    for (; text.size() > sizeof(Words); text.remove_prefix(sizeof(Words))) {
+      Words words;
+      std::memcpy(words, text.data(), sizeof words);
+      state = Step(state, words);
+    }
+    Words last = {};
+    std::memcpy(last, text.data(), text.size());
+    return Fold(Step(state, last) ^ secret_[0], secret_[1]);
+  }
+
+ private:
+  using Words = std::size_t[2];
+
+  std::size_t Step(std::size_t state, const Words& words) const {
+    return Fold(words[0] ^ secret_[1], words[1] ^ state);
+  }
+
+  Words secret_ = {};
+};
+
+}  // namespace
+
+// The index -------------------------------------------------------------------
+
+// Finds members, each with what precedes it in the list. The first member of
+// each chain is not in the index: its bucket knows what precedes it.
+//
+// A hash table with open addressing, at most half full: it has two entries for
+// each bucket, and fewer members than buckets. They are in several parts, so
+// that no request is larger than that for the buckets.
+class MemberTable::Index {
+ public:
+  struct Release {
+    void operator()(Index* index) const;
+  };
+  using Owner = std::unique_ptr<Index, Release>;
+
+  struct Entry {
+    Link* before;  // null in an empty entry
+    std::size_t hash;
+  };
+
+  // The index of an object with so many buckets. Throws std::bad_alloc when
+  // memory is exhausted; until then it only asks for memory.
+  static Owner Make(std::size_t buckets);
+
+  // REQUIRES: the member is not in the index.
+  void Add(const Node& node, Link* before);
+
+  // The entry of the member of that key, or null.
+  Entry* Find(const Key& key);
+
+  // REQUIRES: the entry is not empty.
+  void Remove(Entry* entry);
+
+ private:
+  static constexpr std::size_t kParts = 4;
+
+  explicit Index(std::size_t buckets) : size_(kParts * (buckets / 2)) {}
+
+  Entry& At(std::size_t place) {
+    return parts_[place % kParts][place / kParts];
+  }
+  std::size_t HomeOf(const Entry& entry) const { return entry.hash % size_; }
+  std::size_t Next(std::size_t place) const {
+    return place + 1 != size_ ? place + 1 : 0;
+  }
+
+  const std::size_t size_;
+  Entry* parts_[kParts] = {};  // owned
+  const KeyedHash hash_;
+};
+
+MemberTable::Index::Owner MemberTable::Index::Make(std::size_t buckets) {
+  void* const block = Allocator<Index>().allocate(1);
+  Owner index(::new (block) Index(buckets));
+  const std::size_t size = index->size_ / kParts;
+  for (Entry*& part : index->parts_) part = Allocator<Entry>().allocate(size);
+  for (Entry* part : index->parts_) std::fill_n(part, size, Entry());
+  return index;
 }
 
-// The buckets, each with what precedes its first member in the list, or null
-// when it is empty. They stand behind the struct in the same block.
-struct MemberTable::Buckets {
-  Index index;
+void MemberTable::Index::Release::operator()(Index* index) const {
+  for (Entry* part : index->parts_) {
+    if (part == nullptr) break;
+    Allocator<Entry>().deallocate(part, index->size_ / kParts);
+  }
+  index->~Index();
+  Allocator<Index>().deallocate(index, 1);
+}
 
-  Link** begin() { return reinterpret_cast<Link**>(this + 1); }
-  Link*& operator[](std::size_t bucket) { return begin()[bucket]; }
+void MemberTable::Index::Add(const Node& node, Link* before) {
+  const Entry entry{before, hash_(node.key())};
+  std::size_t place = HomeOf(entry);
+  while (At(place).before != nullptr) place = Next(place);
+  At(place) = entry;
+}
+
+MemberTable::Index::Entry* MemberTable::Index::Find(const Key& key) {
+  const Entry wanted{nullptr, hash_(key.text())};
+  for (std::size_t place = HomeOf(wanted);; place = Next(place)) {
+    Entry& entry = At(place);
+    if (entry.before == nullptr) return nullptr;
+    if (entry.hash != wanted.hash) continue;
+    const Node& node = *entry.before->next;
+    // A member's own key need not be compared.
+    const bool same = node.KeyBytes() == key.text().data();
+    if (same || node.Has(key)) return &entry;
+  }
+}
+
+// Moves entries behind it up, so that none is cut off from its home.
+void MemberTable::Index::Remove(Entry* entry) {
+  std::size_t hole = HomeOf(*entry);
+  while (&At(hole) != entry) hole = Next(hole);
+  std::size_t place = hole;
+  for (;;) {
+    place = Next(place);
+    Entry& moved = At(place);
+    if (moved.before == nullptr) break;
+    const std::size_t home = HomeOf(moved);
+    const bool stays = hole < place ? hole < home && home <= place
+                                    : hole < home || home <= place;
+    if (stays) continue;
+    At(hole) = moved;
+    hole = place;
+  }
+  At(hole).before = nullptr;
+}
+
+// The buckets -----------------------------------------------------------------
+
+// The buckets stand behind the struct in the same block.
+struct MemberTable::Buckets {
+  // What precedes the first member in the list, or null when the bucket is
+  // empty; or the number of its members, while they are counted.
+  union Bucket {
+    Link* before;
+    std::size_t length;
+  };
+
+  explicit Buckets(std::size_t number) : count(number) {}
+
+  // Buckets that are not set yet. Throws std::bad_alloc when memory is
+  // exhausted.
+  static BucketsOwner Make(std::size_t count);
+
+  void AddIndex() {
+    index = Index::Make(count);
+    crowded = true;
+  }
+
+  Bucket* begin() { return reinterpret_cast<Bucket*>(this + 1); }
+  Link*& operator[](std::size_t bucket) { return begin()[bucket].before; }
+  void Clear() { std::fill_n(begin(), count, Bucket{nullptr}); }
 
   // The size of the block, in pointers.
   static std::size_t Size(std::size_t count) {
-    static_assert(sizeof(Buckets) % sizeof(Link*) == 0);
-    return sizeof(Buckets) / sizeof(Link*) + count;
+    static_assert(sizeof(Buckets) % sizeof(Bucket) == 0);
+    return sizeof(Buckets) / sizeof(Bucket) + count;
   }
+
+  Index::Owner index;  // none as long as no chain was long
+  const std::size_t count;
+  bool crowded = false;  // whether more buckets need an index
 };
 
-void MemberTable::ReleaseBuckets() {
-  if (buckets_ == nullptr) return;
-  buckets_->~Buckets();
-  void* block = std::exchange(buckets_, nullptr);
-  Allocator<Link*>().deallocate(static_cast<Link**>(block),
-                                Buckets::Size(bucket_count_));
+MemberTable::BucketsOwner MemberTable::Buckets::Make(std::size_t count) {
+  void* const block = Allocator<Link*>().allocate(Size(count));
+  return BucketsOwner(::new (block) Buckets(count));
+}
+
+void MemberTable::ReleaseBuckets::operator()(Buckets* buckets) const {
+  const std::size_t size = Buckets::Size(buckets->count);
+  buckets->~Buckets();
+  void* const block = buckets;
+  Allocator<Link*>().deallocate(static_cast<Link**>(block), size);
 }
 
 // The table -------------------------------------------------------------------
 
 MemberTable::~MemberTable() {
   clear();
-  ReleaseBuckets();
+  BucketsOwner(buckets_).reset();
 }
 
 std::vector<SafeString, Allocator<SafeString>> MemberTable::keys() const {
@@ -163,6 +290,10 @@ std::vector<SafeString, Allocator<SafeString>> MemberTable::keys() const {
 MemberTable::Node* MemberTable::find(const Key& key) const {
   const Link* before = const_cast<MemberTable*>(this)->FindBefore(key);
   return before != nullptr ? before->next : nullptr;
+}
+
+bool MemberTable::IsIndexed() const {
+  return buckets_ != nullptr && buckets_->index != nullptr;
 }
 
 // What precedes the first member of the bucket; null when there is none.
@@ -181,7 +312,7 @@ MemberTable::Link* MemberTable::FindBefore(const Key& key) {
   const std::size_t bucket = BucketOf(key.hash());
   Link* before = (*buckets_)[bucket];
   if (before == nullptr) return nullptr;
-  if (before->next->indexed_) return FindBeforeInIndex(key, before);
+  if (buckets_->index != nullptr) return FindBeforeInIndex(key, before);
   do {
     if (before->next->Has(key)) return before;
     before = before->next;
@@ -197,20 +328,20 @@ MemberTable::Link* MemberTable::FindBeforeInList(const Key& key) {
   return before->next != nullptr ? before : nullptr;
 }
 
-// The same for the chain behind the link, which is in the index.
+// The same for the chain behind the link.
 MemberTable::Link* MemberTable::FindBeforeInIndex(const Key& key, Link* chain) {
   if (chain->next->Has(key)) return chain;
-  Link** const before = buckets_->index.Find(key.text());
-  return before != nullptr ? *before : nullptr;
+  const Index::Entry* const entry = buckets_->index->Find(key);
+  return entry != nullptr ? entry->before : nullptr;
 }
 
 MemberTable::Handle MemberTable::take(const Key& key) {
   Link* const before = FindBefore(key);
   if (before == nullptr) return nullptr;
+  if (IsIndexed()) RemoveFromIndex(before);
   Handle node(before->next);
   Unlink(before);
   --count_;
-  ForgetRemoved(node.get(), before);
   return node;
 }
 
@@ -226,60 +357,76 @@ void MemberTable::Unlink(Link* before) {
 }
 
 void MemberTable::put(Handle& node) {
-  if (count_ == bucket_count_) Grow();
-  Node* const added = node.release();
+  std::size_t bucket = BucketOf(node.get());
+  Link* before = BeforeBucket(bucket);
+  const bool full = before != nullptr && IsFull(before, *node);
+  if (count_ == bucket_count_) {
+    Grow(*node, full);
+    bucket = BucketOf(node.get());
+    before = BeforeBucket(bucket);
+  } else if (full) {
+    AddIndex();
+  }
+  LinkIn(node.release(), bucket, before);
   ++count_;
-  if (LinkIn(added) && buckets_ != nullptr) ExtendChain(added);
 }
 
-// Gives the node its place in the list. Returns whether its bucket had members.
-bool MemberTable::LinkIn(Node* node) {
-  const std::size_t bucket = BucketOf(node);
-  Link* before = BeforeBucket(bucket);
-  const bool chained = before != nullptr;
-  if (!chained) {
+// Gives the node its place in the list, in its bucket, behind what precedes the
+// first member of that.
+void MemberTable::LinkIn(Node* node, std::size_t bucket, Link* before) {
+  if (before == nullptr) {
     before = &head_;
     if (buckets_ != nullptr) {
       if (head_.next != nullptr) (*buckets_)[BucketOf(head_.next)] = node;
       (*buckets_)[bucket] = before;
     }
+  } else if (IsIndexed()) {
+    buckets_->index->Add(*before->next, node);
   }
   node->Link::next = before->next;
   before->next = node;
-  return chained;
 }
 
 // Takes as many buckets as the policy of the standard map asks for one member
-// more, and puts the members in their order into the new buckets.
-void MemberTable::Grow() {
+// more, and puts the members in their order into the new buckets. Everything
+// that may fail is done before the order changes.
+void MemberTable::Grow(const Node& added, bool full) {
   std::__detail::_Prime_rehash_policy policy;
   const std::size_t count =
       policy._M_need_rehash(bucket_count_, count_, 1).second;
-  void* block = Allocator<Link*>().allocate(Buckets::Size(count));
-  auto* const buckets = ::new (block) Buckets;
-  std::fill_n(buckets->begin(), count, nullptr);
-  ReleaseBuckets();
-  buckets_ = buckets;
-  // The allocator has refused more than this can count.
-  bucket_count_ = static_cast<unsigned int>(count);
+  BucketsOwner buckets = Buckets::Make(count);
+  const bool crowded = buckets_ != nullptr && buckets_->crowded;
+  if (crowded || full || WillBeLong(*buckets, added)) {
+    // If memory is exhausted now, the next attempt does not count again.
+    if (buckets_ != nullptr) buckets_->crowded = true;
+    buckets->AddIndex();
+  }
+  Replace(buckets);
   Relink();
 }
 
+void MemberTable::Replace(BucketsOwner& buckets) {
+  BucketsOwner(std::exchange(buckets_, buckets.release())).reset();
+  // The allocator has refused more than this can count.
+  bucket_count_ = static_cast<unsigned int>(buckets_->count);
+}
+
 void MemberTable::Relink() {
+  buckets_->Clear();
   Node* node = std::exchange(head_.next, nullptr);
   while (node != nullptr) {
     Node* const next = node->next();
-    node->indexed_ = false;
-    LinkIn(node);
+    const std::size_t bucket = BucketOf(node);
+    LinkIn(node, bucket, (*buckets_)[bucket]);
     node = next;
   }
-  for (node = head_.next; node != nullptr;) node = IndexIfLong(node);
 }
 
 void MemberTable::clear() {
   if (buckets_ != nullptr) {
-    buckets_->index.Clear();
-    std::fill_n(buckets_->begin(), bucket_count_, nullptr);
+    buckets_->index.reset();
+    buckets_->crowded = false;
+    buckets_->Clear();
   }
   while (head_.next != nullptr) {
     const Handle node(head_.next);
@@ -288,64 +435,72 @@ void MemberTable::clear() {
   count_ = 0;
 }
 
-// The index of long chains ----------------------------------------------------
+// The index of the table ------------------------------------------------------
 
-void MemberTable::AddToIndex(Node* node, Link* before) {
-  buckets_->index.Add(node->key(), before);
-  node->indexed_ = true;
+// Whether the chain takes no further member of that hash without an index.
+bool MemberTable::IsFull(const Link* chain, const Node& added) const {
+  const Node* node = chain->next;
+  if (count_ < kLongChain && node->hash_ != added.hash_) return false;
+  if (IsIndexed()) return false;
+  const std::size_t bucket = BucketOf(node);
+  unsigned int length = 0, same = 0;
+  for (; IsIn(node, bucket); node = node->next()) {
+    if (node->hash_ == added.hash_) ++same;
+    ++length;
+  }
+  return length >= kLongChain || same >= kMostOfOneHash;
 }
 
-// When the index cannot be kept, whatever the reason.
-void MemberTable::DropIndex() {
-  buckets_->index.Clear();
+// Whether a chain is long once the members and the added one are in these
+// buckets, which it counts in.
+bool MemberTable::WillBeLong(Buckets& buckets, const Node& added) const {
+  Buckets::Bucket none;
+  none.length = 0;
+  std::fill_n(buckets.begin(), buckets.count, none);
+  const auto count = [&buckets](const Node& node) {
+    return ++buckets.begin()[node.hash_ % buckets.count].length;
+  };
+  for (const Node* node = first(); node != nullptr; node = node->next()) {
+    if (count(*node) > kLongChain) return true;
+  }
+  return count(added) > kLongChain;
+}
+
+// Puts all members into an index, and into new buckets of the same number: the
+// few members of a table that has none yet have no buckets.
+void MemberTable::AddIndex() {
+  BucketsOwner buckets = Buckets::Make(bucket_count_);
+  buckets->AddIndex();
+  buckets->Clear();
+  std::size_t former = bucket_count_;  // none
+  Link* before = &head_;
   for (Node* node = first(); node != nullptr; node = node->next()) {
-    node->indexed_ = false;
-  }
-}
-
-// After a member was put in front of a chain.
-void MemberTable::ExtendChain(Node* node) {
-  Node* const second = node->next();
-  if (!second->indexed_) {
-    IndexIfLong(node);
-    return;
-  }
-  try {
-    AddToIndex(node, nullptr);
-    *buckets_->index.Find(second->key()) = node;
-  } catch (...) {
-    DropIndex();
-  }
-}
-
-// After a member was removed that stood behind the link.
-void MemberTable::ForgetRemoved(Node* node, Link* before) {
-  if (!node->indexed_) return;
-  Index& index = buckets_->index;
-  index.Remove(node->key());
-  node->indexed_ = false;
-  const Node* const next = node->next();
-  if (IsIn(next, BucketOf(node))) *index.Find(next->key()) = before;
-}
-
-// Indexes the chain that begins with this member if it is long. Returns the
-// member behind the chain, or null.
-MemberTable::Node* MemberTable::IndexIfLong(Node* first) {
-  const std::size_t bucket = BucketOf(first);
-  unsigned int length = 0;
-  Node* end = first;
-  for (; IsIn(end, bucket); end = end->next()) ++length;
-  if (length <= kLongChain) return end;
-  try {
-    Link* before = nullptr;
-    for (Node* node = first; node != end; node = node->next()) {
-      AddToIndex(node, before);
-      before = node;
+    const std::size_t bucket = BucketOf(node);
+    if (bucket != former) {
+      (*buckets)[bucket] = before;
+    } else {
+      buckets->index->Add(*node, before);
     }
-  } catch (...) {
-    DropIndex();
+    former = bucket;
+    before = node;
   }
-  return end;
+  Replace(buckets);
+}
+
+// Before the member behind the link is removed.
+void MemberTable::RemoveFromIndex(Link* before) {
+  Index& index = *buckets_->index;
+  const Node* const node = before->next;
+  const std::size_t bucket = BucketOf(node);
+  const bool first = (*buckets_)[bucket] == before;
+  if (!first) index.Remove(index.Find(Key(*node)));
+  if (!IsIn(node->next(), bucket)) return;
+  Index::Entry* const next = index.Find(Key(*node->next()));
+  if (first) {
+    index.Remove(next);
+  } else {
+    next->before = before;
+  }
 }
 
 }  // namespace vorn::foundation::json

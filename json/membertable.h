@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <limits>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -23,9 +22,10 @@ namespace vorn::foundation::json {
 // first one of its bucket, or to the front of the list when its bucket is
 // empty. As long as there are few buckets, the list alone is kept and searched.
 //
-// The hash is known to everyone, so keys that share a bucket are easily made. A
-// chain that has grown long is therefore searched through an ordered index. The
-// index only saves time: where there is no memory for it, the chain is walked.
+// The hash is known to everyone, so keys that share a bucket are easily made.
+// Before a chain grows long, the table therefore gets an index by a hash that
+// nobody outside can know. A member that needs the index, but has no memory for
+// it, is refused like one that has no memory itself.
 class MemberTable {
  public:
   class Node;
@@ -69,19 +69,14 @@ class MemberTable {
     friend class MemberTable;
     friend class Key;
 
-    // No text takes up more than half of the address space.
-    static constexpr std::size_t kLongestKey = ~std::size_t{0} >> 1;
-
-    Node(std::size_t hash, std::size_t length)
-        : hash_(hash), length_(length & kLongestKey), indexed_(0) {}
+    Node(std::size_t hash, std::size_t length) : hash_(hash), length_(length) {}
 
     const char* KeyBytes() const {
       return reinterpret_cast<const char*>(this + 1);
     }
 
     std::size_t hash_;
-    std::size_t length_ : std::numeric_limits<std::size_t>::digits - 1;
-    std::size_t indexed_ : 1;  // whether it is in the index of long chains
+    std::size_t length_;
   };
 
   struct Release {
@@ -132,6 +127,10 @@ class MemberTable {
 
   class Index;
   struct Buckets;
+  struct ReleaseBuckets {
+    void operator()(Buckets* buckets) const;
+  };
+  using BucketsOwner = std::unique_ptr<Buckets, ReleaseBuckets>;
 
   // A division by a constant costs the device much less.
   std::size_t BucketOf(std::size_t hash) const {
@@ -142,22 +141,23 @@ class MemberTable {
     return node != nullptr && BucketOf(node) == bucket;
   }
 
+  bool IsIndexed() const;
+
   Link* BeforeBucket(std::size_t bucket);
   Link* FindBefore(const Key& key);
   Link* FindBeforeInList(const Key& key);
   Link* FindBeforeInIndex(const Key& key, Link* chain);
 
-  bool LinkIn(Node* node);
+  void LinkIn(Node* node, std::size_t bucket, Link* before);
   void Unlink(Link* before);
-  void Grow();
+  void Grow(const Node& added, bool full);
+  void Replace(BucketsOwner& buckets);
   void Relink();
-  void ReleaseBuckets();
 
-  void AddToIndex(Node* node, Link* before);
-  void ExtendChain(Node* node);
-  void ForgetRemoved(Node* node, Link* before);
-  void DropIndex();
-  Node* IndexIfLong(Node* first);
+  bool IsFull(const Link* chain, const Node& added) const;
+  bool WillBeLong(Buckets& buckets, const Node& added) const;
+  void AddIndex();
+  void RemoveFromIndex(Link* before);
 
   Link head_;
   Buckets* buckets_ = nullptr;  // owned; none before the table has grown
