@@ -61,7 +61,13 @@ Integer Nearest(double value) {
   return static_cast<Integer>(value);
 }
 
-void CheckConversions(const SafeString& text) {
+// Of a text, and of the same without the blanks at its ends.
+void CheckConversions(const SafeString& untrimmed) {
+  const auto first = untrimmed.find_first_not_of(" \t\n\v\f\r");
+  const auto behind = untrimmed.find_last_not_of(" \t\n\v\f\r") + 1;
+  const SafeString text(behind == 0 ? ""
+                                    : untrimmed.substr(first, behind - first));
+  Require(StringUtils::Trim(untrimmed) == text, "Trim");
   const char* const begin = text.c_str();
   const int format = FormatOf(text);
   const double real =
@@ -79,7 +85,8 @@ void CheckConversions(const SafeString& text) {
   Require(JNumber(whole).toString() == std::to_string(whole).c_str(), "a long");
 
   JNumber number;
-  Require(number.fromString(" " + text + "\n") == (format != 0), "a number");
+  Require(number.fromString(" " + untrimmed + "\n") == (format != 0),
+          "a number");
   Require(number.toString() == (format != 0 ? text : "0"), "its text");
   const struct {
     int as_int;
@@ -115,6 +122,11 @@ SafeString NumberOf(Input& in) {
 }  // namespace
 
 void CheckNumber(Input& in) {
+  const std::string_view document = in.Document();
+  for (std::size_t begin = 0, end = 0; end < document.size(); begin = end + 1) {
+    end = std::min(document.find(' ', begin), document.size());
+    CheckConversions(SafeString(document.substr(begin, end - begin)));
+  }
   CheckConversions(NumberOf(in));
   double value = 0;
   for (unsigned int count = 1 + in.Below(4); count > 0; --count) {
@@ -126,12 +138,6 @@ void CheckNumber(Input& in) {
     Require(AreSame(StringUtils::StringToFloat(written), value), "it is back");
     CheckConversions(written);
   }
-  const SafeString text(in.Text());
-  const auto begin = text.find_first_not_of(" \t\n\v\f\r");
-  const auto end = text.find_last_not_of(" \t\n\v\f\r") + 1;
-  const SafeString trimmed = StringUtils::Trim(text);
-  Require(trimmed == (end == 0 ? "" : text.substr(begin, end - begin)), "Trim");
-  CheckConversions(trimmed);
 }
 
 }  // namespace support
