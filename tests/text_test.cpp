@@ -22,78 +22,23 @@ JBase* Parse(const SafeString& text) {
   return reader.transfer();
 }
 
-TEST(TextTest, ReaderHoldsTheTreeOfTheLastTextOrNone) {
-  const std::pair<const char*, const char*> steps[] = {
-      {nullptr, ""},      {"  42  ", "42"}, {nullptr, ""},
-      {"\"s\"", "\"s\""}, {"true", "true"}, {"", ""},
-      {"null", "null"},   {" \n//c", ""},   {"[1, 2] // done", "[1,2]"},
-      {"[[1], {}", ""},   {"{} x", ""},     {"1 2", ""},
-      {"[{}]", "[{}]"},   {"{}", "{}"}};
-  JsonReader reader, other;
-  for (const auto& [text, tree] : steps) {
-    SCOPED_TRACE(tree);
-    const bool holds = *tree != '\0';
-    EXPECT_EQ(reader.fromString(text), holds);
+TEST(TextTest, AReaderHoldsTheTreeOfTheLastTextOrNone) {
+  const std::pair<const char*, bool> steps[] = {
+      {"[{}]", true}, {"1 2", false}, {"true", true}, {"", false}, {"0", true}};
+  JsonReader reader;
+  for (const auto& [text, holds] : steps) {
+    EXPECT_EQ(reader.fromString(text), holds) << text;
+    EXPECT_EQ(reader.fromString(SafeString(text) + '\0' + "1"), holds) << text;
     EXPECT_EQ(reader.valid(), holds);
     EXPECT_EQ(reader.getJson() != nullptr, holds);
-    EXPECT_EQ(reader.compress(), tree);
-    if (text != nullptr) {
-      EXPECT_EQ(other.fromString(SafeString(text) + '\0' + "1"), holds);
-      EXPECT_EQ(other.compress(), tree);
-      other.reset();
-    }
-    EXPECT_FALSE(other.valid());
-    EXPECT_EQ(Monitor::Now().objects == 0, !holds);
+    EXPECT_EQ(reader.compress(), holds ? text : "");
   }
-  reader.fromString("null");
   const Tree tree(reader.getJson());
   EXPECT_EQ(reader.transfer(), tree.get());
   EXPECT_EQ(reader.transfer(), nullptr);
-  EXPECT_EQ(reader.getJson(), nullptr);
-  EXPECT_EQ(reader.format(), "");
+  EXPECT_EQ(reader.format() + JsonReader::Format(nullptr), "");
   reader.reset();
-}
-
-TEST(TextTest, WritesBothLayouts) {
-  const std::pair<const char*, const char*> table[] = {
-      {"null", "null"},
-      {"-1.50E+3", "-1.50E+3"},
-      {R"("a\"b")", R"("a\"b")"},
-      {"\"\"", "\"\""},
-      {"[]", "[]"},
-      {"{}", "{}"},
-      {R"([{"name":"A\tB"},[1,true],null,{},[]])",
-       "[\n    {\n        \"name\": \"A\\tB\"\n    },\n    [\n        1,\n"
-       "        true\n    ],\n    null,\n    {},\n    []\n]"},
-      {R"({"k":[1]})", "{\n    \"k\": [\n        1\n    ]\n}"},
-      {R"({"":{"\"\\":{}}})",
-       "{\n    \"\": {\n        \"\\\"\\\\\": {}\n    }\n}"},
-  };
-  for (const auto& [compressed, formatted] : table) {
-    JsonReader reader;
-    EXPECT_TRUE(reader.fromString(compressed));
-    EXPECT_EQ(reader.compress(), compressed);
-    EXPECT_EQ(reader.format(), formatted);
-  }
-  EXPECT_EQ(JsonReader::Format(nullptr) + JsonReader::Compress(nullptr), "");
-}
-
-TEST(TextTest, EscapesFiveBytesAndKeepsTheOthers) {
-  const SafeString escaped = "\"\\\r\n\t", letters = "\"\\rnt";
-  for (unsigned int value = 0; value < 256; ++value) {
-    const SafeString raw(1, static_cast<char>(value));
-    const std::size_t at = escaped.find(raw);
-    const SafeString text =
-        at == raw.npos ? raw : SafeString("\\") + letters[at];
-    JObject object;
-    const SafeString before(value % 8, '<'), behind(8, '>');
-    object.setValue(raw, Make<JString>(before + raw + behind));
-    EXPECT_EQ(JsonReader::Compress(&object),
-              "{\"" + text + "\":\"" + before + text + behind + "\"}");
-  }
-  JObject longest;  // no part that is written at once comes to more
-  longest.setValue(SafeString(256, '"'), Make<JNull>());
-  EXPECT_EQ(JsonReader::Format(&longest).size(), 2 + 4 + 512 + 4 + 4 + 2u);
+  EXPECT_FALSE(reader.fromString(nullptr));
 }
 
 TEST(TextTest, WritesIntoTheContextOfACaller) {
@@ -199,25 +144,6 @@ TEST(TextTest, KindsBeyondTheSixEqualNothing) {
   EXPECT_FALSE(JsonReader::IsEqual(&alone, &alone));
   EXPECT_FALSE(JsonReader::IsEqual(&alone, around.at(0)));
   EXPECT_FALSE(JsonReader::IsEqual(&around, &around));
-}
-
-TEST(TextTest, MembersAreWrittenInTheirOrderAndEqualInAny) {
-  SafeString up, down;
-  for (char letter = 'a'; letter <= 't'; ++letter) {
-    const SafeString member = SafeString(",\"") + letter + "\":0";
-    up += member;
-    down.insert(0, member);
-  }
-  up[0] = down[0] = '{';
-  const Tree first(Parse(up + "}")), second(Parse(down + "}"));
-  SafeString written;
-  for (const SafeString& key : static_cast<JObject&>(*first.get()).keys()) {
-    written += ",\"" + key + "\":0";
-  }
-  written[0] = '{';
-  EXPECT_EQ(JsonReader::Compress(first.get()), written + "}");
-  EXPECT_NE(JsonReader::Compress(second.get()), written + "}");
-  EXPECT_TRUE(JsonReader::IsEqual(first.get(), second.get()));
 }
 
 }  // namespace

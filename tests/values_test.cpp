@@ -117,40 +117,6 @@ TEST_P(ValuesTest, AMonitorThatThrowsLeadsToNoSecondDisposal) {
                MonitorFailure);
 }
 
-// What is made in one statement: without memory there is nothing.
-TEST_P(ValuesTest, AreNotMadeWithoutMemory) {
-  const SafeString word(40, 'x');
-  const auto made = [](JBase* value) {
-    if (value != nullptr) value->dispose();
-    return value != nullptr;
-  };
-  bool (*const kRows[])(const SafeString&, decltype(made)) = {
-      [](const SafeString&, auto is) { return is(Make<JNull>()); },
-      [](const SafeString&, auto is) { return is(Make<JBool>(true)); },
-      [](const SafeString&, auto is) { return is(Make<JNumber>(-1234567890)); },
-      [](const SafeString&, auto is) {
-        return is(Make<JNumber>(-1234567890123456789LL));
-      },
-      [](const SafeString&, auto is) { return is(Make<JNumber>(-1.1e-300)); },
-      [](const SafeString& it, auto is) { return is(Make<JString>(it)); },
-      [](const SafeString&, auto is) { return is(Make<JArray>()); },
-      [](const SafeString&, auto is) { return is(Make<JObject>()); },
-      [](const SafeString&, auto) { return !JsonArchiver().isValid(); }};
-  const Account before = Monitor::Now();
-  for (const auto& make : kRows) {
-    for (int source = 0; source < 4; ++source) {
-      Sweep(
-          {static_cast<Source>(source), false},
-          [&] { return make(word, made); },
-          [&](End end, std::size_t, bool failed) {
-            EXPECT_TRUE(end == End::Passed || failed);
-            EXPECT_EQ(Monitor::Now(), before);
-            return false;
-          });
-    }
-  }
-}
-
 TEST_P(ValuesTest, AllocatorsAskForNoMoreThanTheMonitorCounts) {
   debug::Allocator<int> allocator;
   EXPECT_THROW(allocator.allocate(1U << 30), std::bad_alloc);

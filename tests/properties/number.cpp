@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <regex>
 
 namespace support {
 
@@ -29,25 +30,14 @@ bool AreSame(double a, double b) {
   return std::isnan(a) ? std::isnan(b) : std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-// The code of a text: a number is what the C library takes whole, without the
-// freedoms that it gives.
-int FormatOf(const SafeString& text) {
-  const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
-  const char* const begin = text.c_str();
-  char* end;
-  strtod_l(begin, &end, kC);
-  if (end != begin + text.size()) return 0;
-  if (text == "nan" || text == "inf" || text == "-inf") return 2;
-  if (text.find_first_of("xX") == 1) {
-    const bool integer = text.find_first_of(".pP") == text.npos;
-    return integer && text.size() <= 18 ? 3 : 0;
-  }
-  if (text.find_first_not_of("0123456789.+-eE") != text.npos) return 0;
-  const char* const first = *begin == '-' ? begin + 1 : begin;
-  if (!is_digit(*first) || (*first == '0' && is_digit(first[1]))) return 0;
-  const std::size_t point = text.find('.');
-  if (point != text.npos && !is_digit(begin[point + 1])) return 0;
-  return text.find_first_of(".eE") == text.npos ? 1 : 2;
+const std::regex kInteger("-?(0|[1-9][0-9]*)"),
+    kFloat("-?(0|[1-9][0-9]*)(\\.[0-9]+)?([eE][-+]?[0-9]+)?|nan|-?inf"),
+    kHexadecimal("0[xX][0-9a-fA-F]{1,16}");
+int FormatOf(const std::string& text) {
+  return std::regex_match(text, kInteger)       ? 1
+         : std::regex_match(text, kFloat)       ? 2
+         : std::regex_match(text, kHexadecimal) ? 3
+                                                : 0;
 }
 
 // The nearest value of the type. Both its limits are those of a double that is
@@ -69,7 +59,7 @@ void CheckConversions(const SafeString& untrimmed) {
                                     : untrimmed.substr(first, behind - first));
   Require(StringUtils::Trim(untrimmed) == text, "Trim");
   const char* const begin = text.c_str();
-  const int format = FormatOf(text);
+  const int format = FormatOf(std::string(text));
   const double real =
       format == 1 || format == 2 ? strtod_l(begin, nullptr, kC) : 0;
   const long long whole = format == 1 ? std::strtoll(begin, nullptr, 10) : 0;

@@ -128,6 +128,21 @@ void Sweep(Failing failing, Operation operate, Passed passed) {
   }
 }
 
+// The same for what has a result, changes nothing and leaves nothing.
+template <class Operation>
+void Look(Failing failing, Operation look) {
+  const Account before = Monitor::Now();
+  Sweep(failing, look, [&](End end, std::size_t, bool failed) {
+    const bool null = failing.source == Source::ObjectMonitor;
+    Require(failed ? end == End::Passed || end == End::Exhausted ||
+                         (null && end == End::AccessNull)
+                   : end == End::Passed,
+            "the result, or that memory is exhausted");
+    Require(Monitor::Now() == before, "nothing is left behind");
+    return false;
+  });
+}
+
 // Models of trees -------------------------------------------------------------
 
 // The children of a model: those of an array, or those of an object in their
