@@ -29,7 +29,7 @@ places='^(abi|bench|build/release|doc|examples|framework|fuzz|gdb|include|json|p
 status=0
 for page in {.,build/installed/share/doc/VornJson}/{.,abi,doc}/*.md; do
   while read -r file; do
-    [[ -e $file ]] || { echo "$page: there is no $file" && status=1; }
+    compgen -G "$file" >/dev/null || { echo "$page: there is no $file" && status=1; }
   done < <(
     grep -oE '\]\([^):#]+' "$page" | sed "s,^](,${page%/*}/,"
     # shellcheck disable=SC2016  # the backquotes are the page's
