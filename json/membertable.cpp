@@ -75,6 +75,8 @@ std::size_t Fold(std::size_t first, std::size_t second) {
   return static_cast<std::size_t>(product ^ (product >> kBits));
 }
 
+}  // namespace
+
 // A hash for which nobody can make texts that share it without the secret: each
 // step multiplies the next two words, one covered by the secret and the other
 // by the state.
@@ -111,8 +113,6 @@ class KeyedHash {
 
   Words secret_ = {};
 };
-
-}  // namespace
 
 // The index -------------------------------------------------------------------
 
