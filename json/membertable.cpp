@@ -84,9 +84,9 @@ class KeyedHash {
  public:
   // The secret is of this process and of this object.
   KeyedHash() {
-    if (const auto* random = reinterpret_cast<void*>(getauxval(AT_RANDOM))) {
-      std::memcpy(secret_, random, sizeof secret_);
-    }
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): an address, as a number
+    const void* random = reinterpret_cast<void*>(getauxval(AT_RANDOM));
+    if (random != nullptr) std::memcpy(secret_, random, sizeof secret_);
     for (std::size_t& word : secret_) {
       word ^= reinterpret_cast<std::uintptr_t>(this);
     }
