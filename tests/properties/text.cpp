@@ -95,6 +95,10 @@ void CheckText(Input& in) {
   const std::unique_ptr<char[]> text(new char[length + 1]);
   text[bytes.copy(text.get(), length)] = '\0';
   const char* cursor = text.get();
+  const std::string rest(in.Text());
+  const JString string{SafeString(rest)};
+  Require(std::string_view(JsonReader::Compress(&string)) == Quoted(rest),
+          "any bytes are written as a string");
   bool whole = false;
   try {
     JBase* const tree = Compile(cursor);
