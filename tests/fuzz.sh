@@ -1,5 +1,5 @@
 #!/bin/bash
-# Usage: fuzz/run BUILD TARGET SECONDS
+# Usage: tests/fuzz.sh BUILD TARGET SECONDS
 # Runs a fuzz target of the build folder on the seeds and on what it found worth
 # keeping before, which it keeps in BUILD/corpus/TARGET. Leaves an input that
 # fails in BUILD/findings. It ends at the first of these, with another status.
@@ -13,6 +13,6 @@ mkdir -p "$corpus" "$build/findings"
 # New inputs go into the first of the folders.
 program=$build/tests/fuzz_$target
 [[ -e $program ]] || program=$build/fuzz/fuzz_$target
-exec "$program" "$corpus" "$here/../tests/seeds" \
-  -max_total_time="$seconds" -timeout=25 -dict="$here/json.dict" \
+exec "$program" "$corpus" "$here/seeds" \
+  -max_total_time="$seconds" -timeout=25 \
   -artifact_prefix="$build/findings/$target-" -print_final_stats=1
