@@ -250,7 +250,7 @@ With a text, only the tags with this text in them, each with its objects."""
                 self.list_objects(sorted(objects))
         count = sum(len(row[2]) for row in rows)
         print(f'{count:9} {sum(row[0] for row in rows):11}  total')
-        unknown = int(monitored('unknown_releases')['_M_i'])
+        unknown = int(monitored('unknown_releases')['sum_']['_M_i'])
         if unknown:
             print(f'releases of unknown objects: {unknown}')
 

@@ -3,19 +3,22 @@
 #include <atomic>
 
 #include "guardedblock.h"
+#include "threads.h"
 
 namespace vorn::foundation::debug {
 
 namespace {
 
-std::atomic<std::size_t> live_bytes{0};
+internal::Counter<std::size_t> live_bytes;
 std::atomic<std::size_t> peak_bytes{0};
 
 // Counts bytes that go out.
 void AddLive(std::size_t bytes) {
   constexpr auto kRelaxed = std::memory_order_relaxed;
-  const std::size_t live = live_bytes.fetch_add(bytes, kRelaxed) + bytes;
+  const bool is_alone = internal::IsOnlyThread();
+  const std::size_t live = live_bytes.Add(bytes, is_alone);
   std::size_t peak = peak_bytes.load(kRelaxed);
+  if (is_alone && live > peak) return peak_bytes.store(live, kRelaxed);
   while (live > peak &&
          !peak_bytes.compare_exchange_weak(peak, live, kRelaxed)) {
   }
@@ -32,12 +35,10 @@ unsigned char* MemoryMonitor::Alloc(unsigned int bytes) {
 void MemoryMonitor::Dealloc(unsigned char* block, unsigned int bytes) {
   if (block == nullptr) return;
   FreeGuarded(block, bytes, "MemoryMonitor::Dealloc");
-  live_bytes.fetch_sub(bytes, std::memory_order_relaxed);
+  live_bytes.Subtract(bytes);
 }
 
-std::size_t MemoryMonitor::LiveBytes() {
-  return live_bytes.load(std::memory_order_relaxed);
-}
+std::size_t MemoryMonitor::LiveBytes() { return live_bytes.Get(); }
 
 std::size_t MemoryMonitor::PeakBytes() {
   return peak_bytes.load(std::memory_order_relaxed);

@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "guardedblock.h"
+#include "threads.h"
 
 namespace vorn::foundation::debug {
 
@@ -86,8 +87,8 @@ struct Origin {
   std::uint16_t number = 0;
   const char* file_copy = nullptr;
   const char* function_copy = nullptr;
-  const Origin* next = nullptr;                // with the same hash
-  mutable std::atomic<std::uint64_t> made{0};  // objects, so far
+  const Origin* next = nullptr;                   // with the same hash
+  mutable internal::Counter<std::uint64_t> made;  // objects, so far
 };
 
 // All origins so far. They are found without a lock, and added under one.
@@ -192,7 +193,8 @@ const Origin& Origins::Add(const char* file, int line, const char* function,
              static_cast<std::uint16_t>(number),
              copy,
              copy + std::strlen(copy) + 1,
-             chain.load()};
+             chain.load(),
+             {}};
   count_.store(number + 1, std::memory_order_release);
   chain.store(added, std::memory_order_release);
   return *added;
@@ -250,7 +252,7 @@ class alignas(64) Part {
   // Adds an object. One that is in the list already was released behind the
   // monitor's back. REQUIRES: HasRoom().
   void Add(std::uint32_t hash, const void* object, const Origin& origin) {
-    origin.made.fetch_add(1, std::memory_order_relaxed);
+    origin.made.Add(1);
     Entry* place = nullptr;
     Entry* entry = Home(hash);
     for (; !entry->IsFree() && !entry->IsOf(object); entry = After(entry)) {
@@ -383,7 +385,7 @@ unsigned int SizeOf(Entry entry) {
 
 constexpr unsigned int kParts = 16;
 Part parts[kParts];
-std::atomic<std::size_t> unknown_releases{0};
+internal::Counter<std::size_t> unknown_releases;
 
 Part& PartOf(std::uint32_t hash) { return parts[hash >> 28]; }
 
@@ -401,7 +403,7 @@ Entry Forget(const void* object) {
 LeakInfo Release(void* object) {
   const Entry entry = Forget(object);
   if (entry.IsFree()) {
-    ++unknown_releases;
+    unknown_releases.Add(1);
     return LeakInfo{nullptr, 0};
   }
   const LeakInfo block{static_cast<unsigned char*>(object), SizeOf(entry)};
@@ -516,7 +518,8 @@ struct State {
 
 // Nothing is counted as alive that is not counted as made.
 State StateNow() {
-  State state{decltype(State::counts)(Origins::Count()), unknown_releases};
+  State state{decltype(State::counts)(Origins::Count()),
+              unknown_releases.Get()};
   ForEachObject([&](Entry entry) {
     if (entry.number() < state.counts.size()) {
       Count& count = state.counts[entry.number()];
@@ -526,7 +529,7 @@ State StateNow() {
   });
   unsigned int number = 0;
   for (Count& count : state.counts) {
-    count.made = Origins::Numbered(number++).made;
+    count.made = Origins::Numbered(number++).made.Get();
   }
   return state;
 }
