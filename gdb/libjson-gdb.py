@@ -27,7 +27,7 @@ import gdb.printing
 
 FOUNDATION = 'vorn::foundation::'
 JSON = FOUNDATION + 'json::'
-MONITOR = FOUNDATION + 'debug::(anonymous namespace)::'
+MONITOR = FOUNDATION + 'debug::internal::'
 
 
 # Values ----------------------------------------------------------------------
@@ -173,29 +173,65 @@ gdb.printing.register_pretty_printer(gdb.current_objfile(), printers, True)
 
 # Also where the program stopped in a function of C, whose names are others.
 def monitored(name):
-    symbol = gdb.lookup_static_symbol(MONITOR + name)
+    symbol = gdb.lookup_global_symbol(MONITOR + name)
     if symbol is None:
         raise gdb.GdbError('libdebugs.so.1 is not loaded, or without debug '
                            'information, or of another framework.')
     return symbol.value()
 
 
-# The numbers of origins, each with the addresses of its objects. An entry of
-# the list is a word of 64 bits: an address above 16 bits for the number.
-def live_objects():
+# The elements of an array that are not 0, with their indices.
+def nonzero(array, size):
     order = '<' if 'little' in gdb.execute('show endian', False, True) else '>'
+    memory = gdb.selected_inferior().read_memory(array.address,
+                                                 array.type.sizeof)
+    elements = struct.iter_unpack(order + {2: 'H', 4: 'I', 8: 'Q'}[size],
+                                  memory)
+    return ((i, element) for i, (element,) in enumerate(elements) if element)
+
+
+# The addresses of objects, each with the number of its origin: those that have
+# a slot in the shadow. A slot is a number above a bit for the granule's half.
+def shadowed(node, start, span):
+    kind = node.type.strip_typedefs()
+    if kind.name.endswith('::Leaf'):
+        slots = node['slots']
+        half = span * 2 // slots.type.sizeof // 2
+        for index, value in nonzero(slots, 2):
+            if value >> 1:
+                yield start + (2 * index + (value & 1)) * half, value >> 1
+        return
+    child = kind.template_argument(0).pointer()
+    span = 1 << int(kind.template_argument(2))
+    for index, pointer in nonzero(node['children'], child.sizeof):
+        yield from shadowed(gdb.Value(pointer).cast(child).dereference(),
+                            start + index * span, span)
+
+
+# The nodes of a map, each as its key and a pointer to what stands behind it.
+def map_nodes(node):
+    if node:
+        yield from map_nodes(node['_M_left'])
+        key = (node + 1).cast(gdb.lookup_type('unsigned long').pointer())
+        yield int(key.dereference()), key + 1
+        yield from map_nodes(node['_M_right'])
+
+
+# The addresses of all objects, by the number of their origin and their size.
+def live_objects():
+    by_number = collections.defaultdict(list)
+    for address, number in shadowed(monitored('shadow'), 0, 0):
+        by_number[number].append(address)
     objects = collections.defaultdict(list)
-    parts = monitored('parts')
-    first, last = parts.type.range()
-    for index in range(first, last + 1):
-        entries = int(parts[index]['entries_'])
-        size = int(parts[index]['end_']) - entries
-        if size == 0:
-            continue
-        memory = gdb.selected_inferior().read_memory(entries, size)
-        for word, in struct.iter_unpack(order + 'Q', memory):
-            if word >> 16:
-                objects[word & 0xFFFF].append(word >> 16)
+    for number, addresses in by_number.items():
+        objects[number, int(origin(number)['size'])] = addresses
+    strays = monitored('strays')['object_']
+    if strays:
+        kind = gdb.lookup_type(MONITOR + 'Stray').pointer()
+        header = strays['_M_t']['_M_impl']['_M_header']
+        for address, stray in map_nodes(header['_M_parent']):
+            stray = stray.cast(kind)
+            objects[int(stray['number']), int(stray['size'])].append(address)
     return objects
 
 
@@ -203,11 +239,16 @@ def live_objects():
 def origin(number):
     origins = gdb.lookup_type(MONITOR + 'Origins').pointer()
     origins = gdb.Value(0).cast(origins).dereference()
+    if number == 0:
+        return origins['more_']
     block, index = divmod(number, int(origins['kBlock']))
-    found = origins['blocks_'][block]['_M_b']['_M_p'][index]
-    tag = '{}:{} {}'.format(found['file_copy'].string(), int(found['line']),
-                            found['function_copy'].string())
-    return tag, int(found['size'])
+    return origins['blocks_'][block]['_M_b']['_M_p'][index]
+
+
+def tag(number):
+    found = origin(number)
+    return '{}:{} {}'.format(found['file_copy'].string(), int(found['line']),
+                             found['function_copy'].string())
 
 
 # Objects of a class without virtual functions cannot tell it.
@@ -238,14 +279,14 @@ With a text, only the tags with this text in them, each with its objects."""
 
     def list(self, text):
         rows = []
-        for number, objects in live_objects().items():
-            tag, size = origin(number)
-            if text in tag:
-                rows.append((len(objects) * size, tag, objects))
+        for (number, size), objects in live_objects().items():
+            name = tag(number)
+            if text in name:
+                rows.append((len(objects) * size, name, objects))
         rows.sort(key=lambda row: (-row[0], row[1]))
         print('  objects       bytes  created at')
-        for size, tag, objects in rows:
-            print(f'{len(objects):9} {size:11}  {tag}')
+        for size, name, objects in rows:
+            print(f'{len(objects):9} {size:11}  {name}')
             if text:
                 self.list_objects(sorted(objects))
         count = sum(len(row[2]) for row in rows)

@@ -1,5 +1,6 @@
 // Several threads at a time, on the framework's own monitors: each on values of
-// its own, and all of them on one tree that nobody changes.
+// its own, all of them on one tree that nobody changes, and objects that
+// pass from one to the other.
 
 #include "support/keys.h"
 
@@ -9,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -125,6 +127,32 @@ TEST_P(ThreadTest, AllOnOneTreeThatNobodyChanges) {
     const auto* list = static_cast<const JArray*>(root.at("list"));
     EXPECT_EQ(static_cast<JNumber*>(list->at(1))->toFloat(), 2.5);
   });
+}
+
+// Each round has a new tag. Two threads' places share a granule of the list,
+// and most have an address that malloc does not give.
+TEST_P(ThreadTest, ObjectsPassFromThreadToThread) {
+  ObjectMonitor::Mark("start");
+  alignas(64) static char places[kThreads * 8];
+  static std::atomic<JBase*> shelf[kThreads];
+  RunTogether([](int number) {
+    static std::atomic<int> line{0};
+    const debug::Tag tag{"thread_test", ++line, "pass"};
+    char* const place = places + 8 * number;
+    ObjectMonitor::_IncLeak(place, tag.file, tag.line, tag.function, 8);
+    for (std::atomic<JBase*>& it : shelf) {
+      JBase* const old = it.exchange(debug::Create<JNumber>(tag, 1));
+      if (old != nullptr) old->dispose();
+    }
+    ObjectMonitor::_DecLeak(place);
+  });
+  for (std::atomic<JBase*>& it : shelf) it.exchange(nullptr)->dispose();
+  std::ostringstream out;
+  ObjectMonitor::Report(out, "start", debug::ReportLayout::Tabs);
+  const std::string count = std::to_string(kThreads * kRounds * (kThreads + 1));
+  const std::string total = "total\t\t\t0\t0\t0\t0\t" + count + "\t" + count +
+                            "\nunknown\t\t\t\t\t\t\t\t0\n";
+  EXPECT_NE(out.str().find(total), std::string::npos) << out.str();
 }
 
 }  // namespace

@@ -17,8 +17,8 @@ inline std::uint32_t GuardOf(unsigned int bytes) {
 }
 
 // Ends the process with a message that names the caller.
-[[noreturn, gnu::visibility("hidden")]] void FailGuard(
-    const unsigned char* block, unsigned int bytes, const char* caller);
+[[noreturn]] void FailGuard(const unsigned char* block, unsigned int bytes,
+                            const char* caller);
 
 // Returns a block of the given number of bytes, aligned for any type, or null
 // when no memory is left. The caller gives it back with FreeGuarded().

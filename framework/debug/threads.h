@@ -1,12 +1,14 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
+#include <mutex>
 
 #if __has_include(<sys/single_threaded.h>)
 #include <sys/single_threaded.h>
 #endif
 
-// What the monitors share among threads.
+// What the monitors share among threads. Nothing here spins or yields.
 namespace vorn::foundation::debug::internal {
 
 // Whether the calling thread is the only one. All that other threads did before
@@ -38,5 +40,14 @@ class Counter {
   static constexpr auto kRelaxed = std::memory_order_relaxed;
   std::atomic<T> sum_{0};
 };
+
+// The mutexes of the monitor. None is taken while another is held, and none
+// while a caller's code runs.
+struct Mutexes {
+  std::mutex origins;
+  std::mutex strays;
+  std::mutex marks;
+};
+extern Mutexes mutexes;
 
 }  // namespace vorn::foundation::debug::internal

@@ -15,6 +15,7 @@ struct Plain {
 
 constexpr debug::Tag kTag{"pump.cpp", 7, "Fill"};
 constexpr debug::Tag kOther{"valve.cpp", 1, "Open"};
+alignas(32) Plain plains[2];  // malloc gives no address like the second's
 alignas(void*) unsigned char zeros[sizeof(JsonArchiver)];
 
 SafeString text("tab\t, zero\0, end", 16);
@@ -38,7 +39,7 @@ int main() {
   child = archiver.writeArrayByField("list");
   child->writeObjectByIndex(0);
 
-  debug::Create<Plain>(kTag);
+  debug::ObjectMonitor::_IncLeak(&plains[1], "pump.cpp", 7, "Fill", 4);
   auto* array = debug::Create<JArray>(kTag);
   array->append(debug::Create<JBool>(kTag, true));
   for (int i = 0; i < 5; ++i) {

@@ -19,12 +19,17 @@ enum class ReportLayout { Text, Tabs };
 // Keeps the list of live objects, each with the source file, line and function
 // that created it, so that a leak can be traced to its origin. While tracing is
 // on it also supplies the memory of the objects themselves, and checks it when
-// it comes back. Safe to call from several threads.
+// it comes back. Safe to call from several threads: at an address that malloc
+// gives, recording and releasing an object whose tag is known take no lock.
+//
+// The list takes 8 KiB for each 128 KiB of memory (64 KiB where there are 32
+// bits) that an object has been in, and keeps them. Objects at other addresses
+// than malloc's may have an entry of their own instead.
 //
 // A tag is known by the addresses of its texts, its line and the size of the
 // object; what is printed are copies, made when the tag is first used. Thus the
 // texts must not change, and may be gone once no code uses the tag any more, as
-// those of a library that was unloaded. Tags beyond the 65,535th are counted
+// those of a library that was unloaded. Tags beyond the 32,767th are counted
 // together, as "more tags". Callers use Create() and Destroy() of tracked.h,
 // which make these calls in the right order.
 class __attribute__((visibility("default"))) ObjectMonitor {
@@ -64,7 +69,7 @@ class __attribute__((visibility("default"))) ObjectMonitor {
   // is alive.
   static void SetTrace(bool trace);
 
-  // The number of live objects, and the bytes of their blocks.
+  // The number of live objects, and the bytes of their blocks. Counts them.
   static std::size_t LiveCount();
   static std::size_t LiveBytes();
 

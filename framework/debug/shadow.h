@@ -1,0 +1,120 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+// A shadow of memory: a number of 16 bits for each granule, found by the
+// granule's position. A granule has the size of malloc's smallest block, so
+// that no two blocks begin in the same. A tree of pointers leads to leaves of 8
+// KiB, each for 4096 granules. A leaf is made when a number in it is first
+// needed, and all its numbers are 0 then; it stays. The way to a number takes
+// no lock, whatever other threads add meanwhile.
+//
+// gdb/libjson-gdb.py reads the tree from `shadow` by the names in here.
+namespace vorn::foundation::debug::internal {
+
+using Slot = std::atomic<std::uint16_t>;
+
+constexpr unsigned int kGranuleBits = sizeof(void*) == 8 ? 5 : 4;
+constexpr unsigned int kSlotBits = 12;
+constexpr unsigned int kLeafBits = kGranuleBits + kSlotBits;
+
+struct Leaf {
+  Slot slots[1U << kSlotBits];
+};
+
+// Chooses a child by kBits of the address, above its lowest kShift bits.
+template <class Child, unsigned int kBits, unsigned int kShift>
+struct Node {
+  static constexpr unsigned int kTop = kBits + kShift;
+  std::atomic<Child*> children[1U << kBits];
+};
+
+template <bool kIs64Bit>
+struct Tree {
+  using Type = Node<Node<Leaf, 8, kLeafBits>, 8, kLeafBits + 8>;
+};
+template <>
+struct Tree<true> {
+  using Lower = Node<Leaf, 8, kLeafBits>;
+  using Upper = Node<Lower, 8, Lower::kTop>;
+  using Type = Node<Upper, 48 - Upper::kTop, Upper::kTop>;
+};
+using Root = Tree<sizeof(void*) == 8>::Type;
+extern Root shadow;
+
+// The bits that no address in the shadow has. Where there are 64 bits, these
+// are the upper 16.
+constexpr std::uintptr_t kOutside =
+    Root::kTop < 8 * sizeof(void*)
+        ? ~std::uintptr_t{0} << (Root::kTop % (8 * sizeof(void*)))
+        : 0;
+
+[[gnu::always_inline]] inline Slot* FindSlot(Leaf& leaf,
+                                             std::uintptr_t address) {
+  constexpr std::uintptr_t kMask = (1U << kSlotBits) - 1;
+  return &leaf.slots[(address >> kGranuleBits) & kMask];
+}
+
+template <class Child, unsigned int kBits, unsigned int kShift>
+std::atomic<Child*>& PlaceOf(Node<Child, kBits, kShift>& node,
+                             std::uintptr_t address) {
+  return node.children[(address >> kShift) & ((1U << kBits) - 1)];
+}
+
+// Returns the granule's slot, or null if its leaf was never made. REQUIRES: the
+// address has none of the bits kOutside.
+template <class Child, unsigned int kBits, unsigned int kShift>
+[[gnu::always_inline]] inline Slot* FindSlot(Node<Child, kBits, kShift>& node,
+                                             std::uintptr_t address) {
+  Child* const child = PlaceOf(node, address).load(std::memory_order_acquire);
+  return child == nullptr ? nullptr : FindSlot(*child, address);
+}
+
+// Makes the child if it is missing. Returns null when memory is exhausted.
+template <class Child>
+Child* FindOrMake(std::atomic<Child*>& place) {
+  Child* child = place.load(std::memory_order_acquire);
+  if (child != nullptr) return child;
+  auto* const made = static_cast<Child*>(std::calloc(1, sizeof(Child)));
+  if (made == nullptr) return nullptr;
+  if (place.compare_exchange_strong(child, made, std::memory_order_acq_rel)) {
+    return made;
+  }
+  std::free(made);  // another thread was first
+  return child;
+}
+
+inline Slot* FindOrMakeSlot(Leaf& leaf, std::uintptr_t address) {
+  return FindSlot(leaf, address);
+}
+
+// Like FindSlot(), but makes the leaf. Returns null when memory is exhausted.
+template <class Child, unsigned int kBits, unsigned int kShift>
+Slot* FindOrMakeSlot(Node<Child, kBits, kShift>& node, std::uintptr_t address) {
+  Child* const child = FindOrMake(PlaceOf(node, address));
+  return child == nullptr ? nullptr : FindOrMakeSlot(*child, address);
+}
+
+// Calls visit(value) for each number that is not 0. What the thread that stored
+// it did before is visible then.
+template <class Visit>
+void ForEachSlot(const Leaf& leaf, Visit visit) {
+  for (const Slot& slot : leaf.slots) {
+    if (slot.load(std::memory_order_relaxed) == 0) continue;
+    const std::uint16_t value = slot.load(std::memory_order_acquire);
+    if (value != 0) visit(value);
+  }
+}
+
+template <class Child, unsigned int kBits, unsigned int kShift, class Visit>
+void ForEachSlot(const Node<Child, kBits, kShift>& node, Visit visit) {
+  for (const std::atomic<Child*>& place : node.children) {
+    const Child* const child = place.load(std::memory_order_acquire);
+    if (child != nullptr) ForEachSlot(*child, visit);
+  }
+}
+
+}  // namespace vorn::foundation::debug::internal

@@ -1,0 +1,7 @@
+#include "threads.h"
+
+namespace vorn::foundation::debug::internal {
+
+Mutexes mutexes;
+
+}  // namespace vorn::foundation::debug::internal
