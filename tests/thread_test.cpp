@@ -1,7 +1,8 @@
 // Several threads at a time, on the framework's own monitors: each on values of
-// its own, all of them on one tree that nobody changes, and objects that
-// pass from one to the other.
+// its own, all of them on one tree that nobody changes, objects that pass from
+// one to the other, and children of fork() in the middle of it.
 
+#include "support/build.h"
 #include "support/keys.h"
 
 #include <foundation/debug/tracked.h>
@@ -9,8 +10,11 @@
 #include <foundation/json/json.h>
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -153,6 +157,39 @@ TEST_P(ThreadTest, ObjectsPassFromThreadToThread) {
   const std::string total = "total\t\t\t0\t0\t0\t0\t" + count + "\t" + count +
                             "\nunknown\t\t\t\t\t\t\t\t0\n";
   EXPECT_NE(out.str().find(total), std::string::npos) << out.str();
+}
+
+// The library, marks, reports and new tags.
+bool UseAll(int line) {
+  JsonReader reader;
+  const bool read = reader.fromString(kText);
+  debug::Destroy(debug::Create<int>(debug::Tag{"thread_test", line, "use"}));
+  ObjectMonitor::Mark("use");
+  std::ostringstream out;
+  return ObjectMonitor::Report(out, "use") && read;
+}
+
+TEST_P(ThreadTest, AChildOfForkCanDoAllThatItsParentCan) {
+  if (support::kSanitized) GTEST_SKIP() << "its heap hangs in the child";
+  const char* const many = std::getenv("VORN_TEST_CHILDREN");
+  std::atomic<bool> is_over{false};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&, i] {
+      for (int line = i; !is_over; line = (line + 4) % 10000) UseAll(line);
+    });
+  }
+  int i = many == nullptr ? 20 : std::atoi(many);
+  for (int status = 0; i > 0 && status == 0; --i) {
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(60);  // ends one that hangs
+      _exit(UseAll(10000 + i) && UseAll(20000 + i) ? 0 : 1);
+    }
+    EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0) << i;
+  }
+  is_over = true;
+  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

@@ -42,7 +42,8 @@ class Counter {
 };
 
 // The mutexes of the monitor. None is taken while another is held, and none
-// while a caller's code runs.
+// while a caller's code runs. fork() takes all of them, so that in the child
+// none is held, and what they guard is whole.
 struct Mutexes {
   std::mutex origins;
   std::mutex strays;
