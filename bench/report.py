@@ -47,6 +47,15 @@ the others are as Debian builds them, and two libraries are headers alone.
 ## Heap of this library, bytes for each byte of text
 
 {heaps}
+
+## Parse and release with tracing on
+
+{tracing}
+"""
+REAL_TIME = """
+## Parse and release in a real-time thread, on one processor
+
+{real_time}
 """
 GROWTH = """
 ## Parse and release, from 1,000 to 1,000,000 values
@@ -140,6 +149,23 @@ class Figures:
                                                 "-armhf")))
                       for (figure, name), title in HEAPS.items()))
 
+    def tracing(self):
+        def cells(kind):
+            yield self.shown("tracing", kind, "parse")
+            for base in ("off", "cjson"):
+                yield digits(self.ratio("tracing", kind, "parse", base))
+        return table("| | ns a byte | x tracing off | x cJSON |",
+                     (row(f"tracing {kind}", *cells(kind))
+                      for kind in ("off", "on")))
+
+    def real_time(self):
+        return table("| | parses | the longest, ms |",
+                     (row(title, *(self.shown(f"real-time-{figure}", kind, "parse")
+                                   for figure in ("count", "longest")))
+                      for kind, title in (
+                          ("alone", "alone"),
+                          ("beside", "beside two ordinary threads"))))
+
     def growth(self):
         def cells(kind):
             for figure, places in (("growth", 0), ("growth-time", 1)):
@@ -160,7 +186,10 @@ class Figures:
         page = PAGE.format(
             compiler=self.texts["version", "-", "compiler", "-"],
             documents=", ".join(documents), side_by_side=self.side_by_side(),
-            beside_two=self.beside_two(), heaps=self.heaps())
+            beside_two=self.beside_two(), heaps=self.heaps(),
+            tracing=self.tracing())
+        if ("real-time-count", "alone", "parse") in self.values:
+            page += REAL_TIME.format(real_time=self.real_time())
         if ("growth", "vorn", "parse") in self.values:
             page += GROWTH.format(growth=self.growth())
         return page
