@@ -384,48 +384,41 @@ constexpr std::size_t kIndentWidth = 4;  // indent characters for each level
 // The put area of a stream's buffer, where short texts go without a call. Every
 // stream buffer has one; only a class derived from it may name it.
 struct PutArea : std::streambuf {
-  // Where the next size bytes go; null when there is no room for them, or when
-  // they are more than Take() can count.
-  static char* Room(std::streambuf& buffer, std::size_t size) {
+  // Returns the place of the next size bytes. Null when there is no room for
+  // them, when they are more than Take() can count, and when the stream refuses
+  // them: writing is then left to the stream.
+  static char* Room(const std::ios& stream, std::size_t size) {
     constexpr std::size_t kMost = std::numeric_limits<int>::max();
+    if (size > kMost || !stream.good()) return nullptr;
+    std::streambuf& buffer = *stream.rdbuf();
     char* const next = (buffer.*&PutArea::pptr)();
     const char* const end = (buffer.*&PutArea::epptr)();
-    const auto room = static_cast<std::size_t>(end - next);
-    return size <= std::min(room, kMost) ? next : nullptr;
+    return size <= static_cast<std::size_t>(end - next) ? next : nullptr;
   }
 
-  // Takes what was written there.
-  static void Take(std::streambuf& buffer, const char* end) {
-    const char* const next = (buffer.*&PutArea::pptr)();
-    (buffer.*&PutArea::pbump)(static_cast<int>(end - next));
+  // Takes so many bytes that were written there. Nothing may be written behind
+  // them: that may be text.
+  static void Take(const std::ios& stream, std::size_t size) {
+    (stream.rdbuf()->*&PutArea::pbump)(static_cast<int>(size));
   }
 };
 
-std::streambuf& BufferOf(Context& context) {
-  return *static_cast<std::ios&>(context.stream).rdbuf();
-}
-
-// What follows writes straight into the stream's buffer: what that throws is
-// not swallowed, and what it does not take sets the stream's state, which
-// throws in turn.
-
 void Write(Context& context, char character) {
-  if (BufferOf(context).sputc(character) == EOF) {
-    context.stream.setstate(std::ios::badbit);
+  const std::ios& stream = context.stream;
+  if (char* const room = PutArea::Room(stream, 1)) {
+    *room = character;
+    return PutArea::Take(stream, 1);
   }
+  context.stream.put(character);
 }
 
 void Write(Context& context, std::string_view text) {
-  std::streambuf& buffer = BufferOf(context);
-  if (char* const room = PutArea::Room(buffer, text.size())) {
+  const std::ios& stream = context.stream;
+  if (char* const room = PutArea::Room(stream, text.size())) {
     text.copy(room, text.size());
-    PutArea::Take(buffer, room + text.size());
-    return;
+    return PutArea::Take(stream, text.size());
   }
-  const auto size = static_cast<std::streamsize>(text.size());
-  if (buffer.sputn(text.data(), size) != size) {
-    context.stream.setstate(std::ios::badbit);
-  }
+  context.stream.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 // REQUIRES: the character is escaped. Seldom called, so it stays out of the
@@ -506,42 +499,57 @@ inline char* CloseQuoted(const Context& context, Role role, char* out) {
   constexpr std::size_t kLongest = 1024;  // that is written at once
   constexpr std::size_t kAround = 4;      // bytes, the quotes and the colon
   if (text.size() > kLongest) return WriteQuotedByParts(context, text, role);
-  std::streambuf& buffer = BufferOf(context);
-  char* const room = PutArea::Room(buffer, 2 * text.size() + kAround);
+  const std::ios& stream = context.stream;
+  char* const room = PutArea::Room(stream, 2 * text.size() + kAround);
   if (room == nullptr) return WriteQuotedByParts(context, text, role);
   *room = '"';
-  char* const end = CopyEscaped(text, room + 1);
-  PutArea::Take(buffer, CloseQuoted(context, role, end));
+  char* const end = CloseQuoted(context, role, CopyEscaped(text, room + 1));
+  PutArea::Take(stream, static_cast<std::size_t>(end - room));
 }
 
-// Raises the depth for the children of a container.
+// Sets the depth for a child of a container of the given depth, and sets it
+// back.
 class Nesting {
  public:
-  explicit Nesting(Context& context) : context_(context) { ++context_.depth; }
+  Nesting(Context& context, int depth) : context_(context), depth_(depth) {
+    context_.depth = depth + 1;
+  }
   Nesting(const Nesting&) = delete;
   Nesting& operator=(const Nesting&) = delete;
-  ~Nesting() { --context_.depth; }
+  ~Nesting() { context_.depth = depth_; }
 
  private:
   Context& context_;
+  const int depth_;
 };
+
+// Sets the characters from begin to end in blocks, of which the last one ends
+// there. REQUIRES: there are at least Block characters.
+template <std::size_t Block>
+void Fill(char* begin, char* end, char character) {
+  for (; end - begin > std::ptrdiff_t{Block}; begin += Block) {
+    std::memset(begin, character, Block);
+  }
+  std::memset(end - Block, character, Block);
+}
 
 // Begins a line with the indentation of the context's depth.
 [[gnu::noinline]] void BeginLine(Context& context) {
-  constexpr std::size_t kBlock = 16;  // characters that are set at once
   // More levels than a text has room for are the stream's to refuse.
   constexpr int kMostLevels = std::numeric_limits<int>::max() / 8;
   auto indent =
       static_cast<std::size_t>(std::clamp(context.depth, 0, kMostLevels)) *
       kIndentWidth;
-  std::streambuf& buffer = BufferOf(context);
-  if (char* const room = PutArea::Room(buffer, 1 + indent + kBlock)) {
-    *room = '\n';
+  const std::ios& stream = context.stream;
+  if (char* const room = PutArea::Room(stream, 1 + indent)) {
     char* const end = room + 1 + indent;
-    for (char* at = room + 1; at < end; at += kBlock) {
-      std::memset(at, context.indentChar, kBlock);
+    *room = '\n';
+    if (indent >= 4 * kIndentWidth) {
+      Fill<4 * kIndentWidth>(room + 1, end, context.indentChar);
+    } else if (indent != 0) {
+      Fill<kIndentWidth>(room + 1, end, context.indentChar);
     }
-    return PutArea::Take(buffer, end);
+    return PutArea::Take(stream, 1 + indent);
   }
   Write(context, '\n');
   for (; indent != 0; --indent) Write(context, context.indentChar);
@@ -571,10 +579,11 @@ void JString::toString(Context& context) const {
 }
 
 void JArray::toString(Context& context) const {
+  const int depth = context.depth;
   Write(context, '[');
   bool comma = false;
   for (const JBase* element : elements_) {
-    const Nesting nesting(context);
+    const Nesting nesting(context, depth);
     Separate(context, std::exchange(comma, true));
     element->toString(context);
   }
@@ -583,11 +592,12 @@ void JArray::toString(Context& context) const {
 }
 
 void JObject::toString(Context& context) const {
+  const int depth = context.depth;
   Write(context, '{');
   bool comma = false;
   const auto* member = members().first();
   for (; member != nullptr; member = member->next()) {
-    const Nesting nesting(context);
+    const Nesting nesting(context, depth);
     Separate(context, std::exchange(comma, true));
     WriteQuoted(context, member->key(), Role::Key);
     ValueOf(*member)->toString(context);
@@ -617,10 +627,6 @@ SafeString Render(const JBase* root, bool compress) {
 // around a value.
 
 namespace {
-
-// What unwinds a cancelled thread is no object: a reference to it binds to
-// null, which a sanitizer would report.
-#define VORN_CATCHES_CANCELLATION __attribute__((no_sanitize("null")))
 
 constexpr unsigned int kNestingLimit = 1024;
 
@@ -785,8 +791,15 @@ class OpenArray {
         first_(static_cast<std::ptrdiff_t>(waiting.size())) {}
   OpenArray(const OpenArray&) = delete;
   OpenArray& operator=(const OpenArray&) = delete;
+
+  // Asks for no memory, and so cannot be interrupted by what a monitor throws
+  // there.
   ~OpenArray() {
-    if (array_) Abandon();
+    array_.reset();
+    for (auto it = waiting_.begin() + first_; it != waiting_.end(); ++it) {
+      (*it)->dispose();
+    }
+    waiting_.erase(waiting_.begin() + first_, waiting_.end());
   }
 
   // Takes the element over; null is ignored. Throws when there was no memory
@@ -800,6 +813,17 @@ class OpenArray {
     element.release();
   }
 
+  // To be called before an array that stays unfinished goes: the array then
+  // disposes its elements itself. Those that it has no room to take go after
+  // it. Catches nothing else, since the end of a cancelled thread must not be
+  // caught while an exception is.
+  void Abandon() {
+    try {
+      if (array_) Store();
+    } catch (const std::bad_alloc&) {
+    }
+  }
+
   // The finished array, which the caller owns.
   JBase* Close() {
     if (array_) Store();
@@ -811,22 +835,6 @@ class OpenArray {
     const auto first = waiting_.begin() + first_;
     Access::Of(*array_.get()).assign(first, waiting_.end());
     waiting_.erase(first, waiting_.end());
-  }
-
-  // The array disposes its elements. Only those that it has no room to take go
-  // after it.
-  VORN_CATCHES_CANCELLATION void Abandon() {
-    try {
-      Store();
-    } catch (abi::__forced_unwind&) {
-      throw;
-    } catch (...) {
-    }
-    array_.reset();
-    for (auto it = waiting_.begin() + first_; it != waiting_.end(); ++it) {
-      (*it)->dispose();
-    }
-    waiting_.erase(waiting_.begin() + first_, waiting_.end());
   }
 
   ScopedPointer<JArray> array_;
@@ -854,17 +862,22 @@ bool ArraySkip(const char*& cursor) {
 JBase* ParseArray(const char*& cursor, Elements& waiting, unsigned int depth) {
   CheckDepth(depth);
   OpenArray array(waiting);
-  bool more = ArraySkip(cursor);
-  while (more) {
-    ScopedPointer<JBase> element(ParseValue(cursor, waiting, depth + 1));
-    array.Add(element);
-    if (*cursor != ',' && *cursor != ']') Fail("ParseArray", "missing ']'");
-    more = *cursor == ',';
-    if (more) ArraySkip(cursor);
+  try {
+    bool more = ArraySkip(cursor);
+    while (more) {
+      ScopedPointer<JBase> element(ParseValue(cursor, waiting, depth + 1));
+      array.Add(element);
+      if (*cursor != ',' && *cursor != ']') Fail("ParseArray", "missing ']'");
+      more = *cursor == ',';
+      if (more) ArraySkip(cursor);
+    }
+    ++cursor;
+    SkipBlanks(cursor);
+    return array.Close();
+  } catch (...) {
+    array.Abandon();
+    throw;
   }
-  ++cursor;
-  SkipBlanks(cursor);
-  return array.Close();
 }
 
 // Passes the "{" or "," of an object; false when its "}" follows the "{", else
@@ -1027,8 +1040,10 @@ bool JsonReader::IsEqual(const JBase* first, const JBase* second) {
 JsonReader::JsonReader() : tree_(nullptr) {}
 JsonReader::~JsonReader() { reset(); }
 
-VORN_CATCHES_CANCELLATION
-bool JsonReader::fromString(const char* text) {
+// What unwinds a cancelled thread is no object: the reference to it binds to
+// null, which a sanitizer would report.
+__attribute__((no_sanitize("null"))) bool JsonReader::fromString(
+    const char* text) {
   reset();
   if (text == nullptr) return false;
   try {

@@ -187,6 +187,7 @@ void* UntilCancelled(void*) {
   json::JsonArchiver archiver;
   reader.fromString(R"({"a text, on the heap":[[{}],{"k":null},"\t",-1.5]})");
   if (!reader.valid()) return nullptr;
+  again.fromString(R"([["a text, on the heap"],[1,[2,3]],x])");
   const generic::ScopedPointer<json::JBase> copy(reader.getJson()->clone());
   again.fromString(reader.format());
   archiver.fromString(reader.compress());

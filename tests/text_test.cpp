@@ -82,6 +82,16 @@ TEST(TextTest, TheContextsStreamIsAStringStream) {
       {[](Context& it) { it.stream.str("[8,9,10]"); }, ",2]9,10]"},
       {[](Context& it) { it.stream.rdbuf()->sputn("text", 4); }, "[1,text,2]"},
       {[](Context& it) {
+         it.stream.exceptions(std::ios::goodbit);
+         it.stream.setstate(std::ios::eofbit);
+       },
+       "[1,"},
+      {[](Context& it) {
+         it.stream.exceptions(std::ios::goodbit);
+         static_cast<std::ios&>(it.stream).rdbuf(nullptr);
+       },
+       "[1,"},
+      {[](Context& it) {
          std::ios& stream = it.stream;
          std::streambuf* const former = stream.rdbuf(&aside);
          JString(SafeString(9, 'x')).toString(it);
@@ -105,6 +115,18 @@ TEST(TextTest, TheContextsStreamIsAStringStream) {
     EXPECT_EQ(JsonReader::Compress(&array), text);
     EXPECT_EQ(JsonReader::Format(&array), formatted.stream.str());
   }
+}
+
+// A line that is written over a text leaves what is behind it.
+TEST(TextTest, WritesNothingBehindItsPlace) {
+  JArray array;
+  array.append(Make<Foreign>());
+  array.append(Make<JNumber>(2));
+  static_cast<Foreign*>(array.at(0))->write = [](Context& it) {
+    it.stream.str("0123456789 and all that is behind");
+    it.depth = 9;
+  };
+  EXPECT_EQ(JsonReader::Format(&array), ",\n    2\n]9 and all that is behind");
 }
 
 TEST(TextTest, EqualMeansSameKindAndContent) {

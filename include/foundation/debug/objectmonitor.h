@@ -29,9 +29,11 @@ enum class ReportLayout { Text, Tabs };
 // A tag is known by the addresses of its texts, its line and the size of the
 // object; what is printed are copies, made when the tag is first used. Thus the
 // texts must not change, and may be gone once no code uses the tag any more, as
-// those of a library that was unloaded. Tags beyond the 32,767th are counted
-// together, as "more tags". Callers use Create() and Destroy() of tracked.h,
-// which make these calls in the right order.
+// those of a library that was unloaded. The texts of a library that is loaded
+// in its place later are taken for the former ones where addresses, line and
+// size are the same. Tags beyond the 32,767th are counted together, as "more
+// tags". Callers use Create() and Destroy() of tracked.h, which make these
+// calls in the right order.
 class __attribute__((visibility("default"))) ObjectMonitor {
  public:
   // Whether tracing is on. The answer must be the same when an object is

@@ -1,5 +1,9 @@
 #pragma once
 
+#ifdef _GLIBCXX_DEBUG
+#error "_GLIBCXX_DEBUG changes std::vector, which the framework hands over"
+#endif
+
 #include <vector>
 
 #include <foundation/debug/allocator.h>

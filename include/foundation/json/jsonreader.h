@@ -33,8 +33,8 @@ class __attribute__((visibility("default"))) JsonReader {
   // value of any kind. Returns whether the reader holds its tree now: false for
   // null, for malformed text and when memory is exhausted, with nothing left
   // behind. Nothing is thrown, unless a monitor throws while the former tree is
-  // disposed. A thread that is cancelled in a monitor ends, with nothing left
-  // behind.
+  // disposed. A thread that is cancelled while a monitor makes or records an
+  // object, or supplies memory, ends with nothing left behind.
   //
   // While the object monitor traces and has no memory for a single value, that
   // value is left out of its array or object, and the reading goes on.
