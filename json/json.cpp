@@ -630,8 +630,14 @@ namespace {
 
 constexpr unsigned int kNestingLimit = 1024;
 
+// What the parser refuses, as opposed to a ScopedPointer without its object.
+class Malformed : public lang::Exception {
+ public:
+  using lang::Exception::Exception;
+};
+
 [[noreturn]] void Fail(const char* rule, const char* message) {
-  throw lang::Exception(rule, message);
+  throw Malformed(rule, message);
 }
 
 // Blanks and literals
@@ -1040,24 +1046,33 @@ bool JsonReader::IsEqual(const JBase* first, const JBase* second) {
 JsonReader::JsonReader() : tree_(nullptr) {}
 JsonReader::~JsonReader() { reset(); }
 
-// What unwinds a cancelled thread is no object: the reference to it binds to
-// null, which a sanitizer would report.
-__attribute__((no_sanitize("null"))) bool JsonReader::fromString(
-    const char* text) {
+bool JsonReader::fromString(const char* text) {
   reset();
-  if (text == nullptr) return false;
-  try {
-    tree_ = Compile(text);
-  } catch (abi::__forced_unwind&) {
-    throw;  // the thread is cancelled
-  } catch (...) {
-    return false;
-  }
-  return valid();
+  return text != nullptr && read(text, nullptr);
 }
 
 bool JsonReader::fromString(const SafeString& text) {
   return fromString(text.c_str());
+}
+
+// What unwinds a cancelled thread is no object: the reference to it binds to
+// null, which a sanitizer would report.
+__attribute__((no_sanitize("null"))) bool JsonReader::read(const char* text,
+                                                           JsonFault* fault) {
+  const char* cursor = text;
+  try {
+    tree_ = Compile(cursor);
+  } catch (abi::__forced_unwind&) {
+    throw;  // the thread is cancelled
+  } catch (const Malformed& e) {
+    if (fault == nullptr) return false;
+    fault->kind = JsonFault::Kind::Malformed;
+    SetPlace(*fault, text, static_cast<std::size_t>(cursor - text));
+    std::string_view(e.where()).copy(fault->rule, sizeof fault->rule - 1);
+    std::string_view(e.what()).copy(fault->message, sizeof fault->message - 1);
+  } catch (...) {
+  }
+  return valid();
 }
 
 JBase* JsonReader::getJson() const { return tree_; }

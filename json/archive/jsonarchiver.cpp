@@ -114,11 +114,16 @@ JsonArchiver::~JsonArchiver() {
   debug::Destroy(private_, tags::kJsonArchiverDestructor);
 }
 
+void JsonArchiver::load(const JBase* value) {
+  private_->Reset(value != nullptr ? Checked(ArchiverUtils::FromJson(value))
+                                   : nullptr);
+}
+
 bool JsonArchiver::fromString(const char* text) {
-  private_->Reset(nullptr);
+  load(nullptr);
   JsonReader reader;
   if (!reader.fromString(text)) return false;
-  private_->Reset(Checked(ArchiverUtils::FromJson(reader.getJson())));
+  load(reader.getJson());
   return true;
 }
 

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstddef>
+#include <string>
 #include <vector>
 
 #include <foundation/io/archiver.h>
+#include <foundation/json/jsonreader.h>
 #include <foundation/json/jtype.h>
 #include <foundation/lang/exception.h>
 #include <foundation/text/safestring.h>
@@ -67,6 +70,25 @@ class __attribute__((visibility("default"))) JsonArchiver
 
   // The same with the text of a string, up to its first NUL byte.
   bool fromString(const SafeString& text);
+  template <class Traits, class A>
+  bool fromString(const std::basic_string<char, Traits, A>& text) {
+    return fromString(text.c_str());
+  }
+
+  // The same; the fault says why and where a text was not read, as that of
+  // JsonReader does. It is NoMemory where these throw.
+  bool fromString(const char* text, JsonFault& fault);
+  bool fromString(const SafeString& text, JsonFault& fault) {
+    return fromString(text.c_str(), fault);
+  }
+  template <class Traits, class A>
+  bool fromString(const std::basic_string<char, Traits, A>& text,
+                  JsonFault& fault) {
+    return fromString(text.c_str(), fault);
+  }
+  bool fromString(const char* text, std::size_t size, JsonFault& fault) {
+    return ReadSized(*this, text, size, fault);
+  }
 
   // Whether the archiver is not empty.
   bool isValid() const;
@@ -102,7 +124,22 @@ class __attribute__((visibility("default"))) JsonArchiver
   std::vector<SafeString, debug::Allocator<SafeString>> fields() const override;
 
  private:
+  // Replaces the content by that of the value; null makes the archiver empty.
+  void load(const JBase* value);
+
   JsonArchiverPrivate* private_;
 };
+
+inline bool JsonArchiver::fromString(const char* text, JsonFault& fault) {
+  fault = JsonFault();
+  fault.kind = JsonFault::Kind::NoMemory;
+  load(nullptr);
+  JsonReader reader;
+  if (!reader.fromString(text, fault)) return false;
+  fault.kind = JsonFault::Kind::NoMemory;
+  load(reader.getJson());
+  fault.kind = JsonFault::Kind::None;
+  return true;
+}
 
 }  // namespace vorn::foundation::json

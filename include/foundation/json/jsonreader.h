@@ -1,9 +1,48 @@
 #pragma once
 
+#include <cxxabi.h>
+#include <cstddef>
+#include <cstring>
+#include <string>
+
 #include <foundation/json/jbase.h>
+#include <foundation/json/jsonfault.h>
 #include <foundation/text/safestring.h>
 
 namespace vorn::foundation::json {
+
+// Has the reader, or archiver, read a text of size bytes. A NUL ends the text
+// for the parser, so only a text without one is copied. Where the parser is
+// content there, the NUL is what follows the value.
+template <class Reader>
+__attribute__((no_sanitize("null"))) bool ReadSized(Reader& reader,
+                                                    const char* text,
+                                                    std::size_t size,
+                                                    JsonFault& fault) {
+  constexpr const char* kNothing = nullptr;
+  const void* const nul =
+      text != nullptr ? std::memchr(text, '\0', size) : nullptr;
+  SafeString copy;
+  if (text != nullptr && nul == nullptr) {
+    try {
+      text = copy.assign(text, size).c_str();
+    } catch (abi::__forced_unwind&) {
+      throw;  // the thread is cancelled
+    } catch (...) {
+      reader.fromString(kNothing, fault);
+      fault.kind = JsonFault::Kind::NoMemory;
+      return false;
+    }
+  }
+  if (!reader.fromString(text, fault)) return false;
+  if (nul == nullptr) return true;
+  reader.fromString(kNothing);
+  fault = {JsonFault::Kind::Malformed, 0, 0, 0, "Parse",
+           "extra data characters"};
+  SetPlace(fault, text,
+           static_cast<std::size_t>(static_cast<const char*>(nul) - text));
+  return false;
+}
 
 // Reads JSON text into a value tree and holds the tree; also writes and
 // compares trees. A reader is empty, or holds the whole tree of one text.
@@ -42,6 +81,37 @@ class __attribute__((visibility("default"))) JsonReader {
 
   // The same with the text of a string, up to its first NUL byte.
   bool fromString(const SafeString& text);
+  template <class Traits, class A>
+  bool fromString(const std::basic_string<char, Traits, A>& text) {
+    return fromString(text.c_str());
+  }
+
+  // The same; the fault says why and where a text was not read. It is reset on
+  // success, also where a value was left out. When a monitor throws, the fault
+  // is NoMemory.
+  bool fromString(const char* text, JsonFault& fault) {
+    fault = JsonFault();
+    fault.kind = JsonFault::Kind::NoMemory;
+    reset();
+    if (text == nullptr) fault.kind = JsonFault::Kind::NoText;
+    if (text == nullptr || !read(text, &fault)) return false;
+    fault.kind = JsonFault::Kind::None;
+    return true;
+  }
+  bool fromString(const SafeString& text, JsonFault& fault) {
+    return fromString(text.c_str(), fault);
+  }
+  template <class Traits, class A>
+  bool fromString(const std::basic_string<char, Traits, A>& text,
+                  JsonFault& fault) {
+    return fromString(text.c_str(), fault);
+  }
+
+  // The same with a text of size bytes, which needs no NUL behind it and may be
+  // copied. A NUL in it is a fault.
+  bool fromString(const char* text, std::size_t size, JsonFault& fault) {
+    return ReadSized(*this, text, size, fault);
+  }
 
   // The tree, or null. The reader keeps ownership; valid until the next
   // fromString() or reset(), or until the reader is destroyed.
@@ -74,6 +144,9 @@ class __attribute__((visibility("default"))) JsonReader {
   static bool IsEqual(const JBase* first, const JBase* second);
 
  private:
+  // Reads into an empty reader, and says in the fault what the parser refuses.
+  bool read(const char* text, JsonFault* fault);
+
   JBase* tree_;
 };
 

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+
+#include <foundation/json/jtype.h>
+
+namespace vorn::foundation::json {
+
+// Why and where a text was not read. Holds no memory of its own.
+struct JsonFault {
+  // None: it was read. NoText: the text was null. Malformed: the parser refused
+  // it. NoMemory: any other failure; no place and no texts are set then.
+  enum class Kind { None, NoText, Malformed, NoMemory };
+
+  Kind kind = Kind::None;
+  std::size_t offset = 0;             // of the byte that no rule takes, from 0
+  unsigned int line = 0, column = 0;  // from 1; a column is a byte
+  char rule[24] = "";                 // "ParseObject"
+  char message[64] = "";              // "field not combined with ':'"
+};
+
+// Sets the offset, and the line and column that it has in the text. LF, CR and
+// CR LF each end a line. REQUIRES: text has at least offset bytes.
+inline void SetPlace(JsonFault& fault, const char* text, std::size_t offset) {
+  const char* const end = text + offset;
+  const char* line = text;
+  fault.offset = offset;
+  fault.line = 1;
+  for (; text != end; ++text) {
+    if (*text != '\n' && (*text != '\r' || text[1] == '\n')) continue;
+    line = text + 1;
+    ++fault.line;
+  }
+  fault.column = static_cast<unsigned int>(end - line) + 1;
+}
+
+}  // namespace vorn::foundation::json
