@@ -1,0 +1,108 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include <foundation/json/jsonfault.h>
+#include <foundation/text/safestring.h>
+#include <foundation/text/stringutils.h>
+
+namespace vorn::foundation::json {
+
+// What Hint() is made of.
+namespace hint {
+
+using text::StringUtils;
+
+// The string or the innermost container that is not closed in what the parser
+// took: open, a bracket in front of the rest, if all in there are closed. Null
+// if it is closed as well.
+inline const char* Unclosed(const char* open, const char*& at,
+                            const char* end) {
+  while (at != end) {
+    const char* const token = at++;
+    if (*token == ']' || *token == '}') return nullptr;
+    if (*token == '[' || *token == '{') {
+      if (const char* const inner = Unclosed(token, at, end)) return inner;
+    } else if (*token == '"') {
+      const auto escape = [&] {
+        return *at == '\\' && end - at > 1 && (at[1] == '"' || at[1] == '\\');
+      };
+      while (at != end && *at != '"') at += escape() ? 2 : 1;
+      if (at++ == end) return token;
+    } else if (*token == '/') {
+      while (at != end && *at != '\n' && *at != '\r') ++at;
+    }
+  }
+  return open;
+}
+
+// The first mistake that fits is meant: what the parser's message has in it,
+// one of the bytes at the fault ("" for any), what the text has there, and the
+// hint.
+struct Mistake {
+  std::string_view message, bytes;
+  const char *text, *hint;
+};
+inline constexpr const char* kQuotes = "keys and texts stand in double quotes";
+inline constexpr const char* kUtf16 = "the text is UTF-16, and should be UTF-8";
+inline constexpr const char* kComma =
+    "a comma is too many, or what belongs in front of it is missing";
+inline constexpr const char* kWords =
+    "the only words are true, false, null, nan and inf, in small letters";
+inline constexpr std::string_view kLetters =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_";
+inline constexpr Mistake kMistakes[] = {
+    {"", "", "\xEF\xBB\xBF", "the text begins with a byte order mark"},
+    {"", "", "\xFF\xFE", kUtf16},
+    {"", "", "\xFE\xFF", kUtf16},
+    {"", "/", "", "comments begin with // and end with the line"},
+    {"", "'", "", kQuotes},
+    {"", "", "NaN", "not a number is written nan"},
+    {"", "", "Infinity", "infinity is written inf"},
+    {"spare ','", "", "", kComma},
+    {"key is not begin", ",", "", kComma},
+    {"number is incorrect", ",", "", kComma},
+    {"key is not begin", kLetters, "", kQuotes},
+    {"number is incorrect", kLetters, "", kWords},
+    {" error", "", "", kWords},
+    {"missing ']'", "\"[{-0123456789tfni", "", "a comma is missing here"},
+    {"missing '}'", "\"", "", "a comma is missing here"},
+    {"not combined", "", "", "a colon, or a quotation mark, is missing here"},
+};
+
+}  // namespace hint
+
+// One sentence of help, without a full stop, for the common mistakes; empty
+// where there is nothing to say. Throws std::bad_alloc when memory is
+// exhausted. REQUIRES: the fault is of this text.
+inline SafeString Hint(const JsonFault& fault, const char* text) {
+  if (fault.kind != JsonFault::Kind::Malformed) return SafeString();
+  const char* const at = text + fault.offset;
+  const char* token = text;
+  const char* const open = hint::Unclosed(nullptr, token, at);
+  const bool other = open != nullptr && ((*at == ']' && *open == '{') ||
+                                         (*at == '}' && *open == '['));
+  if (open != nullptr && (*at == '\0' || other)) {
+    JsonFault begin;
+    SetPlace(begin, text, static_cast<std::size_t>(open - text));
+    return hint::StringUtils::_InternalFormat(
+        "the %s that begins at line %u, column %u is not closed",
+        *open == '"'   ? "string"
+        : *open == '[' ? "array"
+                       : "object",
+        begin.line, begin.column);
+  }
+  if (*at == '\0') return "the text is empty";
+  const std::string_view message = fault.message;
+  for (const auto& [part, bytes, begin, hint] : hint::kMistakes) {
+    const bool here = bytes.empty() || bytes.find(*at) != bytes.npos;
+    if (here && message.find(part) != message.npos &&
+        hint::StringUtils::StartWith(at, begin)) {
+      return hint;
+    }
+  }
+  return SafeString();
+}
+
+}  // namespace vorn::foundation::json
