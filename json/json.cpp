@@ -254,14 +254,16 @@ const MemberTable& JObject::members() const {
   return *std::launder(reinterpret_cast<const MemberTable*>(members_));
 }
 
+JBase* JObject::find(std::string_view key) const {
+  const auto* member = members().find(MemberTable::Key(key));
+  return member != nullptr ? ValueOf(*member) : nullptr;
+}
+
 JBase* JObject::at(const SafeString& key) {
   return std::as_const(*this).at(key);
 }
 
-JBase* JObject::at(const SafeString& key) const {
-  const auto* member = members().find(MemberTable::Key(key));
-  return member != nullptr ? ValueOf(*member) : nullptr;
-}
+JBase* JObject::at(const SafeString& key) const { return find(key); }
 
 bool JObject::existed(const SafeString& key) const {
   return at(key) != nullptr;
@@ -296,6 +298,18 @@ std::vector<SafeString, debug::Allocator<SafeString>> JObject::keys() const {
   return members().keys();
 }
 
+void JObject::Cursor::step(const JObject* object) {
+  const auto* member =
+      object != nullptr
+          ? object->members().first()
+          : static_cast<const MemberTable::Node*>(member_)->next();
+  member_ = member;
+  if (member == nullptr) return;
+  key_ = member->key();
+  value_ = ValueOf(*member);
+}
+
+unsigned int JObject::length() const { return members().size(); }
 bool JObject::empty() const { return members().size() == 0; }
 
 void JObject::clear() {

@@ -10,6 +10,12 @@ class __attribute__((visibility("default"))) JBool
  public:
   JBool();
   explicit JBool(bool value);
+
+  // Whether a pointer is null is said by != nullptr.
+  template <class T>
+  explicit JBool(T*) = delete;
+  template <class T, class C>
+  explicit JBool(T C::*) = delete;
   ~JBool() override;
 
   bool value() const;

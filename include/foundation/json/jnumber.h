@@ -1,11 +1,31 @@
 #pragma once
 
+#include <charconv>
+#include <string_view>
+#include <type_traits>
+
 #include <foundation/json/jbase.h>
 #include <foundation/text/safestring.h>
 
 namespace vorn::foundation::json {
 
 class Access;
+
+// Whether T is one of those types.
+template <class T, class... Types>
+inline constexpr bool kIsOneOf = (std::is_same_v<T, Types> || ...);
+
+// Whether T is an integer type of up to 64 bits, and neither bool nor a
+// character type.
+template <class T>
+inline constexpr bool kIsInteger =
+    std::is_integral_v<T> && sizeof(T) <= sizeof(long long) &&
+    !kIsOneOf<T, bool, char, wchar_t, char16_t, char32_t, decltype(u8'a')>;
+
+// Such a type that JNumber has no function of its own for.
+template <class T>
+using OtherInteger =
+    std::enable_if_t<kIsInteger<T> && !kIsOneOf<T, int, long long>>;
 
 // A number, kept as its text: what was parsed comes out byte for byte as it
 // went in, and two numbers are equal when their texts are. The conversions read
@@ -24,12 +44,22 @@ class __attribute__((visibility("default"))) JNumber
   explicit JNumber(int value);
   explicit JNumber(long long value);
   explicit JNumber(double value);
+  template <class Integer, class = OtherInteger<Integer>>
+  explicit JNumber(Integer value) : JNumber() {
+    setValue(value);
+  }
   ~JNumber() override;
 
   // Replace the text by that of the value, as the constructors do.
   void setValue(int value);
   void setValue(long long value);
   void setValue(double value);
+  template <class Integer, class = OtherInteger<Integer>>
+  void setValue(Integer value) {
+    char digits[24];
+    text_.assign(digits,
+                 std::to_chars(digits, digits + sizeof digits, value).ptr);
+  }
 
   // Takes the text, without the blanks at both ends, if it is a number, and
   // returns true. Otherwise the number keeps its text and the result is false.
@@ -39,6 +69,10 @@ class __attribute__((visibility("default"))) JNumber
 
   // A copy of the text.
   SafeString toString() const;
+
+  // The text itself. The number keeps ownership; valid until the number is
+  // changed or destroyed.
+  std::string_view view() const { return text_; }
 
   // The value, toward zero where the type has no fraction. Out of range, toInt
   // and toLong give the nearest limit, and 0 for not-a-number; of a hexadecimal

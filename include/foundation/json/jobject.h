@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include <foundation/debug/allocator.h>
@@ -11,6 +12,10 @@ namespace vorn::foundation::json {
 
 class Access;
 class MemberTable;
+
+// Exactly std::string_view: what converts to it is the other overloads'.
+template <class T>
+using ExactView = std::enable_if_t<std::is_same_v<T, std::string_view>>;
 
 // A set of members, each a key with a value. Keys are unique and may hold any
 // bytes. The object owns its values and disposes them when they are replaced or
@@ -35,9 +40,17 @@ class __attribute__((visibility("default"))) JObject
   // cleared or destroyed.
   JBase* at(const SafeString& key);
   JBase* at(const SafeString& key) const;
+  template <class View, class = ExactView<View>>
+  JBase* at(View key) const {
+    return find(key);
+  }
 
   // Whether there is a member of that key.
   bool existed(const SafeString& key) const;
+  template <class View, class = ExactView<View>>
+  bool existed(View key) const {
+    return find(key) != nullptr;
+  }
 
   // Sets the member. A member of that key is removed first, and its value
   // disposed. Takes ownership of value; null is ignored and changes nothing.
@@ -51,6 +64,36 @@ class __attribute__((visibility("default"))) JObject
   // Copies of all keys, in the order of enumeration.
   std::vector<SafeString, debug::Allocator<SafeString>> keys() const;
 
+  // Stands on a member, or behind the last. Lends the keys and the values in
+  // the order of enumeration, without a copy. Valid until the object is changed
+  // or destroyed.
+  class Cursor {
+   public:
+    explicit Cursor(const JObject& object) { step(&object); }
+
+    // Whether it stands on a member. All below REQUIRE that.
+    explicit operator bool() const { return member_ != nullptr; }
+
+    std::string_view key() const { return key_; }
+    JBase* value() const { return value_; }
+
+    // Goes on to the next member.
+    Cursor& operator++() {
+      step(nullptr);
+      return *this;
+    }
+
+   private:
+    // Goes to the first member of the object, or, without one, to the next.
+    void step(const JObject* object);
+
+    std::string_view key_;
+    JBase* value_ = nullptr;
+    const void* member_ = nullptr;
+  };
+
+  // The number of members.
+  unsigned int length() const;
   bool empty() const;
 
   // Disposes every value, in the order of enumeration, and removes all members.
@@ -66,6 +109,7 @@ class __attribute__((visibility("default"))) JObject
  private:
   friend class Access;
 
+  JBase* find(std::string_view key) const;
   void setMember(std::string_view key, JBase* value);
   MemberTable& members();
   const MemberTable& members() const;

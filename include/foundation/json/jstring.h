@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include <foundation/json/jbase.h>
 #include <foundation/text/safestring.h>
 
@@ -26,6 +28,10 @@ class __attribute__((visibility("default"))) JString
 
   // A copy of the text.
   SafeString value() const;
+
+  // The text itself. The string keeps ownership; valid until setValue() or
+  // until the string is destroyed.
+  std::string_view view() const { return text_; }
 
   // Replaces the text by a copy of the given one.
   void setValue(const SafeString& text);
