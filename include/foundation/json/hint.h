@@ -1,10 +1,8 @@
 #pragma once
 
-#include <cstddef>
 #include <string_view>
 
 #include <foundation/json/jsonfault.h>
-#include <foundation/text/safestring.h>
 #include <foundation/text/stringutils.h>
 
 namespace vorn::foundation::json {
@@ -14,9 +12,8 @@ namespace hint {
 
 using text::StringUtils;
 
-// The string or the innermost container that is not closed in what the parser
-// took: open, a bracket in front of the rest, if all in there are closed. Null
-// if it is closed as well.
+// What is not closed in a part that the parser took: a string, or the innermost
+// container, by its first byte. Null for none. The bracket open is before it.
 inline const char* Unclosed(const char* open, const char*& at,
                             const char* end) {
   while (at != end) {
@@ -25,10 +22,9 @@ inline const char* Unclosed(const char* open, const char*& at,
     if (*token == '[' || *token == '{') {
       if (const char* const inner = Unclosed(token, at, end)) return inner;
     } else if (*token == '"') {
-      const auto escape = [&] {
-        return *at == '\\' && end - at > 1 && (at[1] == '"' || at[1] == '\\');
-      };
-      while (at != end && *at != '"') at += escape() ? 2 : 1;
+      while (at != end && *at != '"') {
+        at += *at == '\\' && (at[1] == '"' || at[1] == '\\') ? 2 : 1;
+      }
       if (at++ == end) return token;
     } else if (*token == '/') {
       while (at != end && *at != '\n' && *at != '\r') ++at;
@@ -37,9 +33,8 @@ inline const char* Unclosed(const char* open, const char*& at,
   return open;
 }
 
-// The first mistake that fits is meant: what the parser's message has in it,
-// one of the bytes at the fault ("" for any), what the text has there, and the
-// hint.
+// What the parser's message has in it, one of the bytes at the fault ("" for
+// any), and what the text has there. The first that fits is meant.
 struct Mistake {
   std::string_view message, bytes;
   const char *text, *hint;
@@ -59,7 +54,6 @@ inline constexpr Mistake kMistakes[] = {
     {"", "/", "", "comments begin with // and end with the line"},
     {"", "'", "", kQuotes},
     {"", "", "NaN", "not a number is written nan"},
-    {"", "", "Infinity", "infinity is written inf"},
     {"spare ','", "", "", kComma},
     {"key is not begin", ",", "", kComma},
     {"number is incorrect", ",", "", kComma},

@@ -55,6 +55,8 @@ class __attribute__((visibility("default"))) JBase : public lang::IDisposable {
 template <JType N>
 class __attribute__((visibility("default"))) JTypeBase : public JBase {
  public:
+  static constexpr JType kType = N;
+
   JType type() const override { return N; }
 };
 

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <charconv>
+#include <optional>
 #include <string_view>
+#include <system_error>
 #include <type_traits>
 
 #include <foundation/json/jbase.h>
@@ -26,6 +29,58 @@ inline constexpr bool kIsInteger =
 template <class T>
 using OtherInteger =
     std::enable_if_t<kIsInteger<T> && !kIsOneOf<T, int, long long>>;
+
+// Reading the text of a number.
+namespace reading {
+
+inline bool IsHexadecimal(std::string_view text) {
+  return text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
+}
+
+template <class Integer>
+std::optional<Integer> ReadInteger(std::string_view text) {
+  const bool hexadecimal = IsHexadecimal(text);
+  if (hexadecimal) text.remove_prefix(2);
+  if (text == "-0") return Integer(0);
+  const char* const end = text.data() + text.size();
+  Integer value = 0;
+  const auto [stop, error] =
+      std::from_chars(text.data(), end, value, hexadecimal ? 16 : 10);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return value;
+}
+
+// Of a decimal number that its type cannot hold: whether it is too large rather
+// than too small. It is nowhere near 1, so the power of ten of its first digit
+// other than 0 decides.
+inline bool IsHuge(std::string_view text) {
+  const std::size_t end = std::min(text.find_first_of("eE"), text.size());
+  const auto point = static_cast<long long>(std::min(text.find('.'), end));
+  const auto first = static_cast<long long>(text.find_first_of("123456789"));
+  long long power = 0;
+  if (end != text.size()) {
+    text.remove_prefix(end + (text[end + 1] == '+' ? 2 : 1));
+    const auto [stop, error] =
+        std::from_chars(text.data(), text.data() + text.size(), power);
+    if (error != std::errc()) return text[0] != '-';
+  }
+  return power > first - point;
+}
+
+template <class Float>
+std::optional<Float> ReadFloat(std::string_view text) {
+  if (IsHexadecimal(text)) {
+    return static_cast<Float>(*ReadInteger<unsigned long long>(text));
+  }
+  Float value = 0;
+  const auto [stop, error] =
+      std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error == std::errc()) return value;
+  if (IsHuge(text)) return std::nullopt;
+  return text[0] == '-' ? -Float(0) : Float(0);
+}
+
+}  // namespace reading
 
 // A number, kept as its text: what was parsed comes out byte for byte as it
 // went in, and two numbers are equal when their texts are. The conversions read
@@ -85,6 +140,19 @@ class __attribute__((visibility("default"))) JNumber
   // integer is read as toLong() does first, and so loses what 64 bits cannot
   // hold.
   double toFloat() const;
+
+  // The value, or none where the type cannot hold it. An integer type takes
+  // decimal and hexadecimal integers alone, float and double the nearest value
+  // of any text.
+  template <class T, class = std::enable_if_t<kIsInteger<T> ||
+                                              kIsOneOf<T, float, double>>>
+  std::optional<T> as() const {
+    if constexpr (kIsInteger<T>) {
+      return reading::ReadInteger<T>(text_);
+    } else {
+      return reading::ReadFloat<T>(text_);
+    }
+  }
 
   JBase* clone() const override;
   void toString(Context& context) const override;

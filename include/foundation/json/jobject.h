@@ -69,6 +69,9 @@ class __attribute__((visibility("default"))) JObject
   // or destroyed.
   class Cursor {
    public:
+    // Stands behind the last.
+    Cursor() = default;
+
     explicit Cursor(const JObject& object) { step(&object); }
 
     // Whether it stands on a member. All below REQUIRE that.
@@ -82,6 +85,12 @@ class __attribute__((visibility("default"))) JObject
       step(nullptr);
       return *this;
     }
+
+    // Whether both stand on the same member, or behind the last.
+    bool operator==(const Cursor& other) const {
+      return member_ == other.member_;
+    }
+    bool operator!=(const Cursor& other) const { return !(*this == other); }
 
    private:
     // Goes to the first member of the object, or, without one, to the next.

@@ -1,0 +1,156 @@
+#pragma once
+
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include <foundation/io/archiver.h>
+#include <foundation/json/jnumber.h>
+#include <foundation/lang/exception.h>
+
+// Objects that list their fields once, to be loaded and saved by an archiver:
+//
+//   template <class Fields>
+//   void list(Fields& fields) {
+//     fields.required("name", name);
+//     fields.optional("pin", pin, 0, 63);  // if it is missing, pin stays
+//   }
+//
+// A field is a bool, a number, maybe with a range, a SafeString or std::string,
+// an object that lists its own fields, or a std::vector of these. An archiver
+// does not tell 5 from "5": either is a number and a text, and null is neither.
+namespace vorn::foundation::json {
+
+namespace fields {
+
+using Name = const char*;
+using Text = const SafeString&;
+
+inline void Expect(bool met, Text expected) {
+  if (!met) throw lang::Exception("", ("expected " + expected).c_str());
+}
+
+// Loads what is at a place, and puts that in front of the place of a fault.
+template <class Load>
+void At(Text place, io::IArchiver* from, Load load) try {
+  if (from == nullptr) throw lang::Exception("", "is missing");
+  load(*from);
+} catch (const lang::Exception& fault) {
+  throw lang::Exception((place + fault.where()).c_str(), fault.what());
+}
+
+struct Loader {
+  io::IArchiver& from;
+
+  template <class T, class... Range>
+  void required(const char* name, T& value, Range... range) {
+    At(SafeString(".") + name, from.readByField(name),
+       [&](io::IArchiver& at) { Loader{at}.load(value, range...); });
+  }
+  template <class T, class... Range>
+  void optional(const char* name, T& value, Range... range) {
+    if (from.readByField(name) != nullptr) required(name, value, range...);
+  }
+
+  template <class T, class... Range>
+  void load(T& value, Range... range) {
+    SafeString text;
+    const bool scalar = from.read(text) && text != "null";
+    if constexpr (std::is_same_v<T, bool>) {
+      Expect(text == "true" || text == "false", "true or false");
+      value = text == "true";
+    } else if constexpr (std::is_arithmetic_v<T>) {
+      // The range, or else all.
+      const T limits[] = {static_cast<T>(range)...,
+                          std::numeric_limits<T>::lowest(),
+                          std::numeric_limits<T>::max()};
+      JNumber read;
+      const auto number = read.fromString(text) ? read.as<T>() : std::nullopt;
+      Expect(
+          number && limits[0] <= *number && *number <= limits[1],
+          (std::is_integral_v<T> ? "a whole number from " : "a number from ") +
+              JNumber(limits[0]).toString() + " to " +
+              JNumber(limits[1]).toString());
+      value = *number;
+    } else if constexpr (std::is_convertible_v<T, std::string_view>) {
+      Expect(scalar, "a text");
+      value.assign(text.data(), text.size());
+    } else {
+      Expect(from.isObject(), "an object");
+      value.list(*this);
+    }
+  }
+  template <class T, class A>
+  void load(std::vector<T, A>& list) {
+    Expect(from.isArray(), "an array");
+    list.clear();
+    for (unsigned int i = 0; i < from.size(); ++i) {
+      T element{};
+      At("[" + JNumber(i).toString() + "]", from.readByIndex(i),
+         [&](io::IArchiver& at) { Loader{at}.load(element); });
+      list.push_back(std::move(element));
+    }
+  }
+};
+
+struct Saver {
+  io::IArchiver& to;
+
+  template <class T, class... Range>
+  void required(Name name, const T& value, Range...) {
+    save(name, value);
+  }
+  template <class T, class... Range>
+  void optional(Name name, const T& value, Range...) {
+    save(name, value);
+  }
+
+  // Saves the field of that name, or the element at that index.
+  template <class Key, class T>
+  void save(Key key, const T& value) {
+    if constexpr (std::is_convertible_v<T, std::string_view>) {
+      string(key, SafeString(value.data(), value.size()));
+    } else if constexpr (std::is_same_v<T, bool>) {
+      data(key, value ? "true" : "false");
+    } else if constexpr (std::is_arithmetic_v<T>) {
+      data(key, JNumber(value).toString());
+    } else {
+      Saver members{*object(key)};
+      const_cast<T&>(value).list(members);  // reads them alone
+    }
+  }
+  template <class Key, class T, class A>
+  void save(Key key, const std::vector<T, A>& list) {
+    Saver elements{*array(key)};
+    unsigned int index = 0;
+    for (const T& element : list) elements.save(index++, element);
+  }
+
+  void string(Name name, Text text) { to.writeStringByField(name, text); }
+  void string(unsigned int i, Text text) { to.writeStringByIndex(i, text); }
+  void data(Name name, Text data) { to.writeDataByField(name, data); }
+  void data(unsigned int i, Text data) { to.writeDataByIndex(i, data); }
+  auto array(Name name) { return to.writeArrayByField(name); }
+  auto array(unsigned int i) { return to.writeArrayByIndex(i); }
+  auto object(Name name) { return to.writeObjectByField(name); }
+  auto object(unsigned int i) { return to.writeObjectByIndex(i); }
+};
+
+}  // namespace fields
+
+// Loads an object of that name. For a field that is not as listed it throws
+// lang::Exception("settings.sensors[0].pin", "is missing"), and leaves the
+// rest.
+template <class T>
+void LoadFields(io::IArchiver& from, const char* name, T& object) {
+  fields::At(name, &from, [&](auto& at) { fields::Loader{at}.load(object); });
+}
+
+// Saves the object. Throws what the archiver throws.
+template <class T>
+void SaveFields(io::IArchiver& to, const T& object) {
+  fields::Saver members{*to.writeObject()};
+  const_cast<T&>(object).list(members);
+}
+
+}  // namespace vorn::foundation::json

@@ -1,0 +1,180 @@
+#pragma once
+
+#include <fcntl.h>
+#include <limits.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <string_view>
+
+#include <foundation/json/jsonreader.h>
+#include <foundation/text/stringutils.h>
+
+namespace vorn::foundation::json {
+
+// Why a file was not read or saved: a fault in its text, or else an errno and
+// the step that failed, "open", "read", "write", "sync" or "rename". Exhausted
+// memory is both, with ENOMEM.
+struct FileFault {
+  JsonFault text;
+  int error = 0;
+  const char* step = "";
+};
+
+// POSIX, with exceptions.
+namespace files {
+
+// Does the work. False, with the fault set, where that throws.
+template <class Work>
+bool Try(FileFault& fault, const char* step, Work work) try {
+  fault = FileFault();
+  return work();
+} catch (const FileFault& thrown) {
+  fault = thrown;
+  return false;
+} catch (const std::exception&) {
+  fault = {{JsonFault::Kind::NoMemory, 0, 0, 0, "", ""}, ENOMEM, step};
+  return false;
+}
+
+[[noreturn]] inline void Fail(int error, const char* step) {
+  throw FileFault{JsonFault(), error, step};
+}
+
+// Makes a system call, again where a signal interrupts it.
+template <class Call>
+auto Do(const char* step, Call call) {
+  for (;;) {
+    const auto result = call();
+    if (result >= 0) return result;
+    if (errno != EINTR) Fail(errno, step);
+  }
+}
+
+// An open file. With a mode, a new one beside another, which is removed at the
+// end, unless rename() was called.
+class File {
+ public:
+  File(const char* path, int flags)
+      : number_(Do("open", [&] { return open(path, flags | O_CLOEXEC); })) {}
+  File(const SafeString& path, mode_t mode) {
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+    for (int i = 0; number_ < 0 && (i == 0 || errno == EEXIST); ++i) {
+      name_ =
+          path + text::StringUtils::_InternalFormat(".%d-%d.new", getpid(), i);
+      number_ = open(name_.c_str(), kFlags, mode);
+    }
+    if (number_ < 0) Fail(errno, "open");
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  ~File() {
+    if (!name_.empty()) unlink(name_.c_str());
+    close(number_);
+  }
+
+  operator int() const { return number_; }
+
+  void rename(const SafeString& path) {
+    Do("rename", [&] { return std::rename(name_.c_str(), path.c_str()); });
+    name_.clear();
+  }
+
+ private:
+  SafeString name_;
+  int number_ = -1;
+};
+
+inline void CheckRegular(const struct stat& status) {
+  const bool folder = S_ISDIR(status.st_mode);
+  if (!S_ISREG(status.st_mode)) Fail(folder ? EISDIR : EINVAL, "open");
+}
+
+// The file that the path names, or would name, behind all symbolic links.
+inline SafeString Follow(SafeString path) {
+  char target[PATH_MAX];
+  for (int links = 0; links < 40; ++links) {
+    const ssize_t size = readlink(path.c_str(), target, sizeof target);
+    if (size <= 0) return path;
+    path.resize(target[0] == '/' ? 0 : path.rfind('/') + 1);
+    path.append(target, static_cast<std::size_t>(size));
+  }
+  Fail(ELOOP, "open");
+}
+
+inline SafeString Read(int file, std::size_t most) {
+  struct stat status;
+  Do("open", [&] { return fstat(file, &status); });
+  CheckRegular(status);
+  SafeString text;
+  const auto size = static_cast<std::size_t>(status.st_size);
+  text.reserve(size < most ? size : most);
+  char part[4096];
+  while (const auto more =
+             Do("read", [&] { return read(file, part, sizeof part); })) {
+    text.append(part, static_cast<std::size_t>(more));
+    if (text.size() > most) Fail(EFBIG, "read");
+  }
+  return text;
+}
+
+inline void Write(int file, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t done =
+        Do("write", [&] { return write(file, text.data(), text.size()); });
+    text.remove_prefix(static_cast<std::size_t>(done));
+  }
+}
+
+inline void Save(const SafeString& path, std::string_view text) {
+  const SafeString name = path.substr(0, path.rfind('/') + 1) + ".";
+  const File folder(name.c_str(), O_RDONLY | O_DIRECTORY);
+  struct stat former;
+  const bool exists = stat(path.c_str(), &former) == 0;
+  if (!exists && errno != ENOENT) Fail(errno, "open");
+  if (exists) CheckRegular(former);
+  File file(path, exists ? S_IRUSR | S_IWUSR : 0666);
+  Write(file, text);
+  Write(file, "\n");
+  if (exists) Do("write", [&] { return fchmod(file, former.st_mode & 07777); });
+  Do("sync", [&] { return fsync(file); });
+  file.rename(path);
+  // EINVAL: the file system has no need of it.
+  Do("sync", [&] { return fsync(folder) == 0 || errno == EINVAL ? 0 : -1; });
+}
+
+}  // namespace files
+
+// Reads a regular file of at most so many bytes. Returns whether the reader
+// holds its value; otherwise the reader is empty, and the fault says why.
+inline bool ReadFile(const char* path, std::size_t most, JsonReader& reader,
+                     FileFault& fault) {
+  reader.reset();
+  return files::Try(fault, "read", [&] {
+    const files::File file(path, O_RDONLY | O_NONBLOCK);
+    const SafeString text = files::Read(file, most);
+    if (text.find('\0') != text.npos) {
+      return reader.fromString(text.data(), text.size(), fault.text);
+    }
+    const bool read = reader.fromString(text, fault.text);  // without a copy
+    if (fault.text.kind == JsonFault::Kind::NoMemory) throw std::bad_alloc();
+    return read;
+  });
+}
+
+// Saves the value, formatted, and a line feed. They are written beside the
+// file, and take its name once they are on the disk: whatever fails, a loss of
+// power too, there is the former file or the whole new one. The file keeps its
+// mode. A symbolic link is followed, and what is no regular file refused. False
+// if the fault says why; after a "sync" alone the new file may be there.
+inline bool SaveFile(const char* path, const JBase& value, FileFault& fault) {
+  return files::Try(fault, "write", [&] {
+    files::Save(files::Follow(path), JsonReader::Format(&value));
+    return true;
+  });
+}
+
+}  // namespace vorn::foundation::json

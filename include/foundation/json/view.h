@@ -1,0 +1,182 @@
+#pragma once
+
+#include <iterator>
+#include <utility>
+
+#include <foundation/json/json.h>
+
+namespace vorn::foundation::json {
+
+struct Member;
+
+namespace viewing {
+
+// The types that as() and value() give.
+template <class T>
+using Readable =
+    std::enable_if_t<kIsInteger<T> ||
+                     kIsOneOf<T, bool, float, double, std::string_view,
+                              std::string, SafeString>>;
+
+// Whether a step of a path means the key: "~1" is "/" and "~0" is "~".
+inline bool Means(std::string_view step, std::string_view key) {
+  for (const char& character : key) {
+    const std::string_view wanted = character == '/' ? "~1"
+                                    : character == '~'
+                                        ? "~0"
+                                        : std::string_view(&character, 1);
+    if (step.substr(0, wanted.size()) != wanted) return false;
+    step.remove_prefix(wanted.size());
+  }
+  return step.empty();
+}
+
+}  // namespace viewing
+
+// Lends a value that may be absent. What is looked for in an absent value, or
+// in one of another kind, is absent. Valid as long as what the value belongs to
+// lends it. Throws nothing but the std::bad_alloc of a std::string or
+// SafeString that is asked for.
+class View {
+ public:
+  View() = default;
+  View(const JBase* value) : value_(value) {}
+  View(const JsonReader& reader) : value_(reader.getJson()) {}
+
+  // Whether there is a value, and the value, or null.
+  explicit operator bool() const { return value_ != nullptr; }
+  const JBase* get() const { return value_; }
+
+  bool is(JType type) const { return value_ && value_->type() == type; }
+
+  // The number of elements or members.
+  std::size_t size() const {
+    if (const auto* array = to<JArray>()) return array->length();
+    return is(JType::Object) ? to<JObject>()->length() : 0;
+  }
+
+  // The member, and the element.
+  View operator[](std::string_view key) const {
+    return is(JType::Object) ? to<JObject>()->at(key) : nullptr;
+  }
+  View operator[](std::size_t index) const {
+    const auto* array = to<JArray>();
+    if (array == nullptr || index >= array->length()) return View();
+    return array->at(static_cast<unsigned int>(index));
+  }
+
+  // What a path of RFC 6901 leads to: "/wifi/a~1b". The empty path leads here.
+  View at(std::string_view path) const {
+    if (path.empty() || path[0] != '/') return path.empty() ? *this : View();
+    path.remove_prefix(1);
+    const std::string_view step = path.substr(0, path.find('/'));
+    const View found = follow(step);
+    return found ? found.at(path.substr(step.size())) : found;
+  }
+
+  // The value of a boolean, a number or a string. An integer type takes decimal
+  // and hexadecimal integers, float and double the nearest value of any number.
+  // Absent is a value of another kind, and what the type cannot hold.
+  template <class T, class = viewing::Readable<T>>
+  std::optional<T> as() const {
+    if constexpr (std::is_same_v<T, bool>) {
+      if (const auto* flag = to<JBool>()) return flag->value();
+    } else if constexpr (std::is_arithmetic_v<T>) {
+      if (const auto* number = to<JNumber>()) return number->as<T>();
+    } else {
+      if (const auto* string = to<JString>()) return T(string->view());
+    }
+    return std::nullopt;
+  }
+
+  // The same, or else the given value. A literal gives a std::string_view.
+  template <class T, class = viewing::Readable<T>>
+  T value(T otherwise) const {
+    return as<T>().value_or(std::move(otherwise));
+  }
+  std::string_view value(const char* otherwise) const {
+    return value<std::string_view>(otherwise);
+  }
+  std::string_view value(std::nullptr_t) const = delete;
+
+  // for (View element : view), over an array.
+  class Element {
+   public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = View;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const View*;
+    using reference = View;
+
+    Element(const JArray* array, unsigned int index)
+        : array_(array), index_(index) {}
+
+    View operator*() const { return array_->at(index_); }
+    Element& operator++() { return ++index_, *this; }
+    bool operator==(Element other) const { return index_ == other.index_; }
+    bool operator!=(Element other) const { return index_ != other.index_; }
+
+   private:
+    const JArray* array_;
+    unsigned int index_;
+  };
+  Element begin() const { return {to<JArray>(), 0}; }
+  Element end() const {
+    return {nullptr, is(JType::Array) ? to<JArray>()->length() : 0};
+  }
+
+  // for (auto [key, value] : view.members()), over an object, in the order of
+  // enumeration.
+  class Members {
+   public:
+    explicit Members(JObject::Cursor cursor) : cursor_(cursor) {}
+
+    Members begin() const { return *this; }
+    Members end() const { return Members(JObject::Cursor()); }
+    Member operator*() const;
+    Members& operator++() { return ++cursor_, *this; }
+    bool operator!=(const Members& end) const { return cursor_ != end.cursor_; }
+
+   private:
+    JObject::Cursor cursor_;
+  };
+  Members members() const {
+    const auto* object = to<JObject>();
+    return Members(object ? JObject::Cursor(*object) : JObject::Cursor());
+  }
+
+ private:
+  // The value if it is of that class, else null.
+  template <class Value>
+  const Value* to() const {
+    return is(Value::kType) ? static_cast<const Value*>(value_) : nullptr;
+  }
+
+  // Where a step of a path leads.
+  View follow(std::string_view step) const {
+    if (is(JType::Array)) {
+      const bool plain = step == "0" || step.find_first_of("123456789") == 0;
+      const auto index = reading::ReadInteger<std::size_t>(step);
+      return plain && index ? (*this)[*index] : View();
+    }
+    const auto* object = to<JObject>();
+    if (step.find('~') == step.npos || object == nullptr) return (*this)[step];
+    JObject::Cursor member(*object);
+    while (member && !viewing::Means(step, member.key())) ++member;
+    return member ? member.value() : nullptr;
+  }
+
+  const JBase* value_ = nullptr;
+};
+
+// A member of an object: lends its key and its value.
+struct Member {
+  std::string_view key;
+  View value;
+};
+
+inline Member View::Members::operator*() const {
+  return {cursor_.key(), cursor_.value()};
+}
+
+}  // namespace vorn::foundation::json
