@@ -89,8 +89,8 @@ class File {
 };
 
 inline void CheckRegular(const struct stat& status) {
-  const bool folder = S_ISDIR(status.st_mode);
-  if (!S_ISREG(status.st_mode)) Fail(folder ? EISDIR : EINVAL, "open");
+  if (S_ISDIR(status.st_mode)) Fail(EISDIR, "open");
+  if (!S_ISREG(status.st_mode)) Fail(EINVAL, "open");
 }
 
 // The file that the path names, or would name, behind all symbolic links.
@@ -148,11 +148,12 @@ inline void Save(const SafeString& path, std::string_view text) {
 
 }  // namespace files
 
-// Reads a regular file of at most so many bytes. Returns whether the reader
-// holds its value; otherwise the reader is empty, and the fault says why.
-inline bool ReadFile(const char* path, std::size_t most, JsonReader& reader,
-                     FileFault& fault) {
-  reader.reset();
+// Reads a regular file of at most so many bytes into a JsonReader, or into a
+// JsonArchiver. Otherwise that is empty, and the fault says why.
+template <class Reader>
+bool ReadFile(const char* path, std::size_t most, Reader& reader,
+              FileFault& fault) {
+  reader.fromString(nullptr);
   return files::Try(fault, "read", [&] {
     const files::File file(path, O_RDONLY | O_NONBLOCK);
     const SafeString text = files::Read(file, most);
@@ -168,8 +169,8 @@ inline bool ReadFile(const char* path, std::size_t most, JsonReader& reader,
 // Saves the value, formatted, and a line feed. They are written beside the
 // file, and take its name once they are on the disk: whatever fails, a loss of
 // power too, there is the former file or the whole new one. The file keeps its
-// mode. A symbolic link is followed, and what is no regular file refused. False
-// if the fault says why; after a "sync" alone the new file may be there.
+// mode; a symbolic link is followed, and only a regular file is replaced. After
+// "sync" alone may the new file be there though the result is false.
 inline bool SaveFile(const char* path, const JBase& value, FileFault& fault) {
   return files::Try(fault, "write", [&] {
     files::Save(files::Follow(path), JsonReader::Format(&value));

@@ -7,7 +7,6 @@
 
 namespace vorn::foundation::json {
 
-// What Hint() is made of.
 namespace hint {
 
 using text::StringUtils;
