@@ -4,23 +4,14 @@
 // Usage: leakhunt [safe]   with the word, without the leak
 
 #include <iostream>
+#include <utility>
 
 #include <foundation/debug/objectmonitor.h>
-#include <foundation/debug/tracked.h>
-#include <foundation/generic/scopedpointer.h>
-#include <foundation/json/json.h>
+#include <foundation/json/build.h>
 
 using namespace vorn::foundation;
 using namespace vorn::foundation::json;
 using debug::ObjectMonitor;
-using generic::ScopedPointer;
-
-//! [tag]
-// Where a value is created. __FILE__ would do for the file, but names the
-// folder of the build, too.
-#define HERE \
-  debug::Tag { "leakhunt.cpp", __LINE__, __func__ }
-//! [tag]
 
 namespace {
 
@@ -29,8 +20,8 @@ constexpr unsigned int kMost = 5;  // messages that are kept
 //! [leak]
 // Keeps the message while there is room.
 void KeepLeaking(JArray& kept, const JBase* message) {
-  auto* entry = debug::Create<JObject>(HERE);
-  entry->setValue("from", debug::Create<JString>(HERE, "pump 7"));
+  auto* entry = debug::Create<JObject>(Here());
+  entry->setValue("from", debug::Create<JString>(Here(), "pump 7"));
   entry->setValue("message", message->clone());
   if (kept.length() < kMost) kept.append(entry);
 }
@@ -39,16 +30,8 @@ void KeepLeaking(JArray& kept, const JBase* message) {
 //! [mended]
 // The same, with an owner for each value on every way out.
 void Keep(JArray& kept, const JBase* message) {
-  ScopedPointer<JObject> entry(debug::Create<JObject>(HERE));
-  ScopedPointer<JBase> from(debug::Create<JString>(HERE, "pump 7"));
-  entry->setValue("from", from.get());
-  from.release();
-  ScopedPointer<JBase> copy(message->clone());
-  entry->setValue("message", copy.get());
-  copy.release();
-  if (kept.length() == kMost) return;
-  kept.append(entry.get());
-  entry.release();
+  auto entry = MakeObject(Here(), "from", "pump 7", "message", View(message));
+  if (kept.length() < kMost) Append(Here(), kept, std::move(entry));
 }
 //! [mended]
 
@@ -61,8 +44,7 @@ void Receive(JArray& kept, Keeping keep) {
 
 //! [hunt]
 void Hunt(Keeping keep) {
-  const ScopedPointer<JArray> kept(debug::Create<JArray>(HERE));
-  if (!kept) return;
+  const auto kept = MakeArray(Here());
   // What is to grow has grown before the mark is set.
   for (int i = 0; i < 10; ++i) Receive(*kept.get(), keep);
   ObjectMonitor::Mark("warm");
