@@ -10,13 +10,17 @@ foreach(name CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR)
   endif()
 endforeach()
 
-set(gdb "${CMAKE_INSTALL_DATAROOTDIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}")
+# Named after the prefix that is given when it is installed.
+set(gdb "${CMAKE_INSTALL_DATAROOTDIR}/gdb/auto-load")
+string(APPEND gdb "\${vorn_prefix}/${CMAKE_INSTALL_LIBDIR}")
 set(cmake_package "${CMAKE_INSTALL_LIBDIR}/cmake/VornJson")
 set(pkg_config "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
 # What folders are made: at the end of the file they become readable, whatever
 # the umask.
 string(CONFIGURE [[
+cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_PREFIX NORMALIZE
+  OUTPUT_VARIABLE vorn_prefix)
 set(vorn_made "")
 foreach(folder @CMAKE_INSTALL_BINDIR@ @CMAKE_INSTALL_DOCDIR@ @gdb@
     @CMAKE_INSTALL_INCLUDEDIR@/foundation @CMAKE_INSTALL_MANDIR@/man1

@@ -5,8 +5,11 @@
 #   $1 = JObject of size 2 = {["a"] = 0.50, ["b"] = JArray of length 1 = {true}}
 #   (gdb) json-live                 objects by the tag they were created under
 #   (gdb) json-live settings.cpp    tags with this text in them, and the objects
+#   (gdb) json-trace clone          from now on, the lines that objects under
+#                                   such a tag come from
 #
-# Memory is read and nothing is called, so that a core file will do. What is
+# Memory is read and nothing is called, so that a core file will do; json-trace
+# needs the program to run. What is
 # large or deep is cut: see "help set print elements", "help set print
 # max-depth". The debug information of the libraries is needed.
 #
@@ -20,6 +23,7 @@
 # build take "source FILE".
 
 import collections
+import re
 import struct
 
 import gdb
@@ -304,3 +308,97 @@ With a text, only the tags with this text in them, each with its objects."""
 
 
 Live()
+
+
+# Where objects come from -----------------------------------------------------
+
+# Of this library and the framework's two, and of their inline functions.
+def of_the_library(frame):
+    name = gdb.solib_name(frame.pc()) or ''
+    table = frame.find_sal().symtab
+    return bool(re.search(r'/lib(json|foundations|debugs)\.so', name) or
+                table is None or '/foundation/' in table.filename)
+
+
+def caller():
+    frame = gdb.newest_frame()
+    while frame is not None and of_the_library(frame):
+        frame = frame.older()
+    if frame is None:
+        return 'unknown'
+    place = frame.find_sal()
+    file = place.symtab.filename.rpartition('/')[2]
+    return f'{file}:{place.line} {frame.name()}'
+
+
+class Watch(gdb.Breakpoint):
+    """Has a function of the monitor noted, and lets the program go on."""
+
+    def __init__(self, function, note):
+        super().__init__(f'{FOUNDATION}debug::ObjectMonitor::{function}',
+                         internal=True)
+        self.silent = True
+        self.note = note
+
+    # Some of its places are those that only lead to the function.
+    def stop(self):
+        frame = gdb.newest_frame()
+        if frame.function() is not None:
+            self.note(frame)
+        return False
+
+
+class Trace(gdb.Command):
+    """Say which lines made the live objects of a tag.
+Usage: json-trace [TEXT]
+
+With a text, notes from now on which line of the program each object comes from
+that is created under a tag with this text in it. Given once more, or without a
+text, lists those that are alive by their lines. Another text starts anew."""
+
+    def __init__(self):
+        super().__init__('json-trace', gdb.COMMAND_DATA)
+        self.text = None
+        self.watches = []
+        self.objects = {}
+
+    def invoke(self, argument, from_tty):
+        if argument and argument != self.text:
+            self.start(argument)
+        elif self.text is None:
+            raise gdb.GdbError('Nothing is traced: give a text of a tag.')
+        else:
+            self.list()
+
+    def start(self, text):
+        monitored('shadow')  # fails if its variables cannot be read
+        for watch in self.watches:
+            watch.delete()
+        self.text = text
+        self.objects = {}
+        self.watches = [Watch('_IncLeak', self.created)] + [
+            Watch(name, self.released) for name in
+            ('_DecLeak', '_DecLeakEx', '_DecLeakInfo', '_DecLeakInfoEx')]
+
+    def created(self, frame):
+        tag = '{}:{} {}'.format(frame.read_var('file').string(),
+                                int(frame.read_var('line')),
+                                frame.read_var('function').string())
+        address = int(frame.read_var('object'))
+        if self.text in tag and address:
+            self.objects[address] = caller(), int(frame.read_var('size'))
+
+    def released(self, frame):
+        self.objects.pop(int(frame.read_var('object')), None)
+
+    def list(self):
+        lines = collections.defaultdict(list)
+        for line, size in self.objects.values():
+            lines[line].append(size)
+        print('  objects       bytes  made by')
+        for line, sizes in sorted(lines.items(),
+                                  key=lambda item: (-sum(item[1]), item[0])):
+            print(f'{len(sizes):9} {sum(sizes):11}  {line}')
+
+
+Trace()

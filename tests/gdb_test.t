@@ -6,10 +6,10 @@ The libraries are installed, so that gdb loads the printers by itself.
 
   $ { cmake -S "$SOURCE" -B build -G Ninja -DCMAKE_BUILD_TYPE=Debug \
   >     -DCMAKE_CXX_COMPILER="$COMPILER" ${TOOLCHAIN:+--toolchain "$TOOLCHAIN"} \
-  >     -DCMAKE_INSTALL_PREFIX="$PWD" -DCMAKE_INSTALL_LIBDIR=lib \
+  >     -DCMAKE_INSTALL_LIBDIR=lib \
   >     -DVORN_BUILD_TESTS=OFF && cmake --build build --target vorn_json &&
   >   for part in {,framework-}development library framework; do
-  >     cmake --install build --component $part
+  >     cmake --install build --prefix "$PWD" --component $part
   >   done && "$COMPILER" -std=c++17 -g "$SOURCE/tests/gdb/program.cpp" \
   >     -Iinclude -Llib -ljson -lfoundations -ldebugs -Wl,-rpath,"$PWD/lib" \
   >     -o program; } >log 2>&1 || cat log
@@ -26,7 +26,9 @@ The libraries are installed, so that gdb loads the printers by itself.
   >   ask "" >/dev/null
   > }
   $ run() {
-  >   [ -n "$EMULATOR" ] || { start -ex run; return; }
+  >   [ -n "$EMULATOR" ] || {
+  >     start -ex "break main" -ex run "$@" -ex continue; return
+  >   }
   >   rm -f socket
   >   $EMULATOR -g "$PWD/socket" program >/dev/null 2>&1 &
   >   # Until it listens, or is gone.
@@ -34,14 +36,15 @@ The libraries are installed, so that gdb loads the printers by itself.
   >     kill -0 $! || return
   >   done
   >   start -ex "set sysroot ${EMULATOR##* }" -ex "set solib-search-path lib" \
-  >     -ex "target remote $PWD/socket" -ex continue
+  >     -ex "target remote $PWD/socket" -ex "break main" -ex continue \
+  >     "$@" -ex continue
   > }
   $ ask() {
   >   printf '%s\n' "$1" 'echo \nEND\n' >&3
   >   sed -uE '/^END$/Q; /^$/d; s/0x[0-9a-f]{5,}/ADDRESS/' <&4
   > }
 
-  $ run
+  $ run -ex "json-trace clone"
   $ show() { echo "$1" >>asked; ask "$1" | tee -a shown; }
   $ show 'output text'
   "tab\t, zero\000, end"
@@ -91,6 +94,12 @@ The libraries are installed, so that gdb loads the printers by itself.
   $ show 'set print max-depth 3'
   $ show 'output deep'
   JsonReader = {tree = JArray of length 1 = {JArray of length 1 = {JArray of length 1 = {...}}}}
+
+The lines that clones come from, since main() began.
+
+  $ ask 'json-trace clone'
+    objects       bytes  made by
+          6 +(208|132)  program.cpp:43 main (re)
 
 A core file shows the same.
 

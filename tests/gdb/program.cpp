@@ -39,6 +39,8 @@ int main() {
   child = archiver.writeArrayByField("list");
   child->writeObjectByIndex(0);
 
+  value->clone()->dispose();
+  value->clone();
   debug::ObjectMonitor::_IncLeak(&plains[1], "pump.cpp", 7, "Fill", 4);
   auto* array = debug::Create<JArray>(kTag);
   array->append(debug::Create<JBool>(kTag, true));
