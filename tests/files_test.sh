@@ -32,14 +32,14 @@ both "open 22 at 0" pipe
 both "open 40 at 0" loop
 both "open 2 at 0" nowhere/file
 check " 0 at 3" "${program[@]}" nul 9
-[[ $# -eq 1 ]] || exit 0 # no emulator
+# An emulator and a sanitizer have calls of their own.
+[[ $# -eq 1 ]] && ! grep -q __asan_init "$1" || exit 0
 
 # The calls in their order, and with each of them failing.
-export ASAN_OPTIONS=detect_leaks=0 # which is a tracer itself
 strace -o calls -e trace=openat,write,fchmod,fsync,rename,unlink "$1" old >result
-check "openat folder openat beside write write fchmod fsync rename fsync write" \
+check "openat folder openat beside write write fchmod fsync rename fsync" \
   eval "sed -n '/\"\\.\",/,\$ { s/(.*\"\\.\",.*/ folder/; s/(.*O_EXCL.*/ beside/
-    s/(.*//; /^+/!p }' calls | paste -sd ' '"
+    s/(.*//; /^+/!p }' calls | paste -sd ' ' | grep -o '.*fsync'"
 while read -r call when expected; do
   echo former >old
   strace -o calls -e inject="$call:error=EIO:when=$when" "$1" old >result

@@ -129,7 +129,7 @@ class View {
   // enumeration.
   class Members {
    public:
-    explicit Members(JObject::Cursor cursor) : cursor_(cursor) {}
+    explicit Members(const JObject::Cursor& cursor) : cursor_(cursor) {}
 
     Members begin() const { return *this; }
     Members end() const { return Members(JObject::Cursor()); }
