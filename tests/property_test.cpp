@@ -32,7 +32,8 @@ constexpr Case kCases[] = {
     {"Text", CheckText, 5000},
     {"Number", CheckNumber, 3000},
     {"NumberInAGlobalLocale", CheckNumber, 1000, Locale::Global},
-    {"NumberWithADecimalComma", CheckNumber, 1000, Locale::Comma}};
+    {"NumberWithADecimalComma", CheckNumber, 1000, Locale::Comma},
+    {"Tool", CheckTool, 200}};
 
 // Of the folder that VORN_DOCUMENTS names, if it does.
 std::vector<std::string> ReadSeeds() {

@@ -1,85 +1,19 @@
 #include "path.h"
 
+#include <algorithm>
 #include <charconv>
 #include <system_error>
 
-#include <foundation/debug/tracked.h>
-#include <foundation/generic/scopedpointer.h>
-#include <foundation/json/json.h>
 #include <foundation/text/stringutils.h>
-
-#include "checked.h"
-#include "compile.h"
 
 namespace vjson {
 
-using namespace vorn::foundation;
-using namespace vorn::foundation::json;
-using generic::ScopedPointer;
-using text::StringUtils;
-
-// Keys ------------------------------------------------------------------------
-
-SafeString Quoted(const SafeString& text) {
-  constexpr debug::Tag kTag{"tools/vjson", 1, "Quoted"};
-  const ScopedPointer<JString> value(
-      Checked(debug::Create<JString>(kTag, text)));
-  return JsonReader::Compress(value.get());
-}
-
-SafeString Unquoted(std::string_view quoted) {
-  const SafeString text(quoted);
-  const char* cursor = text.c_str();
-  const ScopedPointer<JBase> value(Checked(json::Compile(cursor)));
-  return static_cast<const JString*>(value.get())->value();
-}
-
-namespace {
-
-bool IsName(const SafeString& key) {
-  static constexpr char kLetters[] =
-      "_abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
-  const bool begins = !key.empty() && (key[0] < '0' || key[0] > '9');
-  return begins && key.find_first_not_of(kLetters) == SafeString::npos;
-}
-
-}  // namespace
-
-SafeString KeyText(const SafeString& key) {
-  return IsName(key) ? key : Quoted(key);
-}
-
-// From places to paths --------------------------------------------------------
-
-namespace {
-
-SafeString StepText(const Place& place) {
-  if (place.key == nullptr) {
-    return StringUtils::_InternalFormat("[%u]", place.index);
-  }
-  if (!IsName(*place.key)) return "[" + Quoted(*place.key) + "]";
-  const bool first = place.above->above == nullptr;
-  return first ? *place.key : "." + *place.key;
-}
-
-void AppendPath(const Place& place, SafeString& path) {
-  if (place.above == nullptr) return;
-  AppendPath(*place.above, path);
-  path += StepText(place);
-}
-
-}  // namespace
-
-SafeString PathOf(const Place& place) {
-  SafeString path;
-  AppendPath(place, path);
-  return path;
-}
+using vorn::foundation::text::StringUtils;
 
 // From paths to steps ---------------------------------------------------------
 //
 // Every Take function is entered with the position on what it takes, and leaves
-// it behind.
+// the position behind that.
 
 namespace {
 
@@ -91,7 +25,8 @@ Step TakeName(std::string_view path, std::size_t& at) {
   const std::size_t begin = at;
   at = std::min(path.find_first_of(".[]", at), path.size());
   if (at == begin) throw PathFault{at, "a name is missing"};
-  return {true, SafeString(path.substr(begin, at - begin)), 0, at};
+  const SafeString key(path.substr(begin, at - begin));
+  return {true, key, Quote(key), Step::kNoIndex, at};
 }
 
 // A backslash takes the quotation mark, or backslash, behind it along.
@@ -104,7 +39,8 @@ Step TakeKey(std::string_view path, std::size_t& at) {
   }
   if (at >= path.size()) throw PathFault{path.size(), "'\"' is missing"};
   ++at;
-  return {true, Unquoted(path.substr(begin, at - begin)), 0, at};
+  const std::string_view quoted = path.substr(begin, at - begin);
+  return {true, Unquote(quoted), SafeString(quoted), Step::kNoIndex, at};
 }
 
 Step TakeIndex(std::string_view path, std::size_t& at) {
@@ -117,7 +53,7 @@ Step TakeIndex(std::string_view path, std::size_t& at) {
   }
   if (end == begin) throw PathFault{at, "an index or a string is missing"};
   at += static_cast<std::size_t>(end - begin);
-  return {false, SafeString(), index, at};
+  return {false, SafeString(), SafeString(), index, at};
 }
 
 Step TakeBracket(std::string_view path, std::size_t& at) {
@@ -128,51 +64,87 @@ Step TakeBracket(std::string_view path, std::size_t& at) {
   return step;
 }
 
-}  // namespace
+// The index that a JSON Pointer means in an array: "-" is behind the end.
+std::size_t PointerIndex(std::string_view token) {
+  std::size_t index = Step::kBehind;
+  const bool zero = token.size() > 1 && token[0] == '0';
+  const bool digits = !token.empty() && !zero &&
+                      token.find_first_not_of("0123456789") == token.npos;
+  if (!digits && token != "-") return Step::kNoIndex;
+  std::from_chars(token.data(), token.data() + token.size(), index);
+  return index;
+}
 
-std::vector<Step> StepsOf(std::string_view path) {
-  std::vector<Step> steps;
-  std::size_t at = 0;
-  while (at < path.size()) {
-    if (path[at] == '[') {
-      steps.push_back(TakeBracket(path, at));
+Step TakePointerToken(std::string_view path, std::size_t& at) {
+  SafeString key;
+  const std::size_t begin = ++at;
+  for (; at < path.size() && path[at] != '/'; ++at) {
+    if (path[at] != '~') {
+      key += path[at];
       continue;
     }
-    if (at > 0 && path[at++] != '.') {
-      throw PathFault{at - 1, "'.' or '[' is missing"};
+    ++at;
+    if (!Is(path, at, '0') && !Is(path, at, '1')) {
+      throw PathFault{at, "'0' or '1' is missing behind '~'"};
     }
-    steps.push_back(TakeName(path, at));
+    key += path[at] == '0' ? '~' : '/';
   }
-  return steps;
+  return {true, key, Quote(key), PointerIndex(path.substr(begin, at - begin)),
+          at};
 }
 
-// From steps to values --------------------------------------------------------
-
-const JBase* Follow(const JBase& value, const Step& step) {
-  if (step.by_key && value.type() == JType::Object) {
-    return static_cast<const JObject&>(value).at(step.key);
+Step TakeStep(std::string_view path, std::size_t& at) {
+  if (path[0] == '/') return TakePointerToken(path, at);
+  if (path[at] == '[') return TakeBracket(path, at);
+  if (at > 0 && path[at++] != '.') {
+    throw PathFault{at - 1, "'.' or '[' is missing"};
   }
-  if (!step.by_key && value.type() == JType::Array) {
-    return static_cast<const JArray&>(value).at(step.index);
-  }
-  return nullptr;
+  return TakeName(path, at);
 }
 
-SafeString WhyNot(const JBase& value, const Step& step) {
-  if (step.by_key && value.type() == JType::Object) return "no such key";
-  if (step.by_key || value.type() != JType::Array) {
-    return StringUtils::_InternalFormat("not in a value of the kind %s",
-                                        KindOf(value));
+}  // namespace
+
+Path ParsePath(std::string_view text) {
+  Path path{text, {}};
+  for (std::size_t at = 0; at < text.size();) {
+    path.steps.push_back(TakeStep(text, at));
   }
-  return StringUtils::_InternalFormat(
-      "past the end, the length is %u",
-      static_cast<const JArray&>(value).length());
+  return path;
 }
 
-const char* KindOf(const JBase& value) {
-  static constexpr const char* kKinds[] = {"null",   "bool",  "number",
-                                           "string", "array", "object"};
-  return kKinds[static_cast<int>(value.type())];
+Path ParsePathOrFail(const char* text) {
+  try {
+    return ParsePath(text);
+  } catch (const PathFault& fault) {
+    PrintErrorAt({"path", {1, fault.at + 1}, text, fault.at}, "Path",
+                 fault.message);
+    throw Failure{kTrouble};
+  }
+}
+
+// From steps to paths ---------------------------------------------------------
+
+SafeString StepText(const SafeString& key, bool first) {
+  if (!IsName(key)) return "[" + Quote(key) + "]";
+  return first ? key : "." + key;
+}
+
+SafeString StepText(std::size_t index) {
+  return StringUtils::_InternalFormat("[%zu]", index);
+}
+
+SafeString PointerText(const SafeString& key) {
+  SafeString text = "/";
+  for (const char character : key) {
+    const bool escaped = character == '~' || character == '/';
+    if (escaped) text += '~';
+    text += character == '~' ? '0' : character == '/' ? '1' : character;
+  }
+  return text;
+}
+
+SafeString PointerText(std::size_t index) {
+  return StringUtils::_InternalFormat("/%zu", index);
 }
 
 }  // namespace vjson

@@ -4,45 +4,29 @@
 #include <string_view>
 #include <vector>
 
-#include <foundation/json/jbase.h>
-#include <foundation/text/safestring.h>
+#include "report.h"
+#include "text.h"
 
 namespace vjson {
 
-// Paths: the names of the values of a tree, such as a.b[2]["odd key"]; the root
-// has the empty one.
+// Paths: the names of the values of a text. The outermost value has the empty
+// one. A path that begins with "/" is a JSON Pointer (RFC 6901), any other is
 //
 //   path = [ ( name / index / key ) *( "." name / index / key ) ]
 //   name = 1*( any character but "." "[" "]" )
 //   index = "[" 1*DIGIT "]"
 //   key = "[" string "]"
 
-using vorn::foundation::SafeString;
-using vorn::foundation::json::JBase;
-
-// A place in a tree: a step, by key or by index, from the place above. The root
-// has none above.
-struct Place {
-  const Place* above = nullptr;
-  const SafeString* key = nullptr;
-  unsigned int index = 0;
-};
-
-SafeString PathOf(const Place& place);
-
-// The text as a string in the dialect, and what such a string stands for.
-SafeString Quoted(const SafeString& text);
-SafeString Unquoted(std::string_view quoted);
-
-// A key as it stands in a path: as it is where it looks like a name in a
-// program, else quoted.
-SafeString KeyText(const SafeString& key);
-
-// A step of a path, by key or by index, and where it ends in the path.
+// A step of a path: by key or by index, or by either where only the value
+// tells, and where it ends in the path.
 struct Step {
+  static constexpr std::size_t kNoIndex = static_cast<std::size_t>(-1);
+  static constexpr std::size_t kBehind = kNoIndex - 1;  // the end of an array
+
   bool by_key;
   SafeString key;
-  unsigned int index;
+  SafeString quoted;  // the key as a string
+  std::size_t index;
   std::size_t end;
 };
 
@@ -52,17 +36,22 @@ struct PathFault {
   const char* message;
 };
 
-// The steps of a path. Throws PathFault.
-std::vector<Step> StepsOf(std::string_view path);
+struct Path {
+  std::string_view text;
+  std::vector<Step> steps;
+};
 
-// The value that the step leads to, which the tree keeps; null if there is
-// none.
-const JBase* Follow(const JBase& value, const Step& step);
+// Throws PathFault.
+Path ParsePath(std::string_view text);
 
-// Why there is none.
-SafeString WhyNot(const JBase& value, const Step& step);
+// The same; prints the fault and ends the command.
+Path ParsePathOrFail(const char* text);
 
-// The name of the value's kind.
-const char* KindOf(const JBase& value);
+// What leads from a value to its child, by key or by index, behind the path of
+// the value; and the same for a JSON Pointer.
+SafeString StepText(const SafeString& key, bool first);
+SafeString StepText(std::size_t index);
+SafeString PointerText(const SafeString& key);
+SafeString PointerText(std::size_t index);
 
 }  // namespace vjson

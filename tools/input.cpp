@@ -1,0 +1,246 @@
+#include "input.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <algorithm>
+#include <cerrno>
+#include <cinttypes>
+#include <cstring>
+
+#include <foundation/text/stringutils.h>
+
+namespace vjson {
+
+using vorn::foundation::text::StringUtils;
+
+namespace {
+
+constexpr std::size_t kAround = 128;  // bytes kept on both sides of a place
+
+}  // namespace
+
+bool IsStandardInput(const char* name) { return std::strcmp(name, "-") == 0; }
+
+// The window ------------------------------------------------------------------
+
+Input::Input(const char* name, std::size_t window)
+    : name_(name),
+      line_(0),
+      file_(IsStandardInput(name) ? STDIN_FILENO
+                                  : open(name, O_RDONLY | O_CLOEXEC)),
+      ended_(false),
+      buffer_(window, '\0') {
+  begin_ = end_ = at_ = buffer_.data();
+  struct stat status;
+  if (file_ < 0 || fstat(file_, &status) != 0) Fail(name, std::strerror(errno));
+  const off_t start = lseek(file_, 0, SEEK_CUR);
+  if (!S_ISREG(status.st_mode) || start < 0) return;
+  constexpr std::uint64_t kLarge = 10'000'000;
+  regular_ = true;
+  start_ = static_cast<std::uint64_t>(start);
+  size_ = static_cast<std::uint64_t>(status.st_size);
+  progress_ = size_ > kLarge && isatty(STDERR_FILENO) != 0;
+}
+
+Input::Input(const char* name, std::string_view text, std::uint64_t line)
+    : name_(name),
+      line_(line),
+      begin_(text.data()),
+      end_(begin_ + text.size()),
+      at_(begin_) {
+  first_.position.line = last_.position.line = std::max<std::uint64_t>(line, 1);
+}
+
+Input::~Input() {
+  if (progress_) ClearProgress();
+  if (file_ > STDIN_FILENO) close(file_);
+}
+
+SafeString Input::Subject() const {
+  if (line_ == 0) return name_;
+  return StringUtils::_InternalFormat("%s:%" PRIu64, name_, line_);
+}
+
+// Makes room in a full window: gives up what is in front of the token, except
+// for what an excerpt needs, and doubles the window where that is little.
+void Input::MoveWindow() {
+  const char* const keep = token_ != nullptr ? token_ : at_;
+  const char* const from =
+      keep - std::min<std::ptrdiff_t>(kAround, keep - begin_);
+  first_ = last_ = {OffsetOf(from), PositionOf(OffsetOf(from))};
+  base_ = first_.offset;
+  const auto gone = from - begin_;
+  const auto size = static_cast<std::size_t>(end_ - from);
+  std::memmove(buffer_.data(), from, size);
+  const auto cursor = at_ - from;
+  const auto token = keep - from;
+  if (gone < static_cast<std::ptrdiff_t>(buffer_.size() / 2)) {
+    buffer_.resize(buffer_.size() * 2);
+  }
+  begin_ = buffer_.data();
+  end_ = begin_ + size;
+  at_ = begin_ + cursor;
+  if (token_ != nullptr) token_ = begin_ + token;
+}
+
+// Reads into the room behind the window; returns how many bytes.
+std::size_t Input::ReadBlock() {
+  const auto used = static_cast<std::size_t>(end_ - begin_);
+  ssize_t count = 0;
+  do {
+    count = read(file_, buffer_.data() + used, buffer_.size() - used);
+  } while (count < 0 && errno == EINTR);
+  if (count < 0) Fail(name_, std::strerror(errno));
+  const std::size_t end = used + static_cast<std::size_t>(count);
+  buffer_[end] = '\0';
+  return static_cast<std::size_t>(count);
+}
+
+// Reads more; false at the end of the input.
+bool Input::Fill() {
+  if (ended_) return false;
+  if (end_ == buffer_.data() + buffer_.size()) MoveWindow();
+  const std::size_t count = ReadBlock();
+  ended_ = count == 0;
+  end_ += count;
+  const std::uint64_t done = OffsetOf(end_);
+  if (progress_ && done >> 20 != (done - count) >> 20) {
+    ShowProgress(name_, done, size_);
+  }
+  return !ended_;
+}
+
+void Input::Need(std::size_t count) {
+  while (static_cast<std::size_t>(end_ - at_) < count && Fill()) {
+  }
+}
+
+bool Input::StartsWith(std::string_view word) {
+  Need(word.size());
+  const std::string_view rest(at_, static_cast<std::size_t>(end_ - at_));
+  return rest.substr(0, word.size()) == word;
+}
+
+bool Input::CanRewind() {
+  if (regular_) return true;
+  Need(buffer_.size());
+  return ended_;
+}
+
+void Input::Rewind() {
+  token_ = nullptr;
+  if (base_ != 0) {
+    if (lseek(file_, static_cast<off_t>(start_), SEEK_SET) < 0) {
+      Fail(name_, std::strerror(errno));
+    }
+    ended_ = false;
+    base_ = 0;
+    end_ = begin_;
+    buffer_[0] = '\0';
+  }
+  at_ = begin_;
+  first_ = last_ = {0, {std::max<std::uint64_t>(line_, 1), 1}};
+}
+
+// Whole texts and lines -------------------------------------------------------
+
+bool Input::ReadLine(std::string_view& line) {
+  DropToken();
+  if (AtEnd()) return false;
+  BeginToken();
+  SkipWhile([](char byte) { return byte != '\n' && byte != '\0'; });
+  line = Token();
+  if (at_ == end_) return true;
+  if (*at_ == '\n') {
+    buffer_[static_cast<std::size_t>(at_ - begin_)] = '\0';
+    Skip();
+  } else {
+    Skip();
+    line = Token();
+    at_ = end_;
+    ended_ = true;
+  }
+  return true;
+}
+
+SafeString Input::ReadAll() {
+  SafeString text;
+  text.reserve(static_cast<std::size_t>(size_));
+  do {
+    text.append(at_, end_);
+    const bool nul = std::find(at_, end_, '\0') != end_;
+    at_ = end_;
+    if (nul) break;
+  } while (Fill());
+  return text;
+}
+
+bool Input::ReadAgain(SafeString& text) {
+  constexpr std::uint64_t kMost = 16'000'000;
+  constexpr std::size_t kBehind = 16;
+  Need(kBehind);
+  const std::uint64_t end = std::min(Offset() + kBehind, OffsetOf(end_));
+  if (line_ != 0 || end > kMost || (base_ != 0 && !regular_)) return false;
+  const auto size = static_cast<std::size_t>(end);
+  if (base_ == 0) {
+    text.assign(begin_, size);
+    return true;
+  }
+  text.resize(size);
+  return pread(file_, text.data(), size, static_cast<off_t>(start_)) ==
+         static_cast<ssize_t>(size);
+}
+
+Status ForEachText(const char* file, bool lines,
+                   const std::function<Status(Input&)>& work) {
+  Input input(file);
+  if (!lines) return work(input);
+  Status status = kYes;
+  std::string_view line;
+  for (std::uint64_t number = 1; input.ReadLine(line); ++number) {
+    if (line.find_first_not_of(" \t\v\f\r") == line.npos) continue;
+    Input text(file, line, number);
+    status = std::max(status, work(text));
+  }
+  return status;
+}
+
+// Places ----------------------------------------------------------------------
+
+// Behind a carriage return, the byte at the offset decides whether the line has
+// ended. Every byte of the input comes by here: line feeds alone are counted
+// several at a time.
+Position Input::PositionOf(std::uint64_t offset) {
+  if (offset < last_.offset) last_ = first_;
+  const char* const begin = begin_ + (last_.offset - base_);
+  const char* const end = begin_ + (offset - base_);
+  const auto ends_line = [](const char& c) {
+    return c == '\n' || (c == '\r' && (&c)[1] != '\n');
+  };
+  const char* line = end;
+  while (line != begin && !ends_line(line[-1])) --line;
+  const auto column = static_cast<std::uint64_t>(end - line);
+  last_.offset = offset;
+  last_.position.column = column + (line == begin ? last_.position.column : 1);
+  const auto lines = std::find(begin, end, '\r') == end
+                         ? std::count(begin, end, '\n')
+                         : std::count_if(begin, end, ends_line);
+  last_.position.line += static_cast<std::uint64_t>(lines);
+  return last_.position;
+}
+
+Place Input::PlaceOf(std::uint64_t offset) {
+  Need(kAround);
+  const Position position = PositionOf(offset);
+  const char* const at = begin_ + (offset - base_);
+  const auto size = static_cast<std::size_t>(
+      std::min<std::uint64_t>({kAround, offset - base_, position.column - 1}));
+  const std::string_view behind(
+      at, std::min(kAround, static_cast<std::size_t>(end_ - at)));
+  const std::size_t after =
+      std::min(behind.find_first_of("\r\n"), behind.size());
+  return {name_, position, {at - size, size + after}, size};
+}
+
+}  // namespace vjson

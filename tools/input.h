@@ -1,0 +1,127 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string_view>
+
+#include "report.h"
+#include "text.h"
+
+namespace vjson {
+
+// The file of this name is standard input.
+bool IsStandardInput(const char* name);
+
+// Reads a file, or a text in memory, through a window that moves on. The window
+// grows for a token that does not fit. The byte at the cursor is a NUL at the
+// end of the input.
+class Input {
+ public:
+  static constexpr std::size_t kWindow = 65'536;
+
+  // Errors end the command. REQUIRES: the name outlives the input; the window
+  // has 256 bytes or more.
+  explicit Input(const char* name, std::size_t window = kWindow);
+
+  // A text in memory, by default a line of the file. REQUIRES: a NUL follows
+  // the text; the text outlives the input.
+  Input(const char* name, std::string_view text, std::uint64_t line = 0);
+
+  Input(const Input&) = delete;
+  Input& operator=(const Input&) = delete;
+  ~Input();
+
+  const char* name() const { return name_; }
+  std::uint64_t line() const { return line_; }
+
+  // How errors name it: the file, with the line for a text that is a line.
+  SafeString Subject() const;
+
+  char Peek() {
+    if (*at_ == '\0' && at_ == end_) Fill();
+    return *at_;
+  }
+  bool AtEnd() { return Peek() == '\0' && at_ == end_; }
+
+  // REQUIRES: the next bytes, so many, have been looked at.
+  void Skip(std::size_t count = 1) { at_ += count; }
+
+  // Skips the bytes that the predicate holds for. REQUIRES: not for a NUL.
+  template <class Predicate>
+  void SkipWhile(Predicate holds) {
+    do {
+      const char* at = at_;
+      while (holds(*at)) ++at;
+      at_ = at;
+    } while (at_ == end_ && Fill());
+  }
+
+  bool StartsWith(std::string_view word);
+
+  // From here to the cursor is a token, which stays in the window until the
+  // next call. DropToken() keeps none; Unread() goes back to its beginning.
+  void BeginToken() { token_ = at_; }
+  void DropToken() { token_ = nullptr; }
+  void Unread() { at_ = token_; }
+  std::string_view Token() const {
+    return {token_, static_cast<std::size_t>(at_ - token_)};
+  }
+
+  // Whether the input can be read again: a regular file, a text in memory, and
+  // what fits into the window. REQUIRES: nothing is skipped yet.
+  bool CanRewind();
+  void Rewind();
+
+  // The next line, without its line feed; false at the end. Ends it with a NUL,
+  // and at its first NUL. Valid until the next call.
+  bool ReadLine(std::string_view& line);
+
+  // The whole text from the cursor on, or up to the block of the first NUL.
+  SafeString ReadAll();
+
+  // The offset of the cursor, and the place of an offset. REQUIRES: the offset
+  // is in the token or at the cursor.
+  std::uint64_t Offset() const { return OffsetOf(at_); }
+  Position PositionOf(std::uint64_t offset);
+  Place PlaceOf(std::uint64_t offset);
+
+  // Reads the text again, up to a few bytes behind the cursor. Returns false
+  // where it cannot be had any more, and for a line.
+  bool ReadAgain(SafeString& text);
+
+ private:
+  struct Known {
+    std::uint64_t offset;
+    Position position;
+  };
+
+  bool Fill();
+  void MoveWindow();
+  std::size_t ReadBlock();
+  void Need(std::size_t count);
+  std::uint64_t OffsetOf(const char* at) const {
+    return base_ + static_cast<std::uint64_t>(at - begin_);
+  }
+
+  const char* const name_;
+  const std::uint64_t line_;  // of a text that is one, else 0
+  int file_ = -1;             // none for a text in memory
+  bool ended_ = true;         // the window ends where the input does
+  bool regular_ = false;
+  std::uint64_t start_ = 0;  // of the input, in a regular file
+  std::uint64_t size_ = 0;
+  bool progress_ = false;
+  SafeString buffer_;
+  std::uint64_t base_ = 0;  // the offset of the window
+  const char *begin_, *end_, *at_, *token_ = nullptr;
+  Known first_{0, {1, 1}};  // at or behind the beginning of the window
+  Known last_{0, {1, 1}};   // what was asked for last
+};
+
+// Calls the work with the input of a file, or, where lines are texts, with each
+// line that is not blank. Returns the greatest status.
+Status ForEachText(const char* file, bool lines,
+                   const std::function<Status(Input&)>& work);
+
+}  // namespace vjson

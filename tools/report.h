@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+
+namespace vjson {
+
+// What is printed on standard error. A message is printed where the error is
+// found; what is left to pass on is the exit status.
+
+// The exit status of a command. Of several, the greatest counts.
+enum Status { kYes = 0, kNo = 1, kTrouble = 2 };
+
+// Thrown to end a command whose error is printed.
+struct Failure {
+  Status status;
+};
+
+// When colours are used.
+enum class Color { kAuto, kAlways, kNever };
+
+// Whether the file, of this number, is printed in colours: by default if it is
+// a terminal and the environment has no NO_COLOR.
+bool UsesColors(Color color, int file);
+
+// Prints all messages in colours from now on, or without.
+void SetErrorColors(bool colors);
+
+// Prints the message on one line, with the subject as it is shown.
+void PrintError(std::string_view subject, const char* message);
+
+// Prints the error and ends the command.
+[[noreturn]] void Fail(std::string_view subject, const char* message);
+
+// A place in a file. Lines and columns count from 1; a line ends at a line
+// feed, a carriage return, or both together; a column is a byte.
+struct Position {
+  std::uint64_t line;
+  std::uint64_t column;
+};
+struct Place {
+  const char* file;
+  Position position;
+  std::string_view text;  // the line, or the part of it around the place
+  std::size_t at;         // the place in this text
+};
+
+// Prints the error with its place, with an excerpt of the line, and with the
+// hint, unless that is empty.
+void PrintErrorAt(const Place& place, const char* rule, const char* message,
+                  const char* hint = "");
+
+// Shows on a line of the terminal how much of a large file has been read. The
+// next message, or ClearProgress(), removes the line; EndProgress() does so and
+// shows none any more.
+void ShowProgress(const char* file, std::uint64_t done, std::uint64_t all);
+void ClearProgress();
+void EndProgress();
+
+// Runs the work to its end. Returns its status, or that of the error which it
+// ends with.
+template <class Work>
+Status StatusOf(Work work) {
+  try {
+    return work();
+  } catch (const Failure& failure) {
+    return failure.status;
+  } catch (const std::bad_alloc&) {
+  } catch (const std::length_error&) {
+  }
+  ClearProgress();
+  std::fputs("vjson: not enough memory\n", stderr);
+  return kTrouble;
+}
+
+}  // namespace vjson

@@ -1,0 +1,212 @@
+#include "scanner.h"
+
+#include <foundation/json/hint.h>
+#include <foundation/text/stringutils.h>
+
+namespace vjson {
+
+using vorn::foundation::text::StringUtils;
+
+// Every rule is entered with the cursor on what it takes, and leaves the cursor
+// behind that. The byte is the one at the cursor.
+
+Token Scanner::Next() {
+  Token token{};
+  if (!PassBlanks(token)) {
+    input_.BeginToken();
+    token.kind = Take();
+  }
+  token.text = input_.Token();
+  token.offset = input_.Offset() - token.text.size();
+  token.starts_line = line_;
+  line_ = false;
+  return token;
+}
+
+// Skips blanks. Returns true with the token that is a comment or an odd blank.
+bool Scanner::PassBlanks(Token& token) {
+  input_.DropToken();
+  bool line = false;
+  input_.SkipWhile([&line](char c) {
+    const bool end = c == '\n' || c == '\r';
+    line |= end;
+    return end || c == ' ' || c == '\t';
+  });
+  line_ |= line;
+  const char byte = input_.Peek();
+  const bool odd = byte == '\v' || byte == '\f';
+  if (!odd && (byte != '/' || !input_.StartsWith("//"))) return false;
+  input_.BeginToken();
+  token.kind = odd ? Token::kOddBlank : Token::kComment;
+  if (odd) {
+    input_.Skip();
+  } else {
+    input_.SkipWhile([](char c) { return c != '\n' && c != '\r' && c != 0; });
+  }
+  return true;
+}
+
+Token::Kind Scanner::Take() {
+  const char byte = input_.Peek();
+  switch (state_) {
+    case State::kFirst:
+    case State::kNext:
+      return TakeElement(byte);
+    case State::kColon:
+      if (byte != ':') Fail("ParseObject", "field not combined with ':'");
+      return Pass(State::kValue, Token::kColon);
+    case State::kBehind:
+      return TakeBehind(byte);
+    default:
+      return TakeValue(byte);
+  }
+}
+
+// Behind a bracket or comma: a value or a key, or the end of the container.
+Token::Kind Scanner::TakeElement(char byte) {
+  const bool object = open_.back() == '}';
+  const char* const rule = object ? "ParseKey" : "ArraySkip";
+  if (byte == '\0') {
+    Fail(rule, object ? "object '}' mismatching" : "array ']' mismatching");
+  }
+  if (byte == open_.back()) {
+    if (state_ == State::kNext) Fail(rule, "spare ','");
+    return Close();
+  }
+  if (!object) return TakeValue(byte);
+  if (byte != '"') Fail(rule, "key is not begin with '\"'");
+  state_ = State::kColon;
+  return TakeString(Token::kKey);
+}
+
+Token::Kind Scanner::TakeBehind(char byte) {
+  if (open_.empty()) {
+    if (!input_.AtEnd()) Fail("Parse", "extra data characters");
+    return Token::kTextEnd;
+  }
+  if (byte == open_.back()) return Close();
+  if (byte != ',') {
+    if (open_.back() == ']') Fail("ParseArray", "missing ']'");
+    Fail("ParseObject", "missing '}' or have some extra data characters");
+  }
+  return Pass(State::kNext, Token::kComma);
+}
+
+Token::Kind Scanner::TakeValue(char byte) {
+  state_ = State::kBehind;
+  switch (byte) {
+    case '{':
+    case '[':
+      return Open(byte);
+    case '"':
+      return TakeString(Token::kString);
+    case 't':
+    case 'f':
+      if (TakeWord("true", "false")) return Token::kWord;
+      Fail("ParseBool", "true error");
+    case 'n':
+      if (TakeWord("null", "nan")) return Token::kWord;
+      Fail("ParseNull", "data error");
+    default:
+      return TakeWord("inf", "-inf") ? Token::kWord : TakeNumber();
+  }
+}
+
+Token::Kind Scanner::Open(char byte) {
+  if (open_.size() == limit_) Fail("Parse", "nesting is too deep");
+  open_ += byte == '{' ? '}' : ']';
+  return Pass(State::kFirst, Token::kBegin);
+}
+
+Token::Kind Scanner::Close() {
+  open_.pop_back();
+  return Pass(State::kBehind, Token::kEnd);
+}
+
+Token::Kind Scanner::Pass(State state, Token::Kind kind) {
+  input_.Skip();
+  state_ = state;
+  return kind;
+}
+
+// A backslash takes a quotation mark or backslash along. Any other byte behind
+// it is passed as if it stood alone.
+Token::Kind Scanner::TakeString(Token::Kind kind) {
+  input_.Skip();
+  for (;;) {
+    input_.SkipWhile([](char c) { return c != '"' && c != '\\' && c != 0; });
+    const char byte = input_.Peek();
+    if (byte == '\0') Fail("GetString", "string is not end with '\"'");
+    input_.Skip();
+    if (byte == '"') return kind;
+    const char next = input_.Peek();
+    if (next == '"' || next == '\\') input_.Skip();
+  }
+}
+
+bool Scanner::TakeWord(const char* first, const char* second) {
+  for (const std::string_view word : {first, second}) {
+    if (!input_.StartsWith(word)) continue;
+    input_.Skip(word.size());
+    return true;
+  }
+  return false;
+}
+
+Token::Kind Scanner::TakeNumber() {
+  const auto is_part = [](char c) {
+    return (c >= '0' && c <= '9') || c == '.' || c == '-' || c == '+' ||
+           c == 'e' || c == 'E';
+  };
+  input_.SkipWhile(is_part);
+  number_ = input_.Token();
+  if (StringUtils::GetNumberFormat(number_) != 0) return Token::kNumber;
+  input_.Unread();
+  Fail("ParseNumber", "number is incorrect");
+}
+
+namespace {
+
+JsonFault MakeFault(Input& input, std::string_view rule,
+                    std::string_view message) {
+  const Position position = input.PositionOf(input.Offset());
+  JsonFault fault;
+  fault.kind = JsonFault::Kind::Malformed;
+  fault.offset = static_cast<std::size_t>(input.Offset());
+  fault.line = static_cast<unsigned int>(position.line);
+  fault.column = static_cast<unsigned int>(position.column);
+  rule.copy(fault.rule, sizeof fault.rule - 1);
+  message.copy(fault.message, sizeof fault.message - 1);
+  return fault;
+}
+
+}  // namespace
+
+void Scanner::Fail(const char* rule, const char* message) {
+  throw MakeFault(input_, rule, message);
+}
+
+// Whole texts -----------------------------------------------------------------
+
+void PrintFault(Input& input, const JsonFault& fault) {
+  SafeString text;
+  SafeString hint;
+  const bool nul = input.Peek() == '\0' && !input.AtEnd();
+  if (!nul && input.ReadAgain(text)) hint = Hint(fault, text.c_str());
+  PrintErrorAt(input.PlaceOf(input.Offset()), fault.rule, fault.message,
+               hint.c_str());
+}
+
+bool CheckText(Input& input) {
+  Scanner scanner(input);
+  try {
+    while (scanner.Next().kind != Token::kTextEnd) {
+    }
+    return true;
+  } catch (const JsonFault& fault) {
+    PrintFault(input, fault);
+    return false;
+  }
+}
+
+}  // namespace vjson

@@ -1,0 +1,212 @@
+#include "text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <iterator>
+
+namespace vjson {
+
+// UTF-8 -----------------------------------------------------------------------
+
+namespace {
+
+bool IsContinuation(char byte) { return (byte & 0xC0) == 0x80; }
+
+// How many bytes a character has that begins with the byte; 0 if none does.
+std::size_t SizeFor(unsigned char lead) {
+  if (lead < 0x80) return 1;
+  if (lead < 0xC0 || lead >= 0xF8) return 0;
+  return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+}
+
+}  // namespace
+
+// The code must not fit into fewer bytes, nor be a surrogate.
+Character CharacterOf(std::string_view text) {
+  constexpr unsigned int kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  const auto lead = static_cast<unsigned char>(text[0]);
+  const std::size_t size = SizeFor(lead);
+  if (size == 0 || text.size() < size) return {0, 0};
+  unsigned int code = size == 1 ? lead : lead & (0x7Fu >> size);
+  for (const char byte : text.substr(1, size - 1)) {
+    if (!IsContinuation(byte)) return {0, 0};
+    code = code << 6 | (static_cast<unsigned char>(byte) & 0x3Fu);
+  }
+  const bool valid = code >= kLeast[size] && code <= 0x10FFFF &&
+                     (code < 0xD800 || code > 0xDFFF);
+  return {code, valid ? size : 0};
+}
+
+namespace {
+
+void AppendCodePoint(unsigned int code, SafeString& text) {
+  if (code < 0x80) {
+    text += static_cast<char>(code);
+    return;
+  }
+  const unsigned int more = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+  text += static_cast<char>((0xFF00u >> (more + 1) & 0xFFu) | code >> 6 * more);
+  for (unsigned int i = more; i-- > 0;) {
+    text += static_cast<char>(0x80u | (code >> 6 * i & 0x3Fu));
+  }
+}
+
+// What is shown ---------------------------------------------------------------
+
+struct Range {
+  unsigned int first;
+  unsigned int last;
+};
+
+// Control characters except the tab, and what is invisible and changes the
+// order or the lines of the text around: U+202E shows it from right to left.
+constexpr Range kHidden[] = {
+    {0x00, 0x08},     {0x0A, 0x1F},      {0x7F, 0x9F},     {0x061C, 0x061C},
+    {0x200B, 0x200B}, {0x200E, 0x200F},  {0x2028, 0x202E}, {0x2060, 0x206F},
+    {0xFEFF, 0xFEFF}, {0xE0000, 0xE007F}};
+
+bool IsHidden(unsigned int code) {
+  return std::any_of(std::begin(kHidden), std::end(kHidden),
+                     [code](const Range& range) {
+                       return range.first <= code && code <= range.last;
+                     });
+}
+
+bool StartsWithLineEnd(std::string_view text) {
+  return text[0] == '\n' || text.substr(0, 2) == "\r\n";
+}
+
+// Whether the character takes two columns: nearly all from U+3000 to U+9FFF,
+// the Hangul syllables, and the pictures among those of four bytes.
+bool IsWide(unsigned int code) {
+  return (code >= 0x3000 && code < 0xE000 && code / 0x1000 != 0xA) ||
+         (code >= 0x10000 && code < 0x40000);
+}
+
+// The blanks that are as wide as a text that is shown.
+SafeString BlanksFor(std::string_view text) {
+  SafeString blanks;
+  while (!text.empty()) {
+    const auto [code, size] = CharacterOf(text);
+    blanks.append(IsWide(code) ? 2 : 1, code == '\t' ? '\t' : ' ');
+    text.remove_prefix(size);
+  }
+  return blanks;
+}
+
+}  // namespace
+
+SafeString Mask(std::string_view text, bool keep_line_ends) {
+  SafeString shown;
+  while (!text.empty()) {
+    const auto [code, size] = CharacterOf(text);
+    const bool legible = (size != 0 && !IsHidden(code)) ||
+                         (keep_line_ends && StartsWithLineEnd(text));
+    shown += legible ? text.substr(0, size) : "?";
+    text.remove_prefix(std::max<std::size_t>(size, 1));
+  }
+  return shown;
+}
+
+Shown Excerpt(std::string_view line, std::size_t at, std::size_t width) {
+  const SafeString cut = "...";
+  std::size_t begin = 0;
+  std::size_t end = line.size();
+  if (line.size() > width) {
+    begin = std::min(at - std::min(at, width * 2 / 3), line.size() - width);
+    end = begin + width;
+    while (begin < at && IsContinuation(line[begin])) ++begin;
+    while (end > at && end < line.size() && IsContinuation(line[end])) --end;
+  }
+  const SafeString before =
+      (begin > 0 ? cut : "") + Mask(line.substr(begin, at - begin));
+  const SafeString behind = Mask(line.substr(at, end - at));
+  return {before + behind + (end < line.size() ? cut : ""), BlanksFor(before)};
+}
+
+// Strings ---------------------------------------------------------------------
+
+namespace {
+
+// The escapes of RFC 8259 but \u: each character with its letter. The dialect
+// has the first five.
+constexpr std::string_view kCharacters = "\"\\\r\n\t/\b\f";
+constexpr std::string_view kLetters = "\"\\rnt/bf";
+constexpr std::size_t kDialect = 5;
+
+// Appends what the \u escape that the text begins with stands for, together
+// with the one behind it where both are a pair. Returns how many bytes that
+// takes.
+std::size_t AppendCodeUnit(std::string_view text, SafeString& decoded) {
+  const auto unit = static_cast<unsigned int>(CodeUnitOf(text));
+  const auto next = static_cast<unsigned int>(CodeUnitOf(text.substr(6)));
+  if (unit >> 10 == 0x36 && next >> 10 == 0x37) {
+    AppendCodePoint(0x10000 + ((unit & 0x3FF) << 10 | (next & 0x3FF)), decoded);
+    return 12;
+  }
+  AppendCodePoint(unit >> 11 == 0x1B ? 0xFFFD : unit, decoded);
+  return 6;
+}
+
+// Takes so many of the escapes, and \u if they are all.
+SafeString DecodeEscapes(std::string_view quoted, std::size_t escapes) {
+  SafeString decoded;
+  std::string_view text = quoted.substr(1, quoted.size() - 2);
+  while (!text.empty()) {
+    std::size_t size = std::min(text.find('\\'), text.size());
+    decoded += text.substr(0, size);
+    text.remove_prefix(size);
+    if (text.empty()) break;
+    const std::size_t escape =
+        kLetters.substr(0, escapes).find(text.size() > 1 ? text[1] : '\0');
+    if (escape != kLetters.npos) {
+      decoded += kCharacters[escape];
+      size = 2;
+    } else if (escapes > kDialect && CodeUnitOf(text) >= 0) {
+      size = AppendCodeUnit(text, decoded);
+    } else {
+      decoded += '\\';
+      size = 1;
+    }
+    text.remove_prefix(size);
+  }
+  return decoded;
+}
+
+}  // namespace
+
+int CodeUnitOf(std::string_view text) {
+  constexpr std::size_t kSize = 6;
+  unsigned int unit = 0;
+  if (text.size() < kSize || text.substr(0, 2) != "\\u") return -1;
+  const char* const end = text.data() + kSize;
+  if (std::from_chars(text.data() + 2, end, unit, 16).ptr != end) return -1;
+  return static_cast<int>(unit);
+}
+
+SafeString Quote(std::string_view text) {
+  SafeString quoted = "\"";
+  for (const char character : text) {
+    const std::size_t escape = kCharacters.substr(0, kDialect).find(character);
+    if (escape != kCharacters.npos) quoted += '\\';
+    quoted += escape == kCharacters.npos ? character : kLetters[escape];
+  }
+  return quoted + '"';
+}
+
+SafeString Unquote(std::string_view quoted) {
+  return DecodeEscapes(quoted, kDialect);
+}
+
+SafeString Decode(std::string_view quoted) {
+  return DecodeEscapes(quoted, kLetters.size());
+}
+
+bool IsName(std::string_view text) {
+  static constexpr char kWord[] =
+      "_abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+  const bool begins = !text.empty() && (text[0] < '0' || text[0] > '9');
+  return begins && text.find_first_not_of(kWord) == text.npos;
+}
+
+}  // namespace vjson
