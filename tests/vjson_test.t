@@ -1,5 +1,5 @@
 The tool: what it is asked, what it reads, and what it answers. VJSON is the
-command, and BLANKS how many blanks are a long text.
+command, BLANKS how many blanks are a long text, and STRACE strace or nothing.
 
   $ mkdir bin && printf '#!/bin/sh\nexec %s "$@"\n' "$VJSON" >bin/vjson
   $ chmod +x bin/vjson && PATH=$PWD/bin:$PATH && export LC_ALL=C NO_COLOR=1
@@ -8,12 +8,12 @@ Nothing is left behind, however it ends.
 
   $ printf '{"a": [1, "\303\251\\n"]} // e' >good; printf '[1,\n2\0]' >nul
   $ for command in check format compress cost equal\ good 'get a /a/0' keys \
-  >   'compress --tree' 'check --strict'; do
+  >   'set a 1' 'set b 1' 'remove a[0]' 'compress --tree' 'check --strict'; do
   >   for text in good nul none .; do
   >     vjson --report ${command%% *} $text ${command#* } 2>&1 >out | tail -n 1
   >   done
   > done | uniq -c
-       36 memory: 0 bytes
+       48 memory: 0 bytes
   $ word=$((4 * $(od -An -tu1 -j4 -N1 "${VJSON##* }"))); echo '[[true],null]' | vjson cost |
   >   awk -v word=$word '/objects|buf/ { n = NF > 4 ? 2 : 3; print $n / word, $6 / word } END { print }'
   11 0
@@ -123,6 +123,62 @@ Values at paths, and what is in the way.
   a: kind: object and number
   depth             2
 
+Changes. All else stays, by diff.
+
+  $ cat >conf <<'END'
+  > {
+  >     // the net
+  >     "net": {
+  >         "ssid": "home", // its name
+  >         "channel": 11 // 1 to 13
+  >     },
+  >     "list": [1, 2 ,3],
+  >     "none": { }, "no": [ // none
+  >     ]
+  > }
+  > END
+  $ change() { vjson "$1" conf "${@:2}" | diff conf - | sed -n 's/^[<>]/&|/p' | tr '<>' -+; }
+  $ change set net.channel -6; change set net.mode ' "b" // c'
+  -|         "channel": 11 // 1 to 13
+  +|         "channel": -6 // 1 to 13
+  -|         "channel": 11 // 1 to 13
+  +|         "channel": 11, // 1 to 13
+  +|         "mode": "b"
+  $ change set --string none.a '\"'; change set /no/- 1; change set /net/x '{}' | tail -n 1
+  -|     "none": { }, "no": [ // none
+  +|     "none": {"a": "\\\""}, "no": [ // none
+  -|     ]
+  +|     1]
+  +|         "x": {}
+  $ for path in net.ssid net.channel 'list[0]' 'list[2]'; do change remove $path; done
+  -|         "ssid": "home", // its name
+  -|         "ssid": "home", // its name
+  -|         "channel": 11 // 1 to 13
+  +|         "ssid": "home" // its name
+  -|     "list": [1, 2 ,3],
+  +|     "list": [2 ,3],
+  -|     "list": [1, 2 ,3],
+  +|     "list": [1, 2 ],
+  $ vjson remove twice a; vjson set <once 7 a 2>&1 | head -n 1
+  {"/":{"~":[ ]}}VALUE:1:1: ParseNumber: number is incorrect
+  $ vjson set twice a.b 1; vjson remove once ''; vjson set --in-place / 1
+  vjson: twice: a.b: not in a value of the kind number
+  vjson: remove: the outermost value has to stay
+  vjson: -: --in-place needs a file
+  [2]
+
+Killed at any call, a change in place leaves the old file or the new one.
+
+  $ [ -n "$STRACE" ] || echo new; for call in openat fstat read write fsync rename close; do
+  >   for number in 1 2 3 4 5 6 7 8 9; do
+  >     cp conf killed; (${STRACE:-true} -e inject=$call:signal=KILL:when=$number -o log \
+  >       bin/vjson set --in-place killed none '"new"') || true
+  >     cmp -s killed conf && echo old || vjson get --raw killed none
+  >   done
+  > done 2>log | sort -u
+  new
+  old
+
 The strict check.
 
   $ strict() { printf "$1" | vjson check --strict 2>&1 | grep '^[-v]' | cut -d : -f 2-; }
@@ -171,7 +227,7 @@ Strange inputs.
   $ yes "$(printf %999s)" | head -c $BLANKS | odd | cut -d : -f 4; printf '1\n\n[2\n\0\n3' | odd --lines
    ParseNumber
   -:3:3: ParseArray: missing ']'|[2|  ^|-:4:1: ParseNumber: number is incorrect|?|^ 1
-  $ vjson format good >/dev/full; vjson --help >/dev/full; vjson keys <&-
+  $ vjson format conf >/dev/full; vjson --help >/dev/full; vjson keys <&-
   vjson: standard output: No space left on device
   vjson: standard output: No space left on device
   vjson: -: Bad file descriptor

@@ -17,7 +17,9 @@ enum Option : unsigned int {
   kTree = 8,
   kComments = 16,
   kRaw = 32,
-  kAll = 64
+  kAsString = 64,
+  kInPlace = 128,
+  kAll = 256
 };
 
 struct Arguments {
@@ -40,6 +42,8 @@ Status Compress(const Arguments& arguments, Output& output);
 Status Equal(const Arguments& arguments, Output& output);
 Status Get(const Arguments& arguments, Output& output);
 Status Keys(const Arguments& arguments, Output& output);
+Status Set(const Arguments& arguments, Output& output);
+Status Remove(const Arguments& arguments, Output& output);
 Status Cost(const Arguments& arguments, Output& output);
 
 }  // namespace vjson

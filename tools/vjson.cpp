@@ -1,4 +1,4 @@
-// vjson: checks, lays out, compares and looks into JSON texts.
+// vjson: checks, lays out, changes, compares and looks into JSON texts.
 //
 // The command line. What a command made is released when it returns, so that
 // the report, which comes last, shows what was left behind.
@@ -41,6 +41,10 @@ constexpr char kHelp[] =
     "  get FILE PATH...         write the values at the paths\n"
     "    --raw                  a string without quotes and escapes\n"
     "  keys [FILE [PATH]]       print the keys of an object\n"
+    "  set [FILE] PATH VALUE    write the text with this value there\n"
+    "    --string               the value is a string as it is\n"
+    "  remove [FILE] PATH       write the text without this value\n"
+    "    --in-place             both: replace the file\n"
     "  cost [FILE]              print what the text costs in memory\n"
     "\n"
     "  --lines                  each line is a text: check, compress, get,\n"
@@ -86,6 +90,8 @@ constexpr Command kCommands[] = {
     {"equal", 1, 2, kAll, Equal},
     {"get", 1, SIZE_MAX, kRaw | kLines, Get},
     {"keys", 0, 2, kLines, Keys},
+    {"set", 2, 3, kAsString | kInPlace, Set},
+    {"remove", 1, 2, kInPlace, Remove},
     {"cost", 0, 1, 0, Cost},
     {"--help", 0, 0, 0, Help},
     {"--version", 0, 0, 0, Version}};
@@ -96,9 +102,9 @@ struct OptionName {
 };
 
 constexpr OptionName kOptions[] = {
-    {"--report", kReport}, {"--strict", kStrict}, {"--lines", kLines},
-    {"--tree", kTree},     {"--raw", kRaw},       {"--comments", kComments},
-    {"--all", kAll}};
+    {"--report", kReport},   {"--strict", kStrict}, {"--lines", kLines},
+    {"--tree", kTree},       {"--raw", kRaw},       {"--comments", kComments},
+    {"--string", kAsString}, {"--all", kAll},       {"--in-place", kInPlace}};
 
 constexpr OptionName kColors[] = {
     {"--color=auto", static_cast<unsigned int>(Color::kAuto)},

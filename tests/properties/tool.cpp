@@ -1,6 +1,6 @@
 // The tool, for any text: its scanner agrees with the parser, through any
 // window; what is laid out keeps its tokens; every value is found at its path;
-// any text is a path, or refused.
+// a change changes what it should; any text is a path, or refused.
 
 #include "support/property.h"
 
@@ -150,15 +150,41 @@ Place FindPlace(std::minstd_rand& random, JBase& root) {
   return place;
 }
 
-// Gets what is at a place.
-void CheckPlace(std::minstd_rand& random, const SafeString& text, JBase& root) {
+// Puts true there, or takes what is there away.
+void Change(const Place& place, bool remove) {
+  JBase* const value = remove ? nullptr : Make<JBool>(true);
+  if (auto* object = dynamic_cast<JObject*>(place.container)) {
+    if (remove) object->remove(place.key);
+    return object->setValue(place.key, value);
+  }
+  auto& array = static_cast<JArray&>(*place.container);
+  std::vector<JBase*> elements;
+  for (unsigned int i = 0; i < array.length(); ++i) {
+    elements.push_back(i == place.index ? value : array.at(i));
+  }
+  if (place.child == nullptr) elements.push_back(value);
+  array.detach();
+  for (JBase* const element : elements) array.append(element);
+  if (place.child != nullptr) place.child->dispose();
+}
+
+// Gets what is at a place, then sets or removes it: in the text as in the tree.
+void CheckPlace(std::minstd_rand& random, SafeString& text, JBase& root) {
   const Place place = FindPlace(random, root);
   const SafeString& path = random() % 2 ? place.path : place.pointer;
-  if (place.child == nullptr) return;
+  const bool remove = place.child != nullptr && random() % 2;
   JsonReader reader;
-  reader.fromString(Run(vjson::Get, text, {path.c_str()}));
-  Require(JsonReader::IsEqual(reader.getJson(), place.child),
-          "the path leads to the value");
+  if (place.child != nullptr) {
+    reader.fromString(Run(vjson::Get, text, {path.c_str()}));
+    Require(JsonReader::IsEqual(reader.getJson(), place.child),
+            "the path leads to the value");
+  }
+  text = remove ? Run(vjson::Remove, text, {path.c_str()})
+                : Run(vjson::Set, text, {path.c_str(), "true"});
+  Change(place, remove);
+  reader.fromString(text);
+  Require(JsonReader::IsEqual(reader.getJson(), &root),
+          "the change is made, and nothing else");
 }
 
 }  // namespace

@@ -129,7 +129,8 @@ inline void Write(int file, std::string_view text) {
   }
 }
 
-inline void Save(const SafeString& path, std::string_view text) {
+inline void Save(const SafeString& path, std::string_view text,
+                 std::string_view end) {
   const SafeString name = path.substr(0, path.rfind('/') + 1) + ".";
   const File folder(name.c_str(), O_RDONLY | O_DIRECTORY);
   struct stat former;
@@ -138,7 +139,7 @@ inline void Save(const SafeString& path, std::string_view text) {
   if (exists) CheckRegular(former);
   File file(path, exists ? S_IRUSR | S_IWUSR : 0666);
   Write(file, text);
-  Write(file, "\n");
+  Write(file, end);
   if (exists) Do("write", [&] { return fchmod(file, former.st_mode & 07777); });
   Do("sync", [&] { return fsync(file); });
   file.rename(path);
@@ -173,7 +174,7 @@ bool ReadFile(const char* path, std::size_t most, Reader& reader,
 // "sync" alone may the new file be there though the result is false.
 inline bool SaveFile(const char* path, const JBase& value, FileFault& fault) {
   return files::Try(fault, "write", [&] {
-    files::Save(files::Follow(path), JsonReader::Format(&value));
+    files::Save(files::Follow(path), JsonReader::Format(&value), "\n");
     return true;
   });
 }
