@@ -62,6 +62,9 @@ if(VORN_BUILD_TOOLS)
   install(TARGETS vorn_vjson RUNTIME COMPONENT tool)
   install(FILES "${PROJECT_BINARY_DIR}/tools/vjson.1"
     DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tool OPTIONAL)
+  install(FILES "${PROJECT_SOURCE_DIR}/tools/vjson.bash"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
+    COMPONENT tool RENAME vjson)
 endif()
 
 # What there is to read, in the folders that it links to. What a project has as
