@@ -1,8 +1,20 @@
 The tool: what it is asked, what it reads, and what it answers. VJSON is the
-command, BLANKS how many blanks are a long text, and STRACE strace or nothing.
+command, SOURCE the folder of the project, BLANKS how many blanks are a long
+text, MANUAL the manual page, if there is one, and STRACE strace or nothing.
 
   $ mkdir bin && printf '#!/bin/sh\nexec %s "$@"\n' "$VJSON" >bin/vjson
   $ chmod +x bin/vjson && PATH=$PWD/bin:$PATH && export LC_ALL=C NO_COLOR=1
+
+What the README and the manual show is so.
+
+  $ awk '/^```/ { on = /console/; next } on' "$SOURCE/README.md" >shown
+  $ [ ! -e "$MANUAL" ] || sed '1,/brackets/d; /^[.]/d; s/\\&//g; s/\\\\/\\/g' \
+  >   "$MANUAL" | diff shown -
+  $ sed 's/^/  /' shown >shown.t && cram3 --shell=/bin/bash shown.t
+  .
+  # Ran 1 tests, 0 skipped, 0 failed.
+  $ grep -c '^\$.*vjson' shown
+  20
 
 Nothing is left behind, however it ends.
 
