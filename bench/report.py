@@ -57,6 +57,13 @@ REAL_TIME = """
 
 {real_time}
 """
+TOOL = """
+## The tool, formatting a large text
+
+Processor time for each byte, and the most memory of the process, with a text of {size} MB.
+
+{tool}
+"""
 GROWTH = """
 ## Parse and release, from 1,000 to 1,000,000 values
 
@@ -180,6 +187,17 @@ class Figures:
                      (row(title, *cells(kind))
                       for kind, title in GROWTHS.items()))
 
+    def tool(self):
+        own = self.mean("tool-time", "vjson format", "-")
+
+        def cells(name):
+            yield self.shown("tool-time", name, "-")
+            yield "x " + digits(self.mean("tool-time", name, "-") / own)
+            yield self.shown("tool-memory", name, "-")
+        return table("| | ns a byte | | MB |",
+                     (row(f"`{name}`", *cells(name))
+                      for name in ("vjson format", "jq .")))
+
     def page(self):
         documents = (f"{key[3]} ({text})" for key, text in self.texts.items()
                      if key[0] == "bytes")
@@ -190,6 +208,8 @@ class Figures:
             tracing=self.tracing())
         if ("real-time-count", "alone", "parse") in self.values:
             page += REAL_TIME.format(real_time=self.real_time())
+        size = int(self.texts["tool-bytes", "-", "-", "large"]) // 1_000_000
+        page += TOOL.format(tool=self.tool(), size=size)
         if ("growth", "vorn", "parse") in self.values:
             page += GROWTH.format(growth=self.growth())
         return page
