@@ -541,8 +541,9 @@ class Nesting {
 // there. REQUIRES: there are at least Block characters.
 template <std::size_t Block>
 void Fill(char* begin, char* end, char character) {
-  for (; end - begin > std::ptrdiff_t{Block}; begin += Block) {
+  while (end - begin > std::ptrdiff_t{Block}) {
     std::memset(begin, character, Block);
+    begin += Block;
   }
   std::memset(end - Block, character, Block);
 }

@@ -28,7 +28,6 @@ constexpr debug::Tag Here(const char* file = __builtin_FILE(),
 }
 
 namespace building {
-
 // The text of any string class.
 inline std::string_view ToView(std::string_view text) { return text; }
 template <template <class...> class String, class... More>

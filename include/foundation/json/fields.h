@@ -22,7 +22,6 @@
 namespace vorn::foundation::json {
 
 namespace fields {
-
 using Name = const char*;
 using Text = const SafeString&;
 

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <fcntl.h>
-#include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <exception>
 #include <string_view>
@@ -24,9 +24,7 @@ struct FileFault {
   const char* step = "";
 };
 
-// POSIX, with exceptions.
-namespace files {
-
+namespace files {  // POSIX, with exceptions
 // Does the work. False, with the fault set, where that throws.
 template <class Work>
 bool Try(FileFault& fault, const char* step, Work work) try {

@@ -8,8 +8,15 @@
 namespace vorn::foundation::json {
 
 namespace hint {
-
 using text::StringUtils;
+
+// The end of the string that begins there, or null if it is not closed.
+inline const char* EndOfString(const char* at, const char* end) {
+  for (++at; at < end && *at != '"'; ++at) {
+    if (*at == '\\' && (at[1] == '"' || at[1] == '\\')) ++at;
+  }
+  return at < end ? at + 1 : nullptr;
+}
 
 // What is not closed in a part that the parser took: a string, or the innermost
 // container, by its first byte. Null for none. The bracket open is before it.
@@ -21,10 +28,7 @@ inline const char* Unclosed(const char* open, const char*& at,
     if (*token == '[' || *token == '{') {
       if (const char* const inner = Unclosed(token, at, end)) return inner;
     } else if (*token == '"') {
-      while (at != end && *at != '"') {
-        at += *at == '\\' && (at[1] == '"' || at[1] == '\\') ? 2 : 1;
-      }
-      if (at++ == end) return token;
+      if ((at = EndOfString(token, end)) == nullptr) return token;
     } else if (*token == '/') {
       while (at != end && *at != '\n' && *at != '\r') ++at;
     }
@@ -86,7 +90,7 @@ inline SafeString Hint(const JsonFault& fault, const char* text) {
                        : "object",
         begin.line, begin.column);
   }
-  if (*at == '\0') return "the text is empty";
+  if (*at == '\0' && fault.message[0] == 'n') return "the text is empty";
   const std::string_view message = fault.message;
   for (const auto& [part, bytes, begin, hint] : hint::kMistakes) {
     const bool here = bytes.empty() || bytes.find(*at) != bytes.npos;

@@ -10,7 +10,6 @@ namespace vorn::foundation::json {
 struct Member;
 
 namespace viewing {
-
 // The types that as() and value() give.
 template <class T>
 using Readable =
