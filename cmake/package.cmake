@@ -24,6 +24,7 @@ cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_PREFIX NORMALIZE
 set(vorn_made "")
 foreach(folder @CMAKE_INSTALL_BINDIR@ @CMAKE_INSTALL_DOCDIR@ @gdb@
     @CMAKE_INSTALL_INCLUDEDIR@/foundation @CMAKE_INSTALL_MANDIR@/man1
+    @CMAKE_INSTALL_DATADIR@/bash-completion/completions
     @cmake_package@ @pkg_config@)
   cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}")
   set(folder "$ENV{DESTDIR}${folder}")

@@ -159,15 +159,16 @@ TEST(StandInTest, TheListIsSmall) {
 TEST(StandInTest, TakesObjectsAnywhere) {
   alignas(64) static char memory[64];
   const std::uintptr_t top = ~std::uintptr_t{0};
-  void* const objects[] = {memory,
-                           memory + 1,
-                           memory + 8,
-                           memory + 16,
-                           memory + 24,
-                           memory + 48,
-                           memory + 56,
-                           reinterpret_cast<void*>(top - 15),
-                           reinterpret_cast<void*>(top >> 7 & ~7)};
+  void* const objects[] = {
+      memory,
+      memory + 1,
+      memory + 8,
+      memory + 16,
+      memory + 24,
+      memory + 48,
+      memory + 56,
+      reinterpret_cast<void*>(top - 15),
+      reinterpret_cast<void*>(top >> 7 & ~std::uintptr_t{7})};
   for (unsigned int round = 0; round < 9; ++round) {
     for (void* it : objects) ObjectMonitor::_IncLeak(it, "a.cpp", 1, "f", 3);
     for (void* it : objects) ObjectMonitor::_IncLeak(it, "b.cpp", 1, "f", 4);
@@ -251,14 +252,14 @@ TEST(StandInDeathTest, SaysSoWithoutMemory) {
     static char objects[100000];
     const auto is_told = [](auto work) {
       try {
-        for (int i = 0; i < 100000; ++i) work(i);
+        for (unsigned int i = 0; i < 100000; ++i) work(i);
       } catch (const std::bad_alloc&) {
         return true;
       }
       return false;
     };
-    const auto add_tag = [](int line) {
-      ObjectMonitor::_IncLeak(objects, "a.cpp", line, "f", 2);
+    const auto add_tag = [](unsigned int line) {
+      ObjectMonitor::_IncLeak(objects, "a.cpp", static_cast<int>(line), "f", 2);
     };
     static std::size_t recorded = 0;
     static const auto record = [](void* object) {
@@ -279,11 +280,11 @@ TEST(StandInDeathTest, SaysSoWithoutMemory) {
     std::ostream none(nullptr);
     bool told = ObjectMonitor::_Alloc(1 << 16) == nullptr &&
                 MemoryMonitor::Alloc(1 << 16) == nullptr && is_told(add_tag) &&
-                is_told([](int i) { record(objects + i); }) &&
+                is_told([](unsigned int i) { record(objects + i); }) &&
                 is_told([](std::uintptr_t i) {
                   record(reinterpret_cast<void*>((i + 1) << 16));
                 }) &&
-                is_told([&](int) { ObjectMonitor::Report(none); });
+                is_told([&](unsigned int) { ObjectMonitor::Report(none); });
     while (blocks != nullptr) std::free(std::exchange(blocks, blocks->next));
     add_tag(1);
     told = told && ObjectMonitor::LiveCount() == recorded;

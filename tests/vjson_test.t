@@ -249,7 +249,7 @@ Strange inputs.
 
 What a terminal is shown.
 
-  $ tty() { script -qec "$(printf '%q ' vjson "$@")" /dev/null </dev/null | tr -d '\r'; }
+  $ tty() { SHELL=/bin/bash script -qec "$(printf '%q ' vjson "$@")" /dev/null </dev/null | tr -d '\r'; }
   $ printf '["\e[2J\x9b\xe2\x80\xae日\t\r"\r\n,{"a":1}]\n' >raw; vjson get raw '' | cmp - raw
   $ tty get raw ''; tty $'x\e\ny'; NO_COLOR= tty compress raw; vjson compress --color=always raw
   ["?[2J??\xe6\x97\xa5\t?" (esc)
