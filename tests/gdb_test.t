@@ -112,7 +112,7 @@ A core file shows the same.
 
 Without the libraries' debug information:
 
-  $ "$STRIP" --strip-debug lib/*.so.1
+  $ "$STRIP" --strip-debug lib/*.so.*.*
   $ run
   $ ask 'output text'
   "tab\t, zero\000, end"
