@@ -28,6 +28,7 @@ void Compiles(JObject& object, JArray& array, const View& view) {
   for (auto& [key, value] : {Member()}) (void)(key.empty() || value);
   for (const auto& [key, value] : view.members()) (void)(key.empty() || value);
   for (auto&& element : view[string][0][pointer]) (void)element.as<double>();
+  for (View element : View()) (void)element.get();
   (void)(view[0] || view[1u] || view.at("/a") || view.value(true));
   (void)view.value<std::uint8_t>(0);
   (void)view.value<float>(1);

@@ -8,7 +8,6 @@
 namespace vorn::foundation::json {
 
 struct Member;
-
 namespace viewing {
 // The types that as() and value() give.
 template <class T>
@@ -110,7 +109,7 @@ class View {
     Element(const JArray* array, unsigned int index)
         : array_(array), index_(index) {}
 
-    View operator*() const { return array_->at(index_); }
+    View operator*() const { return array_ ? array_->at(index_) : nullptr; }
     Element& operator++() { return ++index_, *this; }
     bool operator==(Element other) const { return index_ == other.index_; }
     bool operator!=(Element other) const { return index_ != other.index_; }
@@ -121,7 +120,8 @@ class View {
   };
   Element begin() const { return {to<JArray>(), 0}; }
   Element end() const {
-    return {nullptr, is(JType::Array) ? to<JArray>()->length() : 0};
+    const auto* array = to<JArray>();
+    return {nullptr, array != nullptr ? array->length() : 0};
   }
 
   // for (auto [key, value] : view.members()), over an object, in the order of
