@@ -1,6 +1,6 @@
 The tool: what it is asked, what it reads, and what it answers. VJSON is the
-command, SOURCE the folder of the project, BLANKS how many blanks are a long
-text, MANUAL the manual page, if there is one, and STRACE strace or nothing.
+command, SOURCE and BUILD the folders of the project, BLANKS how many blanks are a long
+text, and STRACE strace or nothing.
 
   $ mkdir bin && printf '#!/bin/sh\nexec %s "$@"\n' "$VJSON" >bin/vjson
   $ chmod +x bin/vjson && PATH=$PWD/bin:$PATH && export LC_ALL=C NO_COLOR=1
@@ -8,8 +8,8 @@ text, MANUAL the manual page, if there is one, and STRACE strace or nothing.
 What the README and the manual show is so.
 
   $ awk '/^```/ { on = /console/; next } on' "$SOURCE/README.md" >shown
-  $ [ ! -e "$MANUAL" ] || sed '1,/brackets/d; /^[.]/d; s/\\&//g; s/\\\\/\\/g' \
-  >   "$MANUAL" | diff shown -
+  $ [ ! -e $BUILD/tools/vjson.1 ] || sed '1,/brackets/d; /^[.]/d; s/\\&//g; s/\\\\/\\/g' \
+  >   $BUILD/tools/vjson.1 | diff shown -
   $ sed 's/^/  /' shown >shown.t && cram3 --shell=/bin/bash shown.t
   .
   # Ran 1 tests, 0 skipped, 0 failed.
