@@ -1,11 +1,11 @@
 // Usage: costliest [BYTES]
 //
-// Searches for the texts that take the most memory for their length: for every
+// Searches for the texts that take the most memory for their length. For every
 // pattern of up to five tokens that makes well-formed text when it is repeated,
-// side by side or nested, a process of its own reads a text of so many bytes,
-// 1,000,000 unless told, and another one loads it into an archiver. Prints the
-// five costliest patterns of both, with the most bytes that were resident for
-// each byte of the text; the text itself does not count.
+// side by side or nested, a new process reads a text of so many bytes, 1,000,000
+// unless told, and another one loads it into an archiver. Prints the five
+// costliest patterns of both, with the most bytes that were resident for each
+// byte of the text; the text itself does not count.
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -102,31 +102,52 @@ class Patterns {
   std::vector<Pattern> all_;
 };
 
+// The bytes of this process that are in memory.
 std::size_t Resident() {
+  std::size_t all = 0, resident = 0;
+  std::FILE* const file = std::fopen("/proc/self/statm", "r");
+  if (file == nullptr || std::fscanf(file, "%zu %zu", &all, &resident) != 2) {
+    std::exit(1);
+  }
+  std::fclose(file);
+  return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+std::size_t MostResident() {
   rusage usage;
   getrusage(RUSAGE_SELF, &usage);
   return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
 }
 
-// The bytes for each byte of the text that the work takes at most.
+// Prints the bytes for each byte of the text that reading it takes at most.
 template <class Reader>
-double Cost(const Pattern& pattern, std::size_t size) {
+bool Measure(const Pattern& pattern, std::size_t size) {
+  const SafeString text = pattern.Text(size);
+  const std::size_t before = Resident();
+  Reader reader;
+  const bool right = reader.fromString(text);
+  std::printf("%f\n", static_cast<double>(MostResident() - before) /
+                          static_cast<double>(text.size()));
+  return right;
+}
+
+// The same, measured by a new process: its heap is empty.
+double Cost(const char* reader, const Pattern& pattern, const char* size) {
   int ends[2];
   if (pipe(ends) != 0) std::exit(1);
+  const char open[] = {pattern.open, '\0'};
   const pid_t child = fork();
   if (child == 0) {
-    const SafeString text = pattern.Text(size);
-    const std::size_t before = Resident();
-    Reader reader;
-    if (!reader.fromString(text)) _exit(1);
-    const double cost = static_cast<double>(Resident() - before) /
-                        static_cast<double>(text.size());
-    _exit(write(ends[1], &cost, sizeof cost) == sizeof cost ? 0 : 1);
+    dup2(ends[1], STDOUT_FILENO);
+    execl("/proc/self/exe", "costliest", size, reader, open,
+          pattern.unit.c_str(), nullptr);
+    _exit(1);
   }
   close(ends[1]);
+  std::FILE* const answer = fdopen(ends[0], "r");
   double cost = 0;
-  const bool right = read(ends[0], &cost, sizeof cost) == sizeof cost;
-  close(ends[0]);
+  const bool right = std::fscanf(answer, "%lf", &cost) == 1;
+  std::fclose(answer);
   int status = 0;
   waitpid(child, &status, 0);
   if (child < 0 || !right || status != 0) {
@@ -136,14 +157,13 @@ double Cost(const Pattern& pattern, std::size_t size) {
   return cost;
 }
 
-template <class Reader>
-void Print(const char* title, const Patterns& patterns, std::size_t size) {
+void Print(const char* reader, const Patterns& patterns, const char* size) {
   std::vector<std::pair<double, const Pattern*>> costs;
   for (const Pattern& pattern : patterns.all()) {
-    costs.emplace_back(Cost<Reader>(pattern, size), &pattern);
+    costs.emplace_back(Cost(reader, pattern, size), &pattern);
   }
   std::sort(costs.rbegin(), costs.rend());
-  std::puts(title);
+  std::puts(reader);
   costs.resize(std::min<std::size_t>(costs.size(), 5));
   for (const auto& [cost, pattern] : costs) {
     std::printf("%8.1f  %c%s,..%c\n", cost, pattern->open,
@@ -154,8 +174,16 @@ void Print(const char* title, const Patterns& patterns, std::size_t size) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::size_t size =
-      argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000000;
+  const char* const size = argc > 1 ? argv[1] : "1000000";
+  if (argc == 5) {  // one of the processes that Cost() starts
+    const Pattern pattern{"", argv[4], *argv[3]};
+    const std::size_t bytes = std::strtoul(size, nullptr, 10);
+    return (argv[2] == std::string("load")
+                ? Measure<JsonArchiver>(pattern, bytes)
+                : Measure<JsonReader>(pattern, bytes))
+               ? 0
+               : 1;
+  }
   Patterns patterns;
   std::vector<std::vector<std::string>> former = {{}};
   for (std::size_t length = 1; length <= kMostTokens; ++length) {
@@ -170,7 +198,7 @@ int main(int argc, char** argv) {
     former.swap(longer);
   }
   std::printf("%zu patterns, bytes a byte\n", patterns.all().size());
-  Print<JsonReader>("read", patterns, size);
-  Print<JsonArchiver>("loaded", patterns, size);
+  Print("read", patterns, size);
+  Print("load", patterns, size);
   return 0;
 }
