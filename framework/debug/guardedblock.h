@@ -6,12 +6,12 @@
 
 namespace vorn::foundation::debug {
 
-// Blocks of memory with a guard word behind their last byte. The guard is
-// looked at when the block comes back: it is damaged when the block was written
-// past its end, and not where it should be when the byte count is wrong.
+// Blocks of memory with a guard word behind their last byte. FreeGuarded()
+// checks the guard: a write past the end of the block damages it, and a wrong
+// byte count looks for it in the wrong place.
 
-// The guard depends on the byte count, so that a count which happens to point
-// at another guard is found as well.
+// The guard depends on the byte count, so a wrong count that points at the
+// guard of another block fails, too.
 inline std::uint32_t GuardOf(unsigned int bytes) {
   return std::uint32_t{0xC5F19A36} ^ bytes;
 }
@@ -21,7 +21,7 @@ inline std::uint32_t GuardOf(unsigned int bytes) {
                             const char* caller);
 
 // Returns a block of the given number of bytes, aligned for any type, or null
-// when no memory is left. The caller gives it back with FreeGuarded().
+// when no memory is left. The caller releases it with FreeGuarded().
 inline unsigned char* AllocateGuarded(unsigned int bytes) {
   const std::uint32_t guard = GuardOf(bytes);
   const std::size_t size = std::size_t{bytes} + sizeof guard;
@@ -31,14 +31,15 @@ inline unsigned char* AllocateGuarded(unsigned int bytes) {
   return block;
 }
 
-// Takes back a block that was allocated with the same number of bytes. With a
-// damaged guard it ends the process, naming the caller.
+// Releases a block of AllocateGuarded(). Ends the process with a message that
+// names the caller if the guard is damaged. REQUIRES: bytes is what the block
+// was allocated with.
 inline void FreeGuarded(unsigned char* block, unsigned int bytes,
                         const char* caller) {
   std::uint32_t guard = 0;
   std::memcpy(&guard, block + bytes, sizeof guard);
   if (guard != GuardOf(bytes)) FailGuard(block, bytes, caller);
-  // A block that comes back twice must not pass the test again.
+  // The second release of a block must not find its guard intact.
   guard = ~guard;
   std::memcpy(block + bytes, &guard, sizeof guard);
   std::free(block);

@@ -13,8 +13,8 @@ namespace {
 // The address of the other half of the granule.
 std::uintptr_t Beside(std::uintptr_t address) { return address ^ kAlignment; }
 
-// Makes the slot say that its objects are strays, which the object beside, if
-// there is one, then becomes. Throws std::bad_alloc when memory is exhausted.
+// Sets the slot to kElsewhere. An object in the other half of the granule
+// becomes a stray. Throws std::bad_alloc when memory is exhausted.
 void Vacate(Slot& slot, std::uintptr_t address) {
   std::uint16_t value = slot.load(std::memory_order_acquire);
   for (;;) {
@@ -24,11 +24,12 @@ void Vacate(Slot& slot, std::uintptr_t address) {
       (*strays)[Beside(address)] = Stray{origin.number, origin.size};
     }
     if (slot.compare_exchange_strong(value, kElsewhere)) return;
-    if (moves) strays->erase(Beside(address));  // it was released meanwhile
+    if (moves) strays->erase(Beside(address));  // released meanwhile
   }
 }
 
-// Takes no lock at an address that malloc gives.
+// Whether the object may be in the map. Takes no lock, so that releasing an
+// object of malloc's takes none.
 bool MayBeStray(std::uintptr_t address) {
   if (!IsInShadow(address)) return true;
   const Slot* const slot = FindSlot(shadow, address);

@@ -15,17 +15,17 @@
 #include "threads.h"
 
 // The list of live objects. The slot of an object's address in the shadow holds
-// the number of its origin and one bit: in which half of the granule it begins.
-// Objects that have no slot to themselves are strays: they are in a map under a
-// mutex. Strays are objects
-// - at an address off malloc's alignment, or above the 48 bits of the shadow;
-// - that begin in the same granule, which malloc's do not;
-// - of the origin "more tags", whose sizes differ.
-// The slot of a stray, where there is one, says that its objects are elsewhere.
+// the number of its origin and one bit: in which half of the granule the object
+// begins. Objects that cannot have a slot are strays, in a map under a mutex:
+// - those at an address off malloc's alignment, or above the 48 bits of the
+//   shadow;
+// - two that begin in one granule, which blocks of malloc never do;
+// - those of the origin "more tags", whose sizes differ.
+// The slot of a stray, if its address has one, holds kElsewhere.
 namespace vorn::foundation::debug::internal {
 
 constexpr std::uintptr_t kAlignment = 1U << (kGranuleBits - 1);
-constexpr std::uint16_t kElsewhere = 1;  // no origin of an object here is 0
+constexpr std::uint16_t kElsewhere = 1;  // no slot has the origin 0
 
 struct Stray {
   unsigned int number;  // of the origin
@@ -60,8 +60,8 @@ inline bool IsFrom(std::uint16_t value, std::uintptr_t address) {
   return value > kElsewhere && (value & 1U) == HalfOf(address);
 }
 
-// Replaces the value that the slot had. Returns false if it has another one by
-// now: another thread has an object in the same granule.
+// Replaces the value of the slot. Returns false if another thread has changed
+// the value meanwhile, for an object in the same granule.
 inline bool Change(Slot& slot, std::uint16_t from, std::uint16_t to,
                    bool is_alone) {
   if (is_alone) {
@@ -72,9 +72,9 @@ inline bool Change(Slot& slot, std::uint16_t from, std::uint16_t to,
                                       std::memory_order_relaxed);
 }
 
-// Records an object in its slot, in the place of one that was released behind
-// the monitor's back. Returns false, and records nothing, if it has no slot yet
-// or must be a stray.
+// Records an object in its slot. An object that was released unreported at the
+// same address is forgotten. Returns false, and records nothing, if the object
+// has no slot yet or must be a stray.
 inline bool RecordInSlot(Slot* slot, std::uintptr_t address,
                          const Origin& origin) {
   if (slot == nullptr) return false;
@@ -89,8 +89,8 @@ inline bool RecordInSlot(Slot* slot, std::uintptr_t address,
   return false;
 }
 
-// Takes an object out of its slot and returns the number of its origin, or 0 if
-// it is not there.
+// Removes an object from its slot and returns the number of its origin, or 0 if
+// the object is not in a slot.
 inline unsigned int ForgetInSlot(std::uintptr_t address) {
   Slot* const slot = SlotOf(address);
   if (slot == nullptr) return 0;
@@ -99,18 +99,18 @@ inline unsigned int ForgetInSlot(std::uintptr_t address) {
   return Change(*slot, value, 0, IsOnlyThread()) ? NumberOf(value) : 0;
 }
 
-// Records an object anywhere. Throws std::bad_alloc when memory is exhausted.
+// Records an object, as a stray if it must be. Throws std::bad_alloc when
+// memory is exhausted.
 void RecordObject(std::uintptr_t address, const Origin& origin,
                   unsigned int size);
 
-// Takes an object that is not in its slot out of the list and returns its
-// block, a null address if the object is not in the list. Then it adds to
-// unknown_releases.
+// Removes an object that is not in a slot and returns its block. If the object
+// is not in the list, returns a null address and adds 1 to unknown_releases.
 LeakInfo ForgetStray(void* object);
 extern Counter<std::size_t> unknown_releases;
 
-// Calls visit(number, size) for each object, with the number of its origin. An
-// object that other threads record or release meanwhile may be among them.
+// Calls visit(number, size) for each object, with the number of its origin.
+// Objects that other threads record or release meanwhile may be left out.
 template <class Visit>
 void ForEachObject(Visit visit) {
   const std::lock_guard<std::mutex> lock(mutexes.strays);

@@ -12,7 +12,7 @@ namespace {
 internal::Counter<std::size_t> live_bytes;
 std::atomic<std::size_t> peak_bytes{0};
 
-// Counts bytes that go out.
+// Counts allocated bytes.
 void AddLive(std::size_t bytes) {
   constexpr auto kRelaxed = std::memory_order_relaxed;
   const bool is_alone = internal::IsOnlyThread();

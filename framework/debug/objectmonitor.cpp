@@ -1,5 +1,5 @@
-// The functions of the monitor, over its parts: the origins of objects, the
-// list of live objects, the states that marks remember, and the reports.
+// The functions of the monitor. Its parts: origins.h (tags), liveobjects.h (the
+// list of live objects), marks.h (states and marks), report.h (reports).
 
 #include <foundation/debug/objectmonitor.h>
 
@@ -35,7 +35,7 @@ LeakInfo ReleaseBlock(void* object) {
                   Origins::Numbered(number).size};
 }
 
-// The long way: the tag may be new, or the object's slot missing or taken.
+// Records an object whose tag is new or whose slot is missing or taken.
 [[gnu::noinline]] void Record(const void* object, const char* file, int line,
                               const char* function, unsigned int size) {
   const Origin& origin = Origins::FindOrAdd(file, line, function, size);

@@ -8,9 +8,9 @@
 // The origins of objects: every tag and size that objects were created with.
 namespace vorn::foundation::debug::internal {
 
-// Where objects of one size are created. Found by the addresses of the texts,
-// and printed from copies, since the library that they are in may be unloaded.
-// Never released.
+// The place that creates objects of one size. It is found by the addresses of
+// its texts and printed from copies, since the library that holds the texts may
+// be unloaded. Never released.
 struct Origin {
   bool Is(const char* at_file, int at_line, const char* at_function,
           unsigned int of_size) const {
@@ -26,21 +26,21 @@ struct Origin {
   const char* file_copy;
   const char* function_copy;
   const Origin* next;                        // with the same hash
-  mutable Counter<std::uint64_t> made = {};  // objects, so far
+  mutable Counter<std::uint64_t> made = {};  // objects since the start
 };
 
 // All origins so far, numbered from 1. Origins are found without a lock, and
 // added under one.
 class Origins {
  public:
-  // What the list of live objects has bits for.
+  // The most numbers that the list of live objects has bits for.
   static constexpr unsigned int kMost = 0x7FFF;
 
-  // The number of the origin "more tags", which is there from the start. It
-  // stands for all origins beyond the numbers; its objects have any size.
+  // The number of the origin "more tags", which exists from the start. It takes
+  // the objects of all origins beyond kMost; they have any size.
   static constexpr unsigned int kMore = 0;
 
-  // The origin, or null if it is new.
+  // Returns the origin, or null if it is new.
   static const Origin* Find(const char* file, int line, const char* function,
                             unsigned int size) {
     const Origin* origin =
@@ -51,16 +51,17 @@ class Origins {
     return origin;
   }
 
-  // The origin, which is added if it is new; "more tags" once the numbers are
-  // used up. A null text is an empty one. Throws std::bad_alloc when memory is
-  // exhausted.
+  // Returns the origin and adds it if it is new. Returns "more tags" once all
+  // numbers are used. A null text is an empty one. Throws std::bad_alloc when
+  // memory is exhausted.
   static const Origin& FindOrAdd(const char* file, int line,
                                  const char* function, unsigned int size);
 
-  // How many there are, "more tags" included: their numbers are below.
+  // The number of origins, "more tags" included. All numbers are below it.
   static unsigned int Count() { return count_.load(std::memory_order_acquire); }
 
-  // REQUIRES: the number is below Count(), or is that of a live object.
+  // Returns the origin of that number. REQUIRES: the number is below Count(),
+  // or is that of a live object.
   static const Origin& Numbered(unsigned int number) {
     if (number == kMore) return more_;
     return blocks_[number / kBlock].load(

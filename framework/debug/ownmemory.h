@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <new>
 
-// The memory of the monitor itself. It comes from malloc directly, so that it
-// never shows among the memory that the monitor accounts for.
+// The memory of the monitors themselves. It comes from malloc directly, so the
+// monitors do not count it.
 namespace vorn::foundation::debug::internal {
 
 // The allocator of the monitor's containers.

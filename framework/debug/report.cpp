@@ -14,7 +14,7 @@ namespace vorn::foundation::debug::internal {
 
 namespace {
 
-// A line: how things stand with a tag, and what has changed.
+// The line of a tag: its figures, and their change since the mark.
 struct Row {
   void Add(const Row& other) {
     objects += other.objects;
@@ -49,8 +49,8 @@ Row RowOf(const Origin& origin, const Count& now, const Count& then) {
   return row;
 }
 
-// By tag alone: objects of several sizes may be created in one place, and the
-// same texts may lie at several addresses.
+// Orders rows by tag. Several origins may have one tag: objects of several
+// sizes are created in one place, or equal texts lie at several addresses.
 bool TagOrder(const Row& a, const Row& b) {
   if (const int order = std::strcmp(a.tag->file_copy, b.tag->file_copy))
     return order < 0;
@@ -63,7 +63,7 @@ bool GrowthOrder(const Row& a, const Row& b) {
   return TagOrder(a, b);
 }
 
-// A row for each tag with anything to tell, in the order of the tags.
+// Returns a row for each tag with objects or changes, in the order of the tags.
 Rows RowsOf(const State& now, const State& then) {
   Rows rows;
   rows.reserve(now.counts.size());
@@ -91,8 +91,8 @@ Row TotalOf(const Rows& rows) {
   return total;
 }
 
-// Writes a text and figures as printf() does, whatever the stream does with
-// numbers.
+// Writes texts and figures as printf() does. The flags of the stream change
+// nothing.
 template <class... Figures>
 void Print(std::ostream& out, const char* format, Figures... figures) {
   char line[200];
@@ -111,7 +111,7 @@ void PrintTag(std::ostream& out, const Origin& tag) {
   out << tag.function_copy;
 }
 
-// Nothing as long as there are none.
+// Prints nothing if there are none.
 void PrintUnknown(std::ostream& out, std::size_t unknown) {
   if (unknown != 0) Print(out, "releases of unknown objects: %zu\n", unknown);
 }
@@ -151,7 +151,7 @@ void PrintTabs(std::ostream& out, const Rows& rows, std::size_t unknown) {
 
 void PrintState(std::ostream& out, const State& now) {
   constexpr char kFormat[] = ": %lld objects, %lld bytes\n";
-  const Rows rows = RowsOf(now, now);  // of tags with live objects alone
+  const Rows rows = RowsOf(now, now);  // only tags with live objects
   for (const Row& row : rows) {
     PrintTag(out, *row.tag);
     Print(out, kFormat, row.objects, row.bytes);

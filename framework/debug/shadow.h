@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <cstdlib>
 
-// A shadow of memory: a number of 16 bits for each granule, found by the
-// granule's position. A granule has the size of malloc's smallest block, so
-// that no two blocks begin in the same. A tree of pointers leads to leaves of 8
-// KiB, each for 4096 granules. A leaf is made when a number in it is first
-// needed, and all its numbers are 0 then; it stays. The way to a number takes
-// no lock, whatever other threads add meanwhile.
+// A shadow of memory: a number of 16 bits for each granule of memory, found by
+// the position of the granule. A granule has the size of malloc's smallest
+// block, so no two blocks begin in the same granule. A tree of pointers leads
+// to leaves of 8 KiB, each for 4096 granules. A leaf is allocated, with all
+// numbers 0, when one of them is first needed; it is never released. Finding a
+// number takes no lock while other threads add leaves.
 //
 // gdb/libjson-gdb.py reads the tree from `shadow` by the names in here.
 namespace vorn::foundation::debug::internal {
@@ -25,7 +25,8 @@ struct Leaf {
   Slot slots[1U << kSlotBits];
 };
 
-// Chooses a child by kBits of the address, above its lowest kShift bits.
+// A node of the tree. kBits of the address, above its lowest kShift bits,
+// choose the child.
 template <class Child, unsigned int kBits, unsigned int kShift>
 struct Node {
   static constexpr unsigned int kTop = kBits + kShift;
@@ -98,8 +99,8 @@ Slot* FindOrMakeSlot(Node<Child, kBits, kShift>& node, std::uintptr_t address) {
   return child == nullptr ? nullptr : FindOrMakeSlot(*child, address);
 }
 
-// Calls visit(value) for each number that is not 0. What the thread that stored
-// it did before is visible then.
+// Calls visit(value) for each number that is not 0. visit() sees all that the
+// storing thread did before it stored the number.
 template <class Visit>
 void ForEachSlot(const Leaf& leaf, Visit visit) {
   for (const Slot& slot : leaf.slots) {

@@ -22,9 +22,8 @@ void UnlockAll() {
   mutexes.origins.unlock();
 }
 
-// When the library is loaded. Handlers of the program are registered later:
-// before fork() they run earlier and after it later, and so may use the
-// monitor.
+// Runs when the library is loaded. The program registers its handlers later, so
+// they run before LockAll() and after UnlockAll() and may use the monitors.
 [[gnu::constructor]] void HandleForks() {
   if (pthread_atfork(LockAll, UnlockAll, UnlockAll) != 0) std::abort();
 }

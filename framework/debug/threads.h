@@ -11,8 +11,8 @@
 // What the monitors share among threads. Nothing here spins or yields.
 namespace vorn::foundation::debug::internal {
 
-// Whether the calling thread is the only one. All that other threads did before
-// is visible then; one that starts sees all that was done.
+// Whether the calling thread is the only one of the process. If so, it sees all
+// that former threads did, and a thread that it starts sees all that it did.
 inline bool IsOnlyThread() {
 #if __has_include(<sys/single_threaded.h>)
   return __libc_single_threaded != 0;
@@ -21,12 +21,13 @@ inline bool IsOnlyThread() {
 #endif
 }
 
-// A sum that loses nothing, whoever adds to it: plain arithmetic while there is
-// one thread, atomic otherwise.
+// A sum that several threads may add to. It uses plain arithmetic while there
+// is one thread, and atomic operations otherwise.
 template <class T>
 class Counter {
  public:
-  // Returns the sum. REQUIRES: is_alone is what IsOnlyThread() returns.
+  // Adds the number and returns the sum. REQUIRES: is_alone is what
+  // IsOnlyThread() returns.
   T Add(T number, bool is_alone = IsOnlyThread()) {
     if (!is_alone) return sum_.fetch_add(number, kRelaxed) + number;
     const T sum = sum_.load(kRelaxed) + number;
@@ -41,9 +42,9 @@ class Counter {
   std::atomic<T> sum_{0};
 };
 
-// The mutexes of the monitor. None is taken while another is held, and none
-// while a caller's code runs. fork() takes all of them, so that in the child
-// none is held, and what they guard is whole.
+// The mutexes of the monitors. A thread holds one at a time, and none while it
+// runs a caller's code. fork() holds all of them, so the child finds them free
+// and what they guard complete.
 struct Mutexes {
   std::mutex origins;
   std::mutex strays;

@@ -1,7 +1,6 @@
 // Numbers to texts, texts to numbers, and the small text helpers, in the order
-// of the header. Everything that converts or classifies goes through
-// <charconv> or tests of our own: the C library's functions would follow the
-// global locale.
+// of the header. Conversions use <charconv>, and classification the functions
+// below: the C library's functions depend on the global locale.
 
 #include <foundation/text/stringutils.h>
 
@@ -81,8 +80,8 @@ bool IsHexadecimal(std::string_view text) {
   return true;
 }
 
-// Moves past one digit or more; false when there is none. The end of a
-// SafeString is a NUL, which no test below takes for a part of a number.
+// Moves the cursor past all digits. Returns false if there is none. The NUL
+// behind a SafeString ends every loop below.
 bool SkipDigits(const char*& cursor) {
   const char* const begin = cursor;
   while (IsDigit(*cursor)) ++cursor;
@@ -138,11 +137,11 @@ Integer StringToInteger(const foundation::SafeString& text) {
   return value;
 }
 
-// Of a decimal text whose value no double can hold: whether it is too large
-// rather than too small. The power of ten of the first digit that counts
-// decides, since no such value lies anywhere near 1. The exponent's own digits
-// may be any number; they are counted no further than the text's length can
-// outweigh.
+// Whether the value of a decimal text is too large for a double. If not, it is
+// too small. REQUIRES: a double cannot hold the value, so it is far from 1, and
+// the power of ten of its first significant digit decides. The exponent may
+// have any number of digits; it is read up to kEnough, which no length of the
+// text outweighs.
 bool IsHuge(const foundation::SafeString& text) {
   constexpr long long kEnough = std::numeric_limits<long long>::max() / 16;
   const char* cursor = text.c_str();
@@ -219,7 +218,7 @@ foundation::SafeString StringUtils::_InternalFormat(const char* format, ...) {
   if (length <= 0) return foundation::SafeString();
   foundation::SafeString text(static_cast<std::size_t>(length), '\0');
   va_start(arguments, format);
-  // The terminator lands on the string's own.
+  // Writes the terminating NUL over that of the string.
   std::vsnprintf(text.data(), text.size() + 1, format, arguments);
   va_end(arguments);
   return text;
