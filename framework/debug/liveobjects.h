@@ -110,7 +110,8 @@ LeakInfo ForgetStray(void* object);
 extern Counter<std::size_t> unknown_releases;
 
 // Calls visit(number, size) for each object, with the number of its origin.
-// Objects that other threads record or release meanwhile may be left out.
+// Objects that other threads record or release meanwhile may be counted or left
+// out.
 template <class Visit>
 void ForEachObject(Visit visit) {
   const std::lock_guard<std::mutex> lock(mutexes.strays);

@@ -4,26 +4,25 @@
 
 namespace vorn::foundation::debug {
 
-// Supplies the memory behind every string and every container, and knows how
-// much of it is out. Safe to call from several threads.
+// Supplies the memory of every string and every container, and counts its
+// bytes. Safe to call from several threads.
 class __attribute__((visibility("default"))) MemoryMonitor {
  public:
-  // Returns a block of the given number of bytes, aligned for any type, or null
-  // when no memory is left. The caller owns the block and gives it back with
-  // Dealloc().
+  // Returns a block of that many bytes, aligned for any type, or null when no
+  // memory is left. The caller owns the block and releases it with Dealloc().
   static unsigned char* Alloc(unsigned int bytes);
 
-  // Takes back a block from Alloc(), which must have been asked for the same
-  // number of bytes; null is ignored. Does not throw. A block that was written
-  // past its end, or that comes back with another byte count, ends the process
-  // with a message on standard error.
+  // Releases a block; null is ignored. Does not throw. Ends the process with a
+  // message on standard error if the block was written past its end or has
+  // another byte count. REQUIRES: Alloc(bytes) returned the block.
   static void Dealloc(unsigned char* block, unsigned int bytes);
 
-  // The number of bytes that are out at the moment, as they were asked for.
+  // Returns the number of bytes that are allocated now, as they were requested.
   static std::size_t LiveBytes();
 
-  // The most bytes that were out at a time, since the start of the program or
-  // since ResetPeak(), which starts again with those that are out.
+  // PeakBytes() returns the most bytes that were allocated at a time since the
+  // start of the program or the last ResetPeak(), which sets the peak to
+  // LiveBytes().
   static std::size_t PeakBytes();
   static void ResetPeak();
 };

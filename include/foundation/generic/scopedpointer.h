@@ -19,37 +19,37 @@ namespace vorn::foundation::generic {
   throw lang::Exception(where.c_str(), "access null");
 }
 
-// Owns one object, or none, and releases it when it goes out of scope: an
-// IDisposable through its dispose(), any other object through the untagged
-// tracked deletion. It guards whatever is built in several steps, each of which
-// may throw. T must be complete where the pointer is destroyed.
+// Owns one object, or none, and releases it at the end of its own scope: an
+// IDisposable by dispose(), any other object by debug::Destroy(). It guards an
+// object while steps that may throw complete it. REQUIRES: T is complete where
+// the pointer is destroyed.
 template <class T>
 class __attribute__((visibility("default"))) ScopedPointer {
  public:
-  // Takes ownership of object, normally fresh from a tracked creation; null
+  // Takes ownership of object, which debug::Create() or clone() made; null
   // makes an empty pointer.
   explicit ScopedPointer(T* object = nullptr) : object_(object) {}
   ScopedPointer(const ScopedPointer&) = delete;
   ScopedPointer& operator=(const ScopedPointer&) = delete;
   ~ScopedPointer() { Release(object_); }
 
-  // The object. Throws lang::Exception ("access null") when there is none; the
-  // location names T as the compiler does.
+  // Returns the object. Throws lang::Exception ("access null") if there is
+  // none; its where() names T by typeid. The pointer keeps ownership; valid
+  // until the pointer is reset or destroyed.
   T* operator->() const {
     if (object_ == nullptr) ThrowAccessNull(typeid(T).name());
     return object_;
   }
 
-  // The object, or null. The pointer keeps ownership; valid until the pointer
-  // is reset or destroyed.
+  // Returns the object, or null. The pointer keeps ownership; valid until the
+  // pointer is reset or destroyed.
   T* get() const { return object_; }
 
-  // Gives the object up without touching it; null when there is none. The
-  // caller owns the result.
+  // Returns the object, or null, and is empty then. The caller owns the result.
   T* release() { return std::exchange(object_, nullptr); }
 
-  // Takes ownership of object, which may be null, and then releases the object
-  // held before.
+  // Takes ownership of object, which may be null, then releases the former
+  // object.
   void reset(T* object = nullptr) { Release(std::exchange(object_, object)); }
 
   explicit operator bool() const { return object_ != nullptr; }
