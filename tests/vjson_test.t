@@ -43,7 +43,7 @@ Where a fault is, and how its line is shown. The caret is under the fault.
   $ fault '{"a":\r\t\t"b"\t1}\r\n'; fault '1\0002'
   -:2:7: ParseObject: missing '}' or have some extra data characters|\t\t"b"\t1}|\t\t   \t^ (esc)
   -:1:2: Parse: extra data characters|1?2| ^
-  $ fault '["\e\xc2\x9b\xf4\x90\x80\x80\xff\xe0\x9f\xbf\xe2\x80\xae" 1]'; fault "[\"$wide\" 1, \"$wide\"]"
+  $ fault '["\e\xc2\x9b\xf4\x90\x80\x80\xff\xed\xa0\x80\xe2\x80\xae" 1]'; fault "[\"$wide\" 1, \"$wide\"]"
   -:1:19: ParseArray: missing ']'|["???????????" 1]|               ^
   -:1:605: ParseArray: missing ']'|...\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5" 1, "\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5...|                                 ^ (esc)
 
@@ -125,14 +125,14 @@ Values at paths, and what is in the way.
   path:1:4: Path: '0' or '1' is missing behind '~'|/a~2|   ^
   $ differ() { echo "$1" >first; echo "$2" | vjson equal "${@:3}" first; }
   $ differ '[[0,1]]' '[[0]]'; differ '{"a":{}}' '{"a":{"1":[]}}'; differ '[{"~":1}]' '[{"~":[]},2]' --all
-  [0]: length: 2 and 1
-  a["1"]: key: only in the second
+  /0/1: 1 and (none)
+  /a/1: (none) and []
   /0/~0: 1 and []
   /1: (none) and 2
   [1]
   $ vjson keys once a.b; vjson equal once twice; echo '{"a":{}}' | vjson cost | tail -n 1
   vjson: once: a.b: no object but a value of the kind array
-  a: kind: object and number
+  /a: {"":{"\\"\\\\":{"\xc3\xa9-1":true}},"b"... and 2 (esc)
   depth             2
 
 Changes. All else stays, by diff.

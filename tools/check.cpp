@@ -55,9 +55,9 @@ Status StrictCheck::Run() {
     PrintFault(input_, fault);
   }
   if (findings_ > kMost) {
-    PrintError(
-        input_.Subject(),
-        StringUtils::_InternalFormat("%zu more", findings_ - kMost).c_str());
+    const auto more =
+        StringUtils::_InternalFormat("%zu more", findings_ - kMost);
+    PrintError(input_.Subject(), more.c_str());
   }
   if (deep_ && whole && standard_) {
     PrintError(input_.Subject(), "RFC 8259 takes this text");
@@ -142,14 +142,13 @@ void StrictCheck::Find(Kind kind, std::uint64_t offset, const char* message) {
 }  // namespace
 
 Status Check(const Arguments& arguments, Output&) {
-  std::vector<const char*> files = arguments.operands;
-  if (files.empty()) files.push_back(arguments.FileAt(0));
   const auto check = [&](Input& input) {
     if (arguments.Has(kStrict)) return StrictCheck(input).Run();
-    return CheckText(input) ? kYes : kNo;
+    CheckText(input);
+    return kYes;
   };
   Status status = kYes;
-  for (const char* const file : files) {
+  for (const char* const file : arguments.operands) {
     status = std::max(status, StatusOf([&] {
                         return ForEachText(file, arguments.Has(kLines), check);
                       }));

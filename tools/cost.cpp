@@ -45,7 +45,8 @@ void Count(View value, unsigned int around, Census& census) {
 }  // namespace
 
 Status Cost(const Arguments& arguments, Output& output) {
-  const Document document = LoadDocumentOrFail(arguments.FileAt(0));
+  Input input(arguments.operands[0]);
+  const Document document = LoadDocument(input);
   const std::size_t before = MemoryMonitor::LiveBytes();
   MemoryMonitor::ResetPeak();
   const generic::ScopedPointer<JBase> tree(LoadTree(document));
@@ -54,17 +55,20 @@ Status Cost(const Arguments& arguments, Output& output) {
   Census census;
   Count(tree.get(), 0, census);
 
-  output.Print("%-8s %10s %12zu bytes\n", "text", "", document.text.size());
+  const auto print = [&output](auto... values) {
+    output.Write(text::StringUtils::_InternalFormat(values...));
+  };
+  print("%-8s %10s %12zu bytes\n", "text", "", document.text.size());
   for (std::size_t i = 0; i < std::size(kKinds); ++i) {
     const std::size_t count = census.counts[i];
-    output.Print("%-8s %10zu %12zu bytes\n", kKinds[i].name, count,
-                 count * kKinds[i].size);
+    print("%-8s %10zu %12zu bytes\n", kKinds[i].name, count,
+          count * kKinds[i].size);
   }
-  output.Print("%-8s %10zu %12zu bytes\n", "objects",
-               ObjectMonitor::LiveCount(), ObjectMonitor::LiveBytes());
-  output.Print("%-8s %10s %12zu bytes, at most %zu while reading\n", "buffers",
-               "", buffers, peak);
-  output.Print("%-8s %10u\n", "depth", census.depth);
+  print("%-8s %10zu %12zu bytes\n", "objects", ObjectMonitor::LiveCount(),
+        ObjectMonitor::LiveBytes());
+  print("%-8s %10s %12zu bytes, at most %zu while reading\n", "buffers", "",
+        buffers, peak);
+  print("%-8s %10u\n", "depth", census.depth);
   return kYes;
 }
 

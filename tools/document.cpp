@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <foundation/json/json.h>
-#include <foundation/text/stringutils.h>
 
 #include "scanner.h"
 
@@ -14,31 +13,16 @@ using vorn::foundation::text::StringUtils;
 
 // Loading ---------------------------------------------------------------------
 
-bool LoadDocument(Input& input, Document& document) {
-  document = {input.Subject(), input.ReadAll()};
-  Input text(input.name(), document.text, input.line());
-  return CheckText(text);
-}
-
-Status ForEachDocument(const char* file, bool lines,
-                       const std::function<Status(const Document&)>& work) {
-  return ForEachText(file, lines, [&](Input& input) {
-    Document document;
-    return LoadDocument(input, document) ? work(document) : kNo;
-  });
-}
-
-Document LoadDocumentOrFail(const char* file) {
-  Document document;
-  Input input(file);
-  if (!LoadDocument(input, document)) throw Failure{kNo};
+Document LoadDocument(Input& input) {
+  const Document document{input.Subject(), input.ReadAll()};
+  CheckText(input);
   return document;
 }
 
 JBase* LoadTree(const Document& document) {
   JsonReader reader;
   JsonFault fault;
-  if (!reader.fromString(document.text, fault)) throw std::bad_alloc();
+  if (!reader.fromString(document.text.data(), fault)) throw std::bad_alloc();
   return reader.transfer();
 }
 
@@ -65,17 +49,13 @@ std::string_view PassValue(Scanner& scanner, const Token& first) {
   return {first.text.data(), static_cast<std::size_t>(end - first.text.data())};
 }
 
-bool IsArray(std::string_view value) { return value[0] == '['; }
-bool IsObject(std::string_view value) { return value[0] == '{'; }
-
 // Why the step leads nowhere in the value.
-SafeString WhyNot(std::string_view value, std::size_t length,
-                  const Step& step) {
-  if (IsArray(value) && step.index != Step::kNoIndex) {
+SafeString WhyNot(std::string_view value, const Step& step) {
+  if (value[0] == '[' && step.index != Step::kNoIndex) {
     return StringUtils::_InternalFormat("past the end, the length is %zu",
-                                        length);
+                                        ChildrenOf(value).size());
   }
-  if (IsObject(value) && step.by_key) return "no such key";
+  if (value[0] == '{' && step.by_key) return "no such key";
   return SafeString("not in a value of the kind ") + KindOf(value);
 }
 
@@ -87,15 +67,12 @@ std::string_view RootOf(const Document& document) {
   return PassValue(scanner, NextOf(scanner));
 }
 
-std::vector<Child> ChildrenOf(const Document& document,
-                              std::string_view container) {
-  const auto begin = container.data() - document.text.data();
-  Input input(
-      "",
-      std::string_view(document.text).substr(static_cast<std::size_t>(begin)));
-  Scanner scanner(input);
+std::vector<Child> ChildrenOf(std::string_view value) {
   std::vector<Child> children;
-  if (NextOf(scanner).kind != Token::kBegin) return children;
+  if (value[0] != '[' && value[0] != '{') return children;
+  Input input("", value);
+  Scanner scanner(input);
+  NextOf(scanner);
   Token token = NextOf(scanner);
   while (token.kind != Token::kEnd) {
     Child child{};
@@ -115,15 +92,13 @@ std::vector<Child> ChildrenOf(const Document& document,
   return children;
 }
 
-const Child* FindChild(const std::vector<Child>& children,
-                       std::string_view container, const Step& step) {
-  if (IsArray(container)) {
+const Child* FindChild(const std::vector<Child>& children, const Step& step) {
+  if (children.empty() || children[0].key.empty()) {
     return step.index < children.size() ? &children[step.index] : nullptr;
   }
   const auto found =
       std::find_if(children.rbegin(), children.rend(), [&](const Child& child) {
-        return step.by_key && !child.key.empty() &&
-               Unquote(child.key) == step.key;
+        return step.by_key && Unquote(child.key) == step.key;
       });
   return found == children.rend() ? nullptr : &*found;
 }
@@ -133,24 +108,27 @@ std::string_view FindValue(const Document& document, const Path& path,
   std::string_view value = RootOf(document);
   for (std::size_t i = 0; i < steps; ++i) {
     const Step& step = path.steps[i];
-    const std::vector<Child> children = ChildrenOf(document, value);
-    const Child* const child = FindChild(children, value, step);
+    const std::vector<Child> children = ChildrenOf(value);
+    const Child* const child = FindChild(children, step);
     if (child == nullptr) {
-      PrintMissing(document, path.text.substr(0, step.end),
-                   WhyNot(value, children.size(), step));
-      return std::string_view();
+      FailAt(document, path.text.substr(0, step.end), WhyNot(value, step));
     }
     value = child->value;
   }
   return value;
 }
 
-void PrintMissing(const Document& document, std::string_view path,
-                  const SafeString& message) {
+std::string_view FindValue(const Document& document, const Path& path) {
+  return FindValue(document, path, path.steps.size());
+}
+
+void FailAt(const Document& document, std::string_view path,
+            const SafeString& message) {
   constexpr std::size_t kWidth = 60;
   const SafeString shown =
       path.empty() ? "(root)" : Excerpt(path, path.size(), kWidth).text;
   PrintError(document.subject, (shown + ": " + message).c_str());
+  throw Failure{kNo};
 }
 
 const char* KindOf(std::string_view value) {

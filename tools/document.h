@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -12,27 +11,17 @@
 
 namespace vjson {
 
-using vorn::foundation::json::JBase;
-
-// A well-formed text, and how errors name it.
+// A well-formed text, which is lent, and how errors name it.
 struct Document {
   SafeString subject;
-  SafeString text;
+  std::string_view text;
 };
 
-// Reads the input. Prints the fault of malformed text, and returns false.
-bool LoadDocument(Input& input, Document& document);
-
-// Calls the work with the document of the file, or of each of its lines, as
-// ForEachText() does. The status of malformed text is kNo.
-Status ForEachDocument(const char* file, bool lines,
-                       const std::function<Status(const Document&)>& work);
-
-// Reads the file. Malformed text ends the command.
-Document LoadDocumentOrFail(const char* file);
+// Reads the input, which lends the text. Malformed text ends the command.
+Document LoadDocument(Input& input);
 
 // The tree of the document. The caller owns it.
-JBase* LoadTree(const Document& document);
+vorn::foundation::json::JBase* LoadTree(const Document& document);
 
 // Values in a text are views of it.
 
@@ -45,22 +34,22 @@ struct Child {
 
 std::string_view RootOf(const Document& document);
 
-std::vector<Child> ChildrenOf(const Document& document,
-                              std::string_view container);
+// None of a value that is no container.
+std::vector<Child> ChildrenOf(std::string_view value);
 
 // The child of the container, one of these, that the step leads to, the last
 // one of its key; null if there is none.
-const Child* FindChild(const std::vector<Child>& children,
-                       std::string_view container, const Step& step);
+const Child* FindChild(const std::vector<Child>& children, const Step& step);
 
-// The value that the first steps of the path lead to, so many. Where there is
-// none, prints why and returns a view without data.
+// The value that the first steps of the path lead to, so many. If there is
+// none, prints why and ends the command.
 std::string_view FindValue(const Document& document, const Path& path,
                            std::size_t steps);
+std::string_view FindValue(const Document& document, const Path& path);
 
-// Prints what is in the way at the path.
-void PrintMissing(const Document& document, std::string_view path,
-                  const SafeString& message);
+// Prints what is in the way at the path, and ends the command.
+[[noreturn]] void FailAt(const Document& document, std::string_view path,
+                         const SafeString& message);
 
 // The name of the value's kind.
 const char* KindOf(std::string_view value);

@@ -1,36 +1,33 @@
 // set and remove: all but the value, its comma and its comment stays as it is.
 
-#include <algorithm>
-#include <cstring>
-
-#include <foundation/json/files.h>
-
 #include "command.h"
 #include "document.h"
 #include "scanner.h"
 
 namespace vjson {
 
-using namespace vorn::foundation::json;
-
 namespace {
 
-// Parts of a text that are replaced, in their order.
+// A part of a text, and what replaces it. Several are in their order.
 struct Edit {
-  const char* begin;
-  const char* end;
+  std::string_view part;
   SafeString text;
 };
 using Edits = std::vector<Edit>;
 
-SafeString Apply(const SafeString& text, const Edits& edits) {
+const char* EndOf(std::string_view part) { return part.data() + part.size(); }
+std::string_view Part(const char* begin, const char* end) {
+  return {begin, static_cast<std::size_t>(end - begin)};
+}
+
+SafeString Apply(std::string_view text, const Edits& edits) {
   SafeString result;
   const char* at = text.data();
   for (const Edit& edit : edits) {
-    result.append(at, edit.begin) += edit.text;
-    at = edit.end;
+    result.append(at, edit.part.data()) += edit.text;
+    at = EndOf(edit.part);
   }
-  return result.append(at, text.data() + text.size());
+  return result.append(at, EndOf(text));
 }
 
 // Positions in a text. Some container is around them.
@@ -38,7 +35,6 @@ SafeString Apply(const SafeString& text, const Edits& edits) {
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\v' || c == '\f'; }
 bool IsLineEnd(char c) { return c == '\n' || c == '\r'; }
 
-const char* EndOf(std::string_view part) { return part.data() + part.size(); }
 const char* BeginOf(const Child& child) {
   return child.key.empty() ? child.value.data() : child.key.data();
 }
@@ -81,15 +77,15 @@ Edits Add(const std::vector<Child>& children, std::string_view container,
   while (IsBlank(end[-1]) || IsLineEnd(end[-1])) --end;
   if (children.empty()) {
     const bool blank = end == container.data() + 1;
-    return {{blank ? end : close, close, child}};
+    return {{Part(blank ? end : close, close), child}};
   }
   const SafeString gap = GapBefore(children);
   const char* const last = EndOf(children.back().value);
-  if (end == last) return {{last, last, "," + gap + child}};
-  const bool line = !gap.empty() && IsLineEnd(gap[0]);
-  if (!line) return {{last, last, ","}, {close, close, child}};
-  end = LineEnd(end);
-  return {{last, last, ","}, {end, end, gap + child}};
+  if (end == last) return {{Part(last, last), "," + gap + child}};
+  const bool line = IsLineEnd(gap[0]);
+  end = line ? LineEnd(end) : close;
+  return {{Part(last, last), ","},
+          {Part(end, end), line ? gap + child : child}};
 }
 
 // Removing --------------------------------------------------------------------
@@ -100,10 +96,9 @@ Edits Cut(const std::vector<Child>& children, const Child& child) {
   Edits edits;
   const bool last = child.comma == nullptr;
   const char* begin = BeginOf(child);
-  const char* blanks = BeforeBlanks(begin);
+  const char* const blanks = BeforeBlanks(begin);
   if (last && &child != &children.front()) {
-    const char* const comma = (&child)[-1].comma;
-    edits.push_back({comma, comma + 1, ""});
+    edits.push_back({{(&child)[-1].comma, 1}, ""});
   }
   const char* end = last ? EndOf(child.value) : child.comma + 1;
   while (IsBlank(*end)) ++end;
@@ -111,124 +106,98 @@ Edits Cut(const std::vector<Child>& children, const Child& child) {
   const bool lines = IsLineEnd(blanks[-1]) && IsLineEnd(*end);
   if (last || IsLineEnd(*end)) begin = blanks;
   if (lines) end += end[0] == '\r' && end[1] == '\n' ? 2 : 1;
-  edits.push_back({begin, end, ""});
+  edits.push_back({Part(begin, end), ""});
   return edits;
 }
 
 // The commands ----------------------------------------------------------------
 
-// The parent of the value at the path, with its children.
-struct Parent {
-  std::string_view value;
-  std::vector<Child> children;
-  const Child* child = nullptr;
-};
-
-// The value has no data, after a message, where there is no parent.
-Parent ParentOf(const Document& document, const Path& path) {
-  Parent parent;
-  parent.value = FindValue(document, path, path.steps.size() - 1);
-  if (parent.value.data() == nullptr) return parent;
-  parent.children = ChildrenOf(document, parent.value);
-  parent.child = FindChild(parent.children, parent.value, path.steps.back());
-  return parent;
-}
-
-bool Replace(Document& document, const Path& path, const SafeString& value) {
+// The text with the value at the path.
+SafeString Replace(const Document& document, const Path& path,
+                   const SafeString& value) {
   if (path.steps.empty()) {
-    const std::string_view root = RootOf(document);
-    document.text = Apply(document.text, {{root.data(), EndOf(root), value}});
-    return true;
+    return Apply(document.text, {{RootOf(document), value}});
   }
-  const Parent parent = ParentOf(document, path);
   const Step& step = path.steps.back();
-  if (parent.value.data() == nullptr) return false;
+  const auto container = FindValue(document, path, path.steps.size() - 1);
+  const std::vector<Child> children = ChildrenOf(container);
   Edits edits;
-  if (parent.child != nullptr) {
-    const std::string_view old = parent.child->value;
-    edits = {{old.data(), EndOf(old), value}};
-  } else if (parent.value[0] == '{' && step.by_key) {
-    edits = Add(parent.children, parent.value,
-                step.quoted + ColonOf(parent.children) + value);
-  } else if (parent.value[0] == '[' && (step.index == parent.children.size() ||
-                                        step.index == Step::kBehind)) {
-    edits = Add(parent.children, parent.value, value);
+  if (const Child* const child = FindChild(children, step)) {
+    edits = {{child->value, value}};
+  } else if (container[0] == '{' && step.by_key) {
+    edits = Add(children, container, step.quoted + ColonOf(children) + value);
+  } else if (container[0] == '[' &&
+             (step.index == children.size() || step.index == Step::kBehind)) {
+    edits = Add(children, container, value);
   } else {
-    FindValue(document, path, path.steps.size());
-    return false;
+    FindValue(document, path);  // says what is in the way
   }
-  document.text = Apply(document.text, edits);
-  return true;
+  return Apply(document.text, edits);
 }
 
-// Removes all members of a key that stands there several times.
-bool RemoveAll(Document& document, const Path& path) {
-  if (FindValue(document, path, path.steps.size()).data() == nullptr) {
-    return false;
+// The text without the value at the path, and without any of its key.
+SafeString RemoveAll(const Document& document, const Path& path) {
+  FindValue(document, path);
+  SafeString text(document.text);
+  for (;;) {
+    const auto container =
+        FindValue({document.subject, text}, path, path.steps.size() - 1);
+    const std::vector<Child> children = ChildrenOf(container);
+    const Child* const child = FindChild(children, path.steps.back());
+    if (child == nullptr) return text;
+    const bool array = container[0] == '[';
+    text = Apply(text, Cut(children, *child));
+    if (array) return text;
   }
-  Parent parent = ParentOf(document, path);
-  do {
-    document.text = Apply(document.text, Cut(parent.children, *parent.child));
-    parent = ParentOf(document, path);
-  } while (parent.value[0] == '{' && parent.child != nullptr);
-  return true;
 }
 
 // The value that the operand is, as a JSON text.
 SafeString ValueOf(const char* operand, bool string) {
   if (string) return Quote(operand);
-  const Document document{"VALUE", operand};
-  Input input("VALUE", document.text);
-  if (!CheckText(input)) throw Failure{kTrouble};
-  return SafeString(RootOf(document));
+  Input input("VALUE", operand);
+  return SafeString(RootOf(LoadDocument(input)));
 }
 
-// Writes the text, or replaces the file by it. The value may nest too deep.
-Status Save(const char* file, const SafeString& text, bool in_place,
-            Output& output) {
-  Input input(file, text);
-  if (!CheckText(input)) return kNo;
-  if (!in_place) {
-    output.Write(text);
-    return kYes;
-  }
-  FileFault fault;
-  const bool saved = files::Try(fault, "write", [&] {
-    files::Save(files::Follow(file), text, "");
-    return true;
-  });
-  if (!saved) Fail(file, std::strerror(fault.error));
-  return kYes;
-}
-
-// Changes the document of the file as the function says.
-Status ChangeFile(const char* file, bool in_place, Output& output,
-                  const std::function<bool(Document&)>& change) {
+// Changes the text of the file, which is written, or replaces the file. A value
+// may nest too deep.
+template <class Change>
+Status ChangeFile(const Arguments& arguments, Output& output, Change change) {
+  const char* const file = arguments.operands[0];
+  const bool in_place = arguments.Has(kInPlace);
   if (in_place && IsStandardInput(file)) Fail(file, "--in-place needs a file");
-  Document document = LoadDocumentOrFail(file);
-  if (!change(document)) return kNo;
-  return Save(file, document.text, in_place, output);
+  Input input(file);
+  const SafeString text = change(LoadDocument(input));
+  Input changed(file, text);
+  CheckText(changed);
+  if (in_place) {
+    UseFile(file, [&] { files::Save(files::Follow(file), text, ""); });
+  } else {
+    output.Write(text);
+  }
+  return kYes;
 }
 
 }  // namespace
 
 Status Set(const Arguments& arguments, Output& output) {
-  const auto operand = arguments.operands.end() - 2;
-  const Path path = ParsePathOrFail(operand[0]);
-  const SafeString value = ValueOf(operand[1], arguments.Has(kAsString));
-  return ChangeFile(arguments.operands.size() > 2 ? arguments.operands[0] : "-",
-                    arguments.Has(kInPlace), output, [&](Document& document) {
-                      return Replace(document, path, value);
-                    });
+  const Path path = ParsePathOrFail(arguments.operands[1]);
+  SafeString value;
+  const Status status = StatusOf([&] {
+    value = ValueOf(arguments.operands[2], arguments.Has(kAsString));
+    return kYes;
+  });
+  if (status != kYes) return kTrouble;
+  return ChangeFile(arguments, output, [&](const Document& document) {
+    return Replace(document, path, value);
+  });
 }
 
 Status Remove(const Arguments& arguments, Output& output) {
-  const Path path = ParsePathOrFail(arguments.operands.back());
+  const Path path = ParsePathOrFail(arguments.operands[1]);
   if (path.steps.empty()) Fail("remove", "the outermost value has to stay");
-  return ChangeFile(arguments.operands.size() > 1 ? arguments.operands[0] : "-",
-                    arguments.Has(kInPlace), output, [&](Document& document) {
-                      return RemoveAll(document, path);
-                    });
+  return ChangeFile(arguments, output, [&](const Document& document) {
+    return RemoveAll(document, path);
+  });
 }
 
 }  // namespace vjson

@@ -10,63 +10,55 @@ namespace vjson {
 
 namespace {
 
-// A path, or several; the values are written in the order of the paths.
-Status WriteValues(const Document& document, const std::vector<Path>& paths,
-                   bool raw, Output& output) {
-  Status status = kYes;
-  for (const Path& path : paths) {
-    const std::string_view value = FindValue(document, path, path.steps.size());
-    if (value.data() == nullptr) {
-      status = kNo;
-    } else if (raw && value[0] == '"') {
-      output.WriteLine(Decode(value));
-    } else {
-      output.WriteLine(value);
-    }
-  }
-  return status;
+void WriteValue(std::string_view value, bool raw, Output& output) {
+  if (raw && value[0] == '"') return output.WriteLine(Decode(value));
+  output.WriteLine(value);
 }
 
-Status WriteKeys(const Document& document, const Path& path, Output& output) {
-  const std::string_view value = FindValue(document, path, path.steps.size());
-  if (value.data() == nullptr) return kNo;
+void WriteKeys(const Document& document, const Path& path, Output& output) {
+  const std::string_view value = FindValue(document, path);
   if (value[0] != '{') {
-    PrintMissing(
-        document, path.text,
-        SafeString("no object but a value of the kind ") + KindOf(value));
-    return kNo;
+    FailAt(document, path.text,
+           SafeString("no object but a value of the kind ") + KindOf(value));
   }
   std::set<SafeString> written;
-  for (const Child& child : ChildrenOf(document, value)) {
+  for (const Child& child : ChildrenOf(value)) {
     const SafeString key = Unquote(child.key);
     if (!written.insert(key).second) continue;
     output.WriteLine(IsName(key) ? key : child.key);
   }
-  return kYes;
 }
 
 }  // namespace
 
 Status Get(const Arguments& arguments, Output& output) {
   const auto& operands = arguments.operands;
-  const bool named = operands.size() > 1;
   std::vector<Path> paths;
-  std::transform(operands.begin() + (named ? 1 : 0), operands.end(),
+  std::transform(operands.begin() + 1, operands.end(),
                  std::back_inserter(paths), ParsePathOrFail);
-  return ForEachDocument(named ? operands[0] : "-", arguments.Has(kLines),
-                         [&](const Document& document) {
-                           return WriteValues(document, paths,
-                                              arguments.Has(kRaw), output);
-                         });
+  const auto get = [&](Input& input) {
+    const Document document = LoadDocument(input);
+    Status status = kYes;
+    for (const Path& path : paths) {
+      status = std::max(status, StatusOf([&] {
+                          WriteValue(FindValue(document, path),
+                                     arguments.Has(kRaw), output);
+                          return kYes;
+                        }));
+    }
+    return status;
+  };
+  return ForEachText(operands[0], arguments.Has(kLines), get);
 }
 
 Status Keys(const Arguments& arguments, Output& output) {
   const auto& operands = arguments.operands;
   const Path path = ParsePathOrFail(operands.size() > 1 ? operands[1] : "");
-  return ForEachDocument(arguments.FileAt(0), arguments.Has(kLines),
-                         [&](const Document& document) {
-                           return WriteKeys(document, path, output);
-                         });
+  const auto keys = [&](Input& input) {
+    WriteKeys(LoadDocument(input), path, output);
+    return kYes;
+  };
+  return ForEachText(operands[0], arguments.Has(kLines), keys);
 }
 
 }  // namespace vjson

@@ -4,11 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <algorithm>
-#include <cerrno>
 #include <cinttypes>
-#include <cstring>
-
-#include <foundation/text/stringutils.h>
 
 namespace vjson {
 
@@ -20,26 +16,25 @@ constexpr std::size_t kAround = 128;  // bytes kept on both sides of a place
 
 }  // namespace
 
-bool IsStandardInput(const char* name) { return std::strcmp(name, "-") == 0; }
+bool IsStandardInput(std::string_view name) { return name == "-"; }
 
 // The window ------------------------------------------------------------------
 
 Input::Input(const char* name, std::size_t window)
-    : name_(name),
-      line_(0),
-      file_(IsStandardInput(name) ? STDIN_FILENO
-                                  : open(name, O_RDONLY | O_CLOEXEC)),
-      ended_(false),
-      buffer_(window, '\0') {
+    : name_(name), ended_(false), buffer_(window, '\0') {
   begin_ = end_ = at_ = buffer_.data();
   struct stat status;
-  if (file_ < 0 || fstat(file_, &status) != 0) Fail(name, std::strerror(errno));
-  const off_t start = lseek(file_, 0, SEEK_CUR);
-  if (!S_ISREG(status.st_mode) || start < 0) return;
-  constexpr std::uint64_t kLarge = 10'000'000;
+  UseFile(name, [&] {
+    file_ = IsStandardInput(name) ? STDIN_FILENO : files::Do("open", [name] {
+      return open(name, O_RDONLY | O_CLOEXEC);
+    });
+    files::Do("open", [&] { return fstat(file_, &status); });
+  });
+  start_ = lseek(file_, 0, SEEK_CUR);
+  if (!S_ISREG(status.st_mode) || start_ < 0) return;
+  constexpr std::size_t kLarge = 10'000'000;
   regular_ = true;
-  start_ = static_cast<std::uint64_t>(start);
-  size_ = static_cast<std::uint64_t>(status.st_size);
+  size_ = static_cast<std::size_t>(status.st_size);
   progress_ = size_ > kLarge && isatty(STDERR_FILENO) != 0;
 }
 
@@ -49,7 +44,7 @@ Input::Input(const char* name, std::string_view text, std::uint64_t line)
       begin_(text.data()),
       end_(begin_ + text.size()),
       at_(begin_) {
-  first_.position.line = last_.position.line = std::max<std::uint64_t>(line, 1);
+  Rewind();
 }
 
 Input::~Input() {
@@ -70,42 +65,31 @@ void Input::MoveWindow() {
       keep - std::min<std::ptrdiff_t>(kAround, keep - begin_);
   first_ = last_ = {OffsetOf(from), PositionOf(OffsetOf(from))};
   base_ = first_.offset;
-  const auto gone = from - begin_;
-  const auto size = static_cast<std::size_t>(end_ - from);
-  std::memmove(buffer_.data(), from, size);
-  const auto cursor = at_ - from;
-  const auto token = keep - from;
-  if (gone < static_cast<std::ptrdiff_t>(buffer_.size() / 2)) {
-    buffer_.resize(buffer_.size() * 2);
-  }
+  const auto gone = static_cast<std::size_t>(from - begin_);
+  const auto size = end_ - from, cursor = at_ - from, token = keep - from;
+  std::copy(from, end_, buffer_.data());
+  if (gone < buffer_.size() / 2) buffer_.resize(buffer_.size() * 2);
   begin_ = buffer_.data();
   end_ = begin_ + size;
   at_ = begin_ + cursor;
   if (token_ != nullptr) token_ = begin_ + token;
 }
 
-// Reads into the room behind the window; returns how many bytes.
-std::size_t Input::ReadBlock() {
-  const auto used = static_cast<std::size_t>(end_ - begin_);
-  ssize_t count = 0;
-  do {
-    count = read(file_, buffer_.data() + used, buffer_.size() - used);
-  } while (count < 0 && errno == EINTR);
-  if (count < 0) Fail(name_, std::strerror(errno));
-  const std::size_t end = used + static_cast<std::size_t>(count);
-  buffer_[end] = '\0';
-  return static_cast<std::size_t>(count);
-}
-
 // Reads more; false at the end of the input.
 bool Input::Fill() {
   if (ended_) return false;
   if (end_ == buffer_.data() + buffer_.size()) MoveWindow();
-  const std::size_t count = ReadBlock();
+  const auto used = static_cast<std::size_t>(end_ - begin_);
+  const auto count = UseFile(name_, [&] {
+    return files::Do("read", [&] {
+      return read(file_, buffer_.data() + used, buffer_.size() - used);
+    });
+  });
   ended_ = count == 0;
   end_ += count;
+  buffer_[static_cast<std::size_t>(end_ - begin_)] = '\0';
   const std::uint64_t done = OffsetOf(end_);
-  if (progress_ && done >> 20 != (done - count) >> 20) {
+  if (progress_ && done >> 20 != (base_ + used) >> 20) {
     ShowProgress(name_, done, size_);
   }
   return !ended_;
@@ -129,11 +113,10 @@ bool Input::CanRewind() {
 }
 
 void Input::Rewind() {
-  token_ = nullptr;
   if (base_ != 0) {
-    if (lseek(file_, static_cast<off_t>(start_), SEEK_SET) < 0) {
-      Fail(name_, std::strerror(errno));
-    }
+    UseFile(name_, [this] {
+      files::Do("read", [this] { return lseek(file_, start_, SEEK_SET); });
+    });
     ended_ = false;
     base_ = 0;
     end_ = begin_;
@@ -152,27 +135,23 @@ bool Input::ReadLine(std::string_view& line) {
   SkipWhile([](char byte) { return byte != '\n' && byte != '\0'; });
   line = Token();
   if (at_ == end_) return true;
-  if (*at_ == '\n') {
-    buffer_[static_cast<std::size_t>(at_ - begin_)] = '\0';
-    Skip();
-  } else {
-    Skip();
-    line = Token();
-    at_ = end_;
-    ended_ = true;
-  }
+  const bool nul = *at_ == '\0';
+  if (nul) line = {token_, line.size() + 1};
+  buffer_[static_cast<std::size_t>(at_ - begin_)] = '\0';
+  at_ = nul ? end_ : at_ + 1;
+  ended_ = ended_ || nul;
   return true;
 }
 
-SafeString Input::ReadAll() {
-  SafeString text;
-  text.reserve(static_cast<std::size_t>(size_));
-  do {
-    text.append(at_, end_);
-    const bool nul = std::find(at_, end_, '\0') != end_;
-    at_ = end_;
-    if (nul) break;
-  } while (Fill());
+std::string_view Input::ReadAll() {
+  if (file_ >= 0) {
+    buffer_.resize(size_ + kWindow);
+    begin_ = end_ = at_ = buffer_.data();
+  }
+  BeginToken();
+  SkipWhile([](char byte) { return byte != '\0'; });
+  const std::string_view text = Token();
+  Unread();
   return text;
 }
 
@@ -181,15 +160,12 @@ bool Input::ReadAgain(SafeString& text) {
   constexpr std::size_t kBehind = 16;
   Need(kBehind);
   const std::uint64_t end = std::min(Offset() + kBehind, OffsetOf(end_));
-  if (line_ != 0 || end > kMost || (base_ != 0 && !regular_)) return false;
+  if (end > kMost || (base_ != 0 && !regular_)) return false;
   const auto size = static_cast<std::size_t>(end);
-  if (base_ == 0) {
-    text.assign(begin_, size);
-    return true;
-  }
+  text.assign(begin_, base_ == 0 ? size : 0);
   text.resize(size);
-  return pread(file_, text.data(), size, static_cast<off_t>(start_)) ==
-         static_cast<ssize_t>(size);
+  return base_ == 0 ||
+         pread(file_, text.data(), size, start_) == static_cast<ssize_t>(size);
 }
 
 Status ForEachText(const char* file, bool lines,
@@ -201,7 +177,7 @@ Status ForEachText(const char* file, bool lines,
   for (std::uint64_t number = 1; input.ReadLine(line); ++number) {
     if (line.find_first_not_of(" \t\v\f\r") == line.npos) continue;
     Input text(file, line, number);
-    status = std::max(status, work(text));
+    status = std::max(status, StatusOf([&] { return work(text); }));
   }
   return status;
 }

@@ -11,28 +11,27 @@
 namespace vjson {
 
 // The file of this name is standard input.
-bool IsStandardInput(const char* name);
+bool IsStandardInput(std::string_view name);
 
 // Reads a file, or a text in memory, through a window that moves on. The window
 // grows for a token that does not fit. The byte at the cursor is a NUL at the
-// end of the input.
+// end of the input. Errors end the command.
 class Input {
  public:
   static constexpr std::size_t kWindow = 65'536;
 
-  // Errors end the command. REQUIRES: the name outlives the input; the window
-  // has 256 bytes or more.
+  // REQUIRES: the name outlives the input; the window has 256 bytes or more.
   explicit Input(const char* name, std::size_t window = kWindow);
 
-  // A text in memory, by default a line of the file. REQUIRES: a NUL follows
-  // the text; the text outlives the input.
+  // A text in memory, by default no line of the file. REQUIRES: a NUL follows
+  // the text, unless its end is not read; the text outlives the input.
   Input(const char* name, std::string_view text, std::uint64_t line = 0);
 
   Input(const Input&) = delete;
   Input& operator=(const Input&) = delete;
   ~Input();
 
-  const char* name() const { return name_; }
+  // The line of a text that is one, else 0.
   std::uint64_t line() const { return line_; }
 
   // How errors name it: the file, with the line for a text that is a line.
@@ -77,8 +76,9 @@ class Input {
   // and at its first NUL. Valid until the next call.
   bool ReadLine(std::string_view& line);
 
-  // The whole text from the cursor on, or up to the block of the first NUL.
-  SafeString ReadAll();
+  // The whole text, or its part in front of the first NUL, and skips nothing.
+  // Valid as long as the input. REQUIRES: nothing is read yet.
+  std::string_view ReadAll();
 
   // The offset of the cursor, and the place of an offset. REQUIRES: the offset
   // is in the token or at the cursor.
@@ -87,7 +87,7 @@ class Input {
   Place PlaceOf(std::uint64_t offset);
 
   // Reads the text again, up to a few bytes behind the cursor. Returns false
-  // where it cannot be had any more, and for a line.
+  // where it cannot be had any more.
   bool ReadAgain(SafeString& text);
 
  private:
@@ -98,20 +98,19 @@ class Input {
 
   bool Fill();
   void MoveWindow();
-  std::size_t ReadBlock();
   void Need(std::size_t count);
   std::uint64_t OffsetOf(const char* at) const {
     return base_ + static_cast<std::uint64_t>(at - begin_);
   }
 
   const char* const name_;
-  const std::uint64_t line_;  // of a text that is one, else 0
-  int file_ = -1;             // none for a text in memory
-  bool ended_ = true;         // the window ends where the input does
+  const std::uint64_t line_ = 0;
+  int file_ = -1;      // none for a text in memory
+  bool ended_ = true;  // the window ends where the input does
   bool regular_ = false;
-  std::uint64_t start_ = 0;  // of the input, in a regular file
-  std::uint64_t size_ = 0;
   bool progress_ = false;
+  off_t start_ = 0;  // of the input, in a regular file
+  std::size_t size_ = 0;
   SafeString buffer_;
   std::uint64_t base_ = 0;  // the offset of the window
   const char *begin_, *end_, *at_, *token_ = nullptr;
@@ -120,7 +119,8 @@ class Input {
 };
 
 // Calls the work with the input of a file, or, where lines are texts, with each
-// line that is not blank. Returns the greatest status.
+// line that is not blank, also behind one that fails. Returns the greatest
+// status.
 Status ForEachText(const char* file, bool lines,
                    const std::function<Status(Input&)>& work);
 

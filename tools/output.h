@@ -6,23 +6,19 @@
 
 namespace vjson {
 
-// Writes to standard output, or another file, through a buffer. A file or pipe
-// takes the exact bytes; a terminal, and whoever asked for colours, takes the
-// text as it is shown, with its line ends. Errors end the command.
+// Writes to a file through a buffer. A file or pipe takes the exact bytes; a
+// terminal, and whoever asked for colours, takes the text as it is shown, with
+// its line ends. Errors end the command.
 class Output {
  public:
-  enum Color { kPlain, kKey, kString, kWord, kComment };
-
   Output(int file, bool colors);
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
 
-  // REQUIRES: the text has whole characters, or what follows does not continue
-  // its last one.
-  void Write(std::string_view text, Color color = kPlain);
+  // The colour is one of a terminal's codes. REQUIRES: the text has whole
+  // characters, or what follows does not continue its last one.
+  void Write(std::string_view text, const char* color = "");
   void WriteLine(std::string_view text);
-
-  [[gnu::format(printf, 2, 3)]] void Print(const char* format, ...);
 
   // Writes what is in the buffer.
   void Flush();
@@ -31,7 +27,7 @@ class Output {
   const int file_;
   const bool colors_;
   const bool terminal_;
-  SafeString buffer_;
+  SafeString buffer_, written_;
 };
 
 }  // namespace vjson

@@ -1,13 +1,13 @@
 #include "path.h"
 
 #include <algorithm>
-#include <charconv>
-#include <system_error>
 
+#include <foundation/json/jnumber.h>
 #include <foundation/text/stringutils.h>
 
 namespace vjson {
 
+using vorn::foundation::json::reading::ReadInteger;
 using vorn::foundation::text::StringUtils;
 
 // From paths to steps ---------------------------------------------------------
@@ -44,16 +44,12 @@ Step TakeKey(std::string_view path, std::size_t& at) {
 }
 
 Step TakeIndex(std::string_view path, std::size_t& at) {
-  unsigned int index = 0;
-  const char* const begin = path.data() + at;
-  const auto [end, error] =
-      std::from_chars(begin, path.data() + path.size(), index);
-  if (error == std::errc::result_out_of_range) {
-    throw PathFault{at, "the index is too large"};
-  }
-  if (end == begin) throw PathFault{at, "an index or a string is missing"};
-  at += static_cast<std::size_t>(end - begin);
-  return {false, SafeString(), SafeString(), index, at};
+  const std::size_t begin = at;
+  at = std::min(path.find_first_not_of("0123456789", at), path.size());
+  if (at == begin) throw PathFault{at, "an index or a string is missing"};
+  const auto index = ReadInteger<unsigned int>(path.substr(begin, at - begin));
+  if (!index) throw PathFault{begin, "the index is too large"};
+  return {false, SafeString(), SafeString(), *index, at};
 }
 
 Step TakeBracket(std::string_view path, std::size_t& at) {
@@ -66,31 +62,23 @@ Step TakeBracket(std::string_view path, std::size_t& at) {
 
 // The index that a JSON Pointer means in an array: "-" is behind the end.
 std::size_t PointerIndex(std::string_view token) {
-  std::size_t index = Step::kBehind;
-  const bool zero = token.size() > 1 && token[0] == '0';
-  const bool digits = !token.empty() && !zero &&
-                      token.find_first_not_of("0123456789") == token.npos;
-  if (!digits && token != "-") return Step::kNoIndex;
-  std::from_chars(token.data(), token.data() + token.size(), index);
-  return index;
+  const bool plain = token == "0" || token.find_first_of("123456789") == 0;
+  if (!plain) return token == "-" ? Step::kBehind : Step::kNoIndex;
+  return ReadInteger<std::size_t>(token).value_or(Step::kNoIndex);
 }
 
 Step TakePointerToken(std::string_view path, std::size_t& at) {
   SafeString key;
   const std::size_t begin = ++at;
   for (; at < path.size() && path[at] != '/'; ++at) {
-    if (path[at] != '~') {
-      key += path[at];
-      continue;
-    }
-    ++at;
-    if (!Is(path, at, '0') && !Is(path, at, '1')) {
+    const bool escape = path[at] == '~';
+    if (escape && !Is(path, ++at, '0') && !Is(path, at, '1')) {
       throw PathFault{at, "'0' or '1' is missing behind '~'"};
     }
-    key += path[at] == '0' ? '~' : '/';
+    key += !escape ? path[at] : path[at] == '0' ? '~' : '/';
   }
-  return {true, key, Quote(key), PointerIndex(path.substr(begin, at - begin)),
-          at};
+  const std::string_view token = path.substr(begin, at - begin);
+  return {true, key, Quote(key), PointerIndex(token), at};
 }
 
 Step TakeStep(std::string_view path, std::size_t& at) {
@@ -124,16 +112,7 @@ Path ParsePathOrFail(const char* text) {
 
 // From steps to paths ---------------------------------------------------------
 
-SafeString StepText(const SafeString& key, bool first) {
-  if (!IsName(key)) return "[" + Quote(key) + "]";
-  return first ? key : "." + key;
-}
-
-SafeString StepText(std::size_t index) {
-  return StringUtils::_InternalFormat("[%zu]", index);
-}
-
-SafeString PointerText(const SafeString& key) {
+SafeString PointerText(std::string_view key) {
   SafeString text = "/";
   for (const char character : key) {
     const bool escaped = character == '~' || character == '/';

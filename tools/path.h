@@ -47,11 +47,8 @@ Path ParsePath(std::string_view text);
 // The same; prints the fault and ends the command.
 Path ParsePathOrFail(const char* text);
 
-// What leads from a value to its child, by key or by index, behind the path of
-// the value; and the same for a JSON Pointer.
-SafeString StepText(const SafeString& key, bool first);
-SafeString StepText(std::size_t index);
-SafeString PointerText(const SafeString& key);
+// What leads from a value to its child in a JSON Pointer.
+SafeString PointerText(std::string_view key);
 SafeString PointerText(std::size_t index);
 
 }  // namespace vjson

@@ -1,13 +1,17 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <new>
 #include <stdexcept>
 #include <string_view>
 
+#include <foundation/json/files.h>
+
 namespace vjson {
+
+namespace files = vorn::foundation::json::files;
 
 // What is printed on standard error. A message is printed where the error is
 // found; what is left to pass on is the exit status.
@@ -20,11 +24,10 @@ struct Failure {
   Status status;
 };
 
-// When colours are used.
+// When colours are used: always, never, or, by default, on a terminal where the
+// environment has no NO_COLOR.
 enum class Color { kAuto, kAlways, kNever };
-
-// Whether the file, of this number, is printed in colours: by default if it is
-// a terminal and the environment has no NO_COLOR.
+Color ColorOf(std::string_view when);
 bool UsesColors(Color color, int file);
 
 // Prints all messages in colours from now on, or without.
@@ -39,8 +42,7 @@ void PrintError(std::string_view subject, const char* message);
 // A place in a file. Lines and columns count from 1; a line ends at a line
 // feed, a carriage return, or both together; a column is a byte.
 struct Position {
-  std::uint64_t line;
-  std::uint64_t column;
+  std::uint64_t line, column;
 };
 struct Place {
   const char* file;
@@ -75,6 +77,16 @@ Status StatusOf(Work work) {
   ClearProgress();
   std::fputs("vjson: not enough memory\n", stderr);
   return kTrouble;
+}
+
+// Does what files:: offers. Its error ends the command.
+template <class Work>
+auto UseFile(const char* name, Work work) {
+  try {
+    return work();
+  } catch (const vorn::foundation::json::FileFault& fault) {
+    Fail(name, std::strerror(fault.error));
+  }
 }
 
 }  // namespace vjson

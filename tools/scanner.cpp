@@ -165,47 +165,57 @@ Token::Kind Scanner::TakeNumber() {
   Fail("ParseNumber", "number is incorrect");
 }
 
-namespace {
-
-JsonFault MakeFault(Input& input, std::string_view rule,
-                    std::string_view message) {
-  const Position position = input.PositionOf(input.Offset());
+void Scanner::Fail(std::string_view rule, std::string_view message) {
+  const Position position = input_.PositionOf(input_.Offset());
   JsonFault fault;
   fault.kind = JsonFault::Kind::Malformed;
-  fault.offset = static_cast<std::size_t>(input.Offset());
+  fault.offset = static_cast<std::size_t>(input_.Offset());
   fault.line = static_cast<unsigned int>(position.line);
   fault.column = static_cast<unsigned int>(position.column);
   rule.copy(fault.rule, sizeof fault.rule - 1);
   message.copy(fault.message, sizeof fault.message - 1);
-  return fault;
-}
-
-}  // namespace
-
-void Scanner::Fail(const char* rule, const char* message) {
-  throw MakeFault(input_, rule, message);
+  throw fault;
 }
 
 // Whole texts -----------------------------------------------------------------
 
-void PrintFault(Input& input, const JsonFault& fault) {
+namespace {
+
+// The hint for the fault at the cursor. The library counts the lines of the
+// text that it is given, which may be a line itself.
+SafeString HintFor(Input& input, const JsonFault& fault) {
+  constexpr std::string_view kLine = " at line ";
   SafeString text;
-  SafeString hint;
   const bool nul = input.Peek() == '\0' && !input.AtEnd();
-  if (!nul && input.ReadAgain(text)) hint = Hint(fault, text.c_str());
-  PrintErrorAt(input.PlaceOf(input.Offset()), fault.rule, fault.message,
-               hint.c_str());
+  if (nul || !input.ReadAgain(text)) return SafeString();
+  SafeString hint = Hint(fault, text.c_str());
+  const std::size_t at = hint.find(kLine);
+  if (input.line() > 1 && at != hint.npos) {
+    const std::size_t begin = at + kLine.size();
+    const std::size_t size = hint.find(',', begin) - begin;
+    const auto line = StringUtils::StringToLong(hint.substr(begin, size));
+    hint.replace(begin, size,
+                 StringUtils::LongToString(
+                     line + static_cast<long long>(input.line()) - 1));
+  }
+  return hint;
 }
 
-bool CheckText(Input& input) {
+}  // namespace
+
+void PrintFault(Input& input, const JsonFault& fault) {
+  PrintErrorAt(input.PlaceOf(input.Offset()), fault.rule, fault.message,
+               HintFor(input, fault).c_str());
+}
+
+void CheckText(Input& input) {
   Scanner scanner(input);
   try {
     while (scanner.Next().kind != Token::kTextEnd) {
     }
-    return true;
   } catch (const JsonFault& fault) {
     PrintFault(input, fault);
-    return false;
+    throw Failure{kNo};
   }
 }
 

@@ -49,9 +49,6 @@ class Scanner {
   // How many containers are open.
   std::size_t depth() const { return open_.size(); }
 
-  // What stands at the cursor is refused.
-  [[noreturn]] void Fail(const char* rule, const char* message);
-
  private:
   enum class State { kValue, kFirst, kNext, kColon, kBehind };
 
@@ -66,6 +63,7 @@ class Scanner {
   Token::Kind TakeString(Token::Kind kind);
   bool TakeWord(const char* first, const char* second);
   Token::Kind TakeNumber();
+  [[noreturn]] void Fail(std::string_view rule, std::string_view message);
 
   Input& input_;
   const std::size_t limit_;
@@ -78,7 +76,7 @@ class Scanner {
 // Prints where and why the text is malformed, with the library's hint.
 void PrintFault(Input& input, const JsonFault& fault);
 
-// Scans the whole text. Prints its fault, and returns whether it has none.
-bool CheckText(Input& input);
+// Scans the whole text. If it is malformed, prints why and ends the command.
+void CheckText(Input& input);
 
 }  // namespace vjson

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cwchar>
 #include <iterator>
+#include <locale>
 
 namespace vjson {
 
@@ -10,52 +12,43 @@ namespace vjson {
 
 namespace {
 
-bool IsContinuation(char byte) { return (byte & 0xC0) == 0x80; }
-
-// How many bytes a character has that begins with the byte; 0 if none does.
-std::size_t SizeFor(unsigned char lead) {
-  if (lead < 0x80) return 1;
-  if (lead < 0xC0 || lead >= 0xF8) return 0;
-  return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+const auto& Utf8() {
+  using Facet = std::codecvt<char32_t, char, std::mbstate_t>;
+  static const auto& facet = std::use_facet<Facet>(std::locale::classic());
+  return facet;
 }
+
+bool IsContinuation(char byte) { return (byte & 0xC0) == 0x80; }
+bool IsSurrogate(unsigned int code) { return code >> 11 == 0x1B; }
 
 }  // namespace
 
-// The code must not fit into fewer bytes, nor be a surrogate.
+// The facet takes surrogates for characters.
 Character CharacterOf(std::string_view text) {
-  constexpr unsigned int kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-  const auto lead = static_cast<unsigned char>(text[0]);
-  const std::size_t size = SizeFor(lead);
-  if (size == 0 || text.size() < size) return {0, 0};
-  unsigned int code = size == 1 ? lead : lead & (0x7Fu >> size);
-  for (const char byte : text.substr(1, size - 1)) {
-    if (!IsContinuation(byte)) return {0, 0};
-    code = code << 6 | (static_cast<unsigned char>(byte) & 0x3Fu);
-  }
-  const bool valid = code >= kLeast[size] && code <= 0x10FFFF &&
-                     (code < 0xD800 || code > 0xDFFF);
-  return {code, valid ? size : 0};
+  const char* const begin = text.data();
+  const char* end = begin;
+  char32_t code = 0;
+  char32_t* next = nullptr;
+  std::mbstate_t state{};
+  Utf8().in(state, begin, begin + text.size(), end, &code, &code + 1, next);
+  return {code, IsSurrogate(code) ? 0 : static_cast<std::size_t>(end - begin)};
 }
 
 namespace {
 
-void AppendCodePoint(unsigned int code, SafeString& text) {
-  if (code < 0x80) {
-    text += static_cast<char>(code);
-    return;
-  }
-  const unsigned int more = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-  text += static_cast<char>((0xFF00u >> (more + 1) & 0xFFu) | code >> 6 * more);
-  for (unsigned int i = more; i-- > 0;) {
-    text += static_cast<char>(0x80u | (code >> 6 * i & 0x3Fu));
-  }
+void AppendCodePoint(char32_t code, SafeString& text) {
+  char bytes[4];
+  char* end = bytes;
+  const char32_t* next = nullptr;
+  std::mbstate_t state{};
+  Utf8().out(state, &code, &code + 1, next, bytes, std::end(bytes), end);
+  text.append(bytes, end);
 }
 
 // What is shown ---------------------------------------------------------------
 
 struct Range {
-  unsigned int first;
-  unsigned int last;
+  unsigned int first, last;
 };
 
 // Control characters except the tab, and what is invisible and changes the
@@ -144,7 +137,7 @@ std::size_t AppendCodeUnit(std::string_view text, SafeString& decoded) {
     AppendCodePoint(0x10000 + ((unit & 0x3FF) << 10 | (next & 0x3FF)), decoded);
     return 12;
   }
-  AppendCodePoint(unit >> 11 == 0x1B ? 0xFFFD : unit, decoded);
+  AppendCodePoint(IsSurrogate(unit) ? 0xFFFD : unit, decoded);
   return 6;
 }
 

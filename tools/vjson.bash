@@ -1,20 +1,17 @@
-# Completion of vjson for bash.
+# Completion of vjson for bash, by what vjson --help prints.
 _vjson() {
-  local word=${COMP_WORDS[COMP_CWORD]} commands options
-  local -A of=([check]='--strict --lines' [format]=--tree
-    [compress]='--tree --comments --lines' [equal]=--all [get]='--raw --lines'
-    [keys]=--lines [set]='--string --in-place' [remove]=--in-place [cost]='')
-  local command='' i
+  local command='' usage words i
   for ((i = 1; i < COMP_CWORD; ++i)); do
     [[ ${COMP_WORDS[i]} == -* ]] || { command=${COMP_WORDS[i]} && break; }
   done
-  options="${of[${command:-cost}]-} --color=always --color=never --color=auto"
-  options+=' --report --help --version'
-  [[ $command ]] || commands=${!of[*]}
-  if [[ $word == -* || ! $command ]]; then
-    mapfile -t COMPREPLY < <(compgen -W "$commands $options" -- "$word")
+  usage=$(vjson --help | grep " vjson $command\b")
+  words="$(grep -o -e '--[a-z-]*' <<<"$usage") --color=always --color=never"
+  words+=' --color=auto --report --help --version'
+  [[ $command ]] || words+=" $(sed 's/.* vjson \([a-z]*\).*/\1/' <<<"$usage")"
+  if [[ $2 == -* || ! $command ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$2")
   else
-    mapfile -t COMPREPLY < <(compgen -f -- "$word")
+    mapfile -t COMPREPLY < <(compgen -f -- "$2")
   fi
 }
 complete -o filenames -F _vjson vjson

@@ -3,6 +3,7 @@
 // The command line. What a command made is released when it returns, so that
 // the report, which comes last, shows what was left behind.
 
+#include <getopt.h>
 #include <unistd.h>
 #include <algorithm>
 #include <csignal>
@@ -15,7 +16,6 @@
 #include <foundation/debug/objectmonitor.h>
 
 #include "command.h"
-#include "input.h"
 
 namespace vjson {
 
@@ -24,66 +24,19 @@ namespace {
 using namespace vorn::foundation;
 
 constexpr char kHelp[] =
-    "Usage: vjson [OPTION] COMMAND [FILE]...\n"
-    "\n"
-    "  check [FILE]...          report malformed texts\n"
-    "    --strict               and what RFC 8259 or other readers take for\n"
-    "                           something else, and keys that stand twice\n"
-    "  format [FILE]            write the text on indented lines\n"
-    "  compress [FILE]          write the text on a single line\n"
-    "    --comments             with its comments, which end lines\n"
-    "    --tree                 both: as the library writes it, with "
-    "members\n"
-    "                           in its order, a key once, and no comments\n"
-    "  equal A [B]              print the first difference of two texts\n"
-    "    --all                  print all, with both values\n"
-    "  get [FILE] PATH          write the value at the path\n"
-    "  get FILE PATH...         write the values at the paths\n"
-    "    --raw                  a string without quotes and escapes\n"
-    "  keys [FILE [PATH]]       print the keys of an object\n"
-    "  set [FILE] PATH VALUE    write the text with this value there\n"
-    "    --string               the value is a string as it is\n"
-    "  remove [FILE] PATH       write the text without this value\n"
-    "    --in-place             both: replace the file\n"
-    "  cost [FILE]              print what the text costs in memory\n"
-    "\n"
-    "  --lines                  each line is a text: check, compress, get,\n"
-    "                           keys\n"
-    "  --color=WHEN             always, never, auto: on terminals\n"
-    "  --report                 print what the monitors know to be left\n"
-    "  -h, --help               print this text\n"
-    "  --version                print the version\n"
-    "\n"
-    "A path is a.b[2][\"odd key\"], or a JSON Pointer: /a/b/2/odd key.\n"
-    "Where no file is named, or -, it is standard input; after -- no "
-    "options\n"
-    "follow.\n"
-    "\n"
-    "Exit status: 0 for yes; 1 for malformed or different texts, findings,\n"
-    "and what is not there; 2 for anything that cannot be read, written or\n"
-    "understood.\n";
+#include "help.inc"
+    ;
 
-Status Help(const Arguments&, Output& output) {
-  output.Write(kHelp);
-  return kYes;
-}
-
-Status Version(const Arguments&, Output& output) {
-  output.Print("vjson %s\n", VJSON_VERSION);
-  return kYes;
-}
-
-// The command line ------------------------------------------------------------
-
-struct Command {
+// A command finds a file in front of its other operands.
+struct Entry {
   const char* name;
-  std::size_t fewest;  // operands
-  std::size_t most;
+  std::size_t fewest;  // operands, without a file
+  std::size_t most;    // with all
   unsigned int options;
-  Status (*run)(const Arguments& arguments, Output& output);
+  Command& run;
 };
 
-constexpr Command kCommands[] = {
+constexpr Entry kCommands[] = {
     {"check", 0, SIZE_MAX, kStrict | kLines, Check},
     {"format", 0, 1, kTree, Format},
     {"compress", 0, 1, kTree | kComments | kLines, Compress},
@@ -92,103 +45,116 @@ constexpr Command kCommands[] = {
     {"keys", 0, 2, kLines, Keys},
     {"set", 2, 3, kAsString | kInPlace, Set},
     {"remove", 1, 2, kInPlace, Remove},
-    {"cost", 0, 1, 0, Cost},
-    {"--help", 0, 0, 0, Help},
-    {"--version", 0, 0, 0, Version}};
+    {"cost", 0, 1, 0, Cost}};
 
-struct OptionName {
-  const char* name;
-  unsigned int option;
+constexpr option kOptions[] = {{"report", no_argument, nullptr, kReport},
+                               {"strict", no_argument, nullptr, kStrict},
+                               {"lines", no_argument, nullptr, kLines},
+                               {"tree", no_argument, nullptr, kTree},
+                               {"comments", no_argument, nullptr, kComments},
+                               {"raw", no_argument, nullptr, kRaw},
+                               {"string", no_argument, nullptr, kAsString},
+                               {"in-place", no_argument, nullptr, kInPlace},
+                               {"all", no_argument, nullptr, kAll},
+                               {"color", required_argument, nullptr, 'c'},
+                               {"help", no_argument, nullptr, 'h'},
+                               {"version", no_argument, nullptr, 'v'},
+                               {}};
+
+struct CommandLine {
+  Arguments arguments;  // the command is the first operand
+  const char* when = "auto";
+  const char* text = nullptr;  // what is printed instead
 };
-
-constexpr OptionName kOptions[] = {
-    {"--report", kReport},   {"--strict", kStrict}, {"--lines", kLines},
-    {"--tree", kTree},       {"--raw", kRaw},       {"--comments", kComments},
-    {"--string", kAsString}, {"--all", kAll},       {"--in-place", kInPlace}};
-
-constexpr OptionName kColors[] = {
-    {"--color=auto", static_cast<unsigned int>(Color::kAuto)},
-    {"--color=always", static_cast<unsigned int>(Color::kAlways)},
-    {"--color=never", static_cast<unsigned int>(Color::kNever)}};
-
-bool Is(const char* argument, const char* option) {
-  return std::strcmp(argument, option) == 0;
-}
 
 // A negative number is an operand.
 bool IsOption(const char* word) {
-  return word[0] == '-' && word[1] != '\0' &&
-         std::strchr("0123456789", word[1]) == nullptr;
+  return word[0] == '-' && std::strchr("0123456789", word[1]) == nullptr;
 }
 
-template <class Names>
-const OptionName* Find(const Names& names, const char* word) {
-  const auto found = std::find_if(
-      std::begin(names), std::end(names),
-      [word](const auto& option) { return Is(word, option.name); });
-  return found == std::end(names) ? nullptr : found;
-}
-
-void TakeOption(const char* word, Arguments& arguments) {
-  if (const OptionName* const option = Find(kOptions, word)) {
-    arguments.options |= option->option;
-  } else if (const OptionName* const color = Find(kColors, word)) {
-    arguments.color = static_cast<Color>(color->option);
-  } else {
-    Fail(word, "unknown option; see vjson --help");
+void TakeOption(const char* word, int option, CommandLine& line) {
+  switch (option) {
+    case 'c':
+      line.when = optarg;
+      break;
+    case 'h':
+      line.text = kHelp;
+      break;
+    case 'v':
+      line.text = "vjson " VJSON_VERSION "\n";
+      break;
+    case '?':
+      Fail(word, "unknown option; see vjson --help");
+    default:
+      line.arguments.options |= static_cast<unsigned int>(option);
   }
 }
 
-Arguments ArgumentsOf(int argc, char** argv) {
-  Arguments arguments;
+// Takes what precedes --help and --version for nothing.
+void Parse(int argc, char** argv, CommandLine& line) {
+  opterr = 0;
   bool options = true;
-  for (int i = 1; i < argc; ++i) {
-    const char* const word = argv[i];
-    const bool option = options && IsOption(word);
-    if (option && Is(word, "--")) {
-      options = false;
-    } else if (option && (Is(word, "-h") || Is(word, "--help") ||
-                          Is(word, "--version"))) {
-      arguments = Arguments();
-      arguments.command = Is(word, "-h") ? "--help" : word;
-      return arguments;
-    } else if (option) {
-      TakeOption(word, arguments);
-    } else if (arguments.command == nullptr) {
-      arguments.command = word;
+  while (optind < argc && line.text == nullptr) {
+    const char* const word = argv[optind];
+    const bool is_option = options && IsOption(word);
+    const int option =
+        is_option ? getopt_long(argc, argv, "+h", kOptions, nullptr) : 0;
+    if (option > 0) {
+      TakeOption(word, option, line);
+    } else if (is_option) {
+      options = false;  // behind --
     } else {
-      arguments.operands.push_back(word);
+      line.arguments.operands.push_back(word);
+      ++optind;
     }
   }
-  return arguments;
 }
 
-const Command& CommandOf(const Arguments& arguments) {
-  if (arguments.command == nullptr) {
+// The command, whose name is taken from the operands. A file that is not named
+// is added to them.
+const Entry& TakeCommand(Arguments& arguments) {
+  auto& operands = arguments.operands;
+  if (operands.empty()) {
     Fail("usage", "vjson [OPTION] COMMAND [FILE]...; see vjson --help");
   }
-  for (const Command& command : kCommands) {
-    if (Is(arguments.command, command.name)) return command;
+  const std::string_view name = operands[0];
+  const auto entry =
+      std::find_if(std::begin(kCommands), std::end(kCommands),
+                   [&](const Entry& row) { return row.name == name; });
+  if (entry == std::end(kCommands)) {
+    Fail(name, "unknown command; see vjson --help");
   }
-  Fail(arguments.command, "unknown command; see vjson --help");
+  operands.erase(operands.begin());
+  if (operands.size() < entry->fewest || operands.size() > entry->most) {
+    Fail(name, "wrong number of arguments; see vjson --help");
+  }
+  if (operands.size() == entry->fewest) {
+    operands.insert(&entry->run == &Equal ? operands.end() : operands.begin(),
+                    "-");
+  }
+  return *entry;
 }
 
-Status Run(const Arguments& arguments) {
-  const std::size_t operands = arguments.operands.size();
-  const Command& command = CommandOf(arguments);
-  if (operands < command.fewest || operands > command.most) {
-    Fail(command.name, "wrong number of arguments; see vjson --help");
+void CheckOptions(unsigned int options, const Entry& command) {
+  const unsigned int wrong = options & ~(command.options | kReport);
+  for (const option& row : kOptions) {
+    if ((static_cast<unsigned int>(row.val) & wrong) == 0) continue;
+    Fail(SafeString("--") + row.name, "not for this command; see vjson --help");
   }
-  for (const OptionName& option : kOptions) {
-    if ((arguments.options & option.option & ~(command.options | kReport)) !=
-        0) {
-      Fail(option.name, "not for this command; see vjson --help");
-    }
+}
+
+Status Run(CommandLine& line) {
+  const Color color = ColorOf(line.when);
+  SetErrorColors(UsesColors(color, STDERR_FILENO));
+  Output output(STDOUT_FILENO, UsesColors(color, STDOUT_FILENO));
+  Status status = kYes;
+  if (line.text != nullptr) {
+    output.Write(line.text);
+  } else {
+    const Entry& command = TakeCommand(line.arguments);
+    CheckOptions(line.arguments.options, command);
+    status = StatusOf([&] { return command.run(line.arguments, output); });
   }
-  SetErrorColors(UsesColors(arguments.color, STDERR_FILENO));
-  Output output(STDOUT_FILENO, UsesColors(arguments.color, STDOUT_FILENO));
-  const Status status =
-      StatusOf([&] { return command.run(arguments, output); });
   output.Flush();
   return status;
 }
@@ -205,18 +171,14 @@ Status Report() {
 
 Status Main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_DFL);  // a closed pipe ends the tool without a word
-  Arguments arguments;
-  Status status = StatusOf([&] {
-    arguments = ArgumentsOf(argc, argv);
-    return kYes;
+  bool report = false;
+  const Status status = StatusOf([&] {
+    CommandLine line;
+    Parse(argc, argv, line);
+    report = line.arguments.Has(kReport);
+    return Run(line);
   });
-  if (status == kYes) {
-    status = StatusOf([&] { return Run(arguments); });
-  }
-  if (arguments.Has(kReport)) {
-    status = std::max(status, StatusOf(Report));
-  }
-  return status;
+  return report ? std::max(status, StatusOf(Report)) : status;
 }
 
 }  // namespace

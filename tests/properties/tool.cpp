@@ -58,7 +58,7 @@ SafeString Run(vjson::Status (*command)(const vjson::Arguments&,
   arguments.options = options;
   Require(command(arguments, output) == vjson::kYes, "the command succeeds");
   output.Flush();
-  return vjson::Input(result.name()).ReadAll();
+  return SafeString(vjson::Input(result.name()).ReadAll());
 }
 
 // All tokens of a text, for comments with whether they begin a line.
@@ -134,7 +134,7 @@ Place FindPlace(std::minstd_rand& random, JBase& root) {
     if (auto* array = dynamic_cast<JArray*>(place.container)) {
       place.index = static_cast<unsigned int>(random() % (array->length() + 1));
       place.child = array->at(place.index);
-      place.path += vjson::StepText(place.index);
+      place.path += "[" + std::to_string(place.index) + "]";
       place.pointer += vjson::PointerText(place.index);
     } else {
       auto& object = static_cast<JObject&>(*place.container);
@@ -142,7 +142,7 @@ Place FindPlace(std::minstd_rand& random, JBase& root) {
       keys.push_back("a new key");
       place.key = keys[random() % keys.size()];
       place.child = object.at(place.key);
-      place.path += vjson::StepText(place.key, place.path.empty());
+      place.path += "[" + vjson::Quote(place.key) + "]";
       place.pointer += vjson::PointerText(place.key);
     }
   } while (place.child != nullptr && place.child->type() >= JType::Array &&
