@@ -4,19 +4,17 @@
 // more as it is longer.
 
 #include "support/keys.h"
+#include "support/operations.h"
+#include "support/texts.h"
 
 #include <foundation/debug/memorymonitor.h>
 #include <foundation/debug/tracked.h>
-#include <foundation/generic/scopedpointer.h>
-#include <foundation/json/json.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
-#include <iterator>
-#include <list>
+#include <functional>
 #include <new>
 #include <random>
 #include <string>
@@ -30,15 +28,15 @@ using namespace vorn::foundation;
 using namespace vorn::foundation::json;
 
 struct Cost {
+  const char* name = "";
   std::size_t blocks = 0;    // of the library's code, and words of memcmp()
   std::size_t requests = 0;  // for memory
+  std::size_t bytes = 0;     // of these
 } cost;
 
 // Which requests fail, by their number since the start and their size.
 using Failing = bool (*)(std::size_t number, std::size_t bytes);
 Failing failing = nullptr;
-
-std::size_t live = 0, peak = 0;  // bytes
 
 }  // namespace
 
@@ -60,13 +58,11 @@ namespace vorn::foundation::debug {
 unsigned char* MemoryMonitor::Alloc(unsigned int bytes) {
   ++cost.requests;
   if (failing != nullptr && failing(cost.requests, bytes)) return nullptr;
-  live += bytes;
-  peak = std::max(peak, live);
+  cost.bytes += bytes;
   return static_cast<unsigned char*>(std::malloc(bytes));
 }
 
-void MemoryMonitor::Dealloc(unsigned char* block, unsigned int bytes) {
-  if (block != nullptr) live -= bytes;
+void MemoryMonitor::Dealloc(unsigned char* block, unsigned int) {
   std::free(block);
 }
 
@@ -74,138 +70,114 @@ void MemoryMonitor::Dealloc(unsigned char* block, unsigned int bytes) {
 
 namespace {
 
-// Flooding --------------------------------------------------------------------
-
-// An object, and what else the operations work on, one after another.
-struct Subject {
-  SafeString text;          // of the object, without its end
-  const SafeString* first;  // key
-  std::size_t size = 0;
+// An object of keys, and what is made of it.
+struct Flooded : Subject {
   JObject object;
-  JsonReader reader;
-  generic::ScopedPointer<JBase> copy;
-  JsonArchiver archiver;
+  JsonArchiver written;
 };
-using It = Subject&;
+using It = Flooded&;
 using Key = const SafeString&;
 
 bool Set(It it, Key key) {
-  auto* const value = debug::Create<JNull>({"test", 1, "test"});
+  auto* const value = debug::Create<JNumber>({"test", 1, "test"}, 0);
   generic::ScopedPointer<JBase> guard(value);
   it.object.setValue(key, value);
   return it.object.at(key) == guard.release();
 }
 
-const struct {
+// Done with each key, beside the operations on whole trees.
+constexpr struct {
   const char* name;
-  bool whole;  // done once, and not for each key
-  bool (*work)(It, Key);
-} kOperations[] = {
-    {"parse", true,
-     [](It it, Key) { return it.reader.fromString(it.text + "}"); }},
-    {"parse repeats", true,
-     [](It it, Key) {
-       return it.reader.fromString(it.text + "," + it.text.substr(1) + "}");
-     }},
-    {"setValue", false, Set},
-    {"replace", false, Set},
-    {"at", false, [](It it, Key key) { return it.object.existed(key); }},
-    {"clone", true,
-     [](It it, Key) { return it.copy.reset(it.object.clone()), true; }},
-    {"IsEqual", true,
-     [](It it, Key) { return JsonReader::IsEqual(&it.object, it.copy.get()); }},
-    {"remove", false, [](It it, Key key) { return it.object.remove(key); }},
-    {"load", true,
-     [](It it, Key) { return it.archiver.fromString(it.text + "}"); }},
-    {"fields", true,
-     [](It it, Key) { return it.archiver.fields().size() == it.size; }},
-    {"read", false,
-     [](It it, Key key) { return !!it.archiver.readByField(key); }},
-    {"release", true, [](It it, Key) { return !it.archiver.fromString(""); }},
-    {"write", false,
-     [](It it, Key key) { return !!it.archiver.writeArrayByField(key); }},
-    {"clear", true, [](It it, Key) { return it.reader.reset(), true; }},
+  bool (*run)(It, Key);
+} kKeyOperations[] = {
+    {"setValue", Set},
+    {"remove", [](It it, Key key) { return it.object.remove(key); }},
+    {"setValue again", Set},
+    {"replace", Set},
+    {"at", [](It it, Key key) { return it.object.existed(key); }},
+    {"write",
+     [](It it, Key key) { return !!it.written.writeArrayByField(key); }},
+    {"read", [](It it, Key key) { return !!it.written.readByField(key); }},
 };
 
-bool Attempt(bool (*work)(It, Key), It it, Key key) {
+template <class Run, class... Arguments>
+bool Attempt(Run run, Arguments&... arguments) {
   try {
-    return work(it, key);
+    return run(arguments...);
   } catch (const std::bad_alloc&) {
     return false;
   }
 }
 
-// What the operations cost on objects of these keys, so many in each. The keys
-// are visited in an order that is not that of their memory.
-struct Costs {
-  Costs(const Keys& keys, std::size_t each, Failing which = nullptr) {
-    std::list<Subject> all;
-    std::vector<std::pair<Subject*, const SafeString*>> visits;
-    for (Key key : keys) {
-      if (visits.size() % each == 0) all.emplace_back().first = &key;
-      Subject& it = all.back();
-      it.text += (it.size++ == 0 ? "{\"" : ",\"") + key + "\":0";
-      visits.emplace_back(&it, &key);
-    }
-    std::shuffle(visits.begin(), visits.end(), std::mt19937(1));
-    for (const auto& operation : kOperations) {
-      cost = Cost();
-      failing = which;
-      bool right = true;
-      for (const auto& [it, key] : visits) {
-        if (operation.whole && key != it->first) continue;
-        right &= Attempt(operation.work, *it, *key);
-      }
-      failing = nullptr;
-      of.push_back(cost);
-      EXPECT_TRUE(right || which != nullptr) << operation.name;
-    }
-  }
+// What the work costs while requests fail, or else must succeed.
+template <class Work>
+Cost Measure(const char* name, Work work, Failing which = nullptr) {
+  cost = {name};
+  failing = which;
+  const bool right = Attempt(work);
+  failing = nullptr;
+  const Cost result = cost;
+  EXPECT_TRUE(right || which != nullptr) << name;
+  return result;
+}
 
-  std::vector<Cost> of;
-};
+// Of all operations on an object of these keys, which are visited in an order
+// that is not that of their memory.
+std::vector<Cost> MeasureAll(Keys keys, Failing which = nullptr) {
+  Flooded it;
+  for (Key key : keys) it.text += ",\"" + key + "\":0";
+  it.text[0] = '{';
+  it.text += '}';
+  std::shuffle(keys.begin(), keys.end(), std::mt19937(1));
+  std::vector<Cost> costs;
+  for (const auto& operation : kKeyOperations) {
+    const auto work = [&] {
+      bool right = true;
+      for (Key key : keys) right &= Attempt(operation.run, it, key);
+      return right;
+    };
+    costs.push_back(Measure(operation.name, work, which));
+  }
+  for (const auto& [name, run] : kOperations) {
+    costs.push_back(Measure(name, std::bind(run, std::ref(it)), which));
+    it.tree = &it.object;  // without memory there is no other
+  }
+  return costs;
+}
 
 TEST(FloodTest, CollidingKeysCostLittleMoreThanOrdinaryOnes) {
   constexpr std::size_t kMostRatio = 5, kMostRequests = 20;
   // The last of these keys takes so many buckets.
   constexpr std::size_t kCount = 5088, kBuckets = 10273;
-  const struct {
-    const char* name;
-    Keys keys;
-    std::size_t each;  // keys of an object
-  } kFloods[] = {
-      {"one hash", CollidingKeys(kCount, 0), kCount},
-      {"one bucket", CollidingKeys(kCount, kBuckets), kCount},
-      {"one hash, small objects", CollidingKeys(kCount, 0), 13},
-      {"long keys of one hash", LongCollidingKeys(1000, 10240), 1000},
+  const std::pair<const char*, Keys> kFloods[] = {
+      {"one hash", CollidingKeys(kCount, 0)},
+      {"one bucket", CollidingKeys(kCount, kBuckets)},
+      {"few of one hash", CollidingKeys(13, 0)},
+      {"long keys of one hash", LongCollidingKeys(1000, 10240)},
   };
-  const struct {
-    const char* name;
-    Failing fails;
-  } kFailures[] = {
+  const std::pair<const char*, Failing> kFailures[] = {
       {"no", nullptr},
       {"one", [](auto number, auto) { return number == 1000; }},
       {"every third", [](auto number, auto) { return number % 3 == 0; }},
       {"each large", [](auto, auto bytes) { return bytes > 16384; }},
       {"each later", [](auto number, auto) { return number > 10000; }},
   };
-  for (const auto& flood : kFloods) {
-    const std::size_t count = flood.keys.size(), size = flood.keys[0].size();
-    Keys ordinary = flood.keys;
+  for (const auto& [flood, keys] : kFloods) {
+    const std::size_t count = keys.size(), size = keys[0].size();
+    Keys ordinary = keys;
     for (std::size_t i = 0; i < count; ++i) {
       ordinary[i].replace(size - 8, 8, std::to_string(10000000 + i));
     }
-    const Costs least(ordinary, flood.each);
-    for (const auto& failure : kFailures) {
-      const Costs costs(flood.keys, flood.each, failure.fails);
-      for (std::size_t i = 0; i < costs.of.size(); ++i) {
-        SCOPED_TRACE(std::string(flood.name) + ", " + kOperations[i].name +
-                     ", " + failure.name + " request fails");
-        // The hash that decides the order reads each key once as well.
-        const auto hashed = count * size / sizeof(std::size_t);
-        EXPECT_LE(costs.of[i].blocks,
-                  kMostRatio * (least.of[i].blocks + hashed));
-        EXPECT_LE(costs.of[i].requests, kMostRequests * count);
+    const std::vector<Cost> least = MeasureAll(ordinary);
+    // The hash that decides the order reads each key once as well.
+    const std::size_t hashed = count * size / sizeof(std::size_t);
+    for (const auto& [failure, fails] : kFailures) {
+      const Cost* usual = least.data();
+      for (const Cost& it : MeasureAll(keys, fails)) {
+        const std::size_t most = usual++->blocks + hashed;
+        EXPECT_TRUE(it.blocks <= kMostRatio * most &&
+                    it.requests <= kMostRequests * count)
+            << flood << ", " << it.name << ", " << failure << " request fails";
       }
     }
   }
@@ -217,7 +189,7 @@ TEST(FloodTest, AnyFailureKeepsTheOrder) {
   for (Key key : CollidingKeys(11, 1)) keys.insert(keys.begin(), key);
   constexpr std::size_t kMost = 12;  // requests
   for (std::size_t number = 0; number <= kMost; ++number) {
-    Subject it;
+    Flooded it;
     for (std::size_t i = 0; i < 13; ++i) EXPECT_TRUE(Set(it, keys[i]));
     const auto order = it.object.keys();
     cost.requests = number;
@@ -228,39 +200,28 @@ TEST(FloodTest, AnyFailureKeepsTheOrder) {
   }
 }
 
-// Long texts ------------------------------------------------------------------
-
-TEST(LongTextTest, IsReadInLinearTime) {
+// Ten times as many units in the middle; buffers double.
+TEST(FloodTest, LongTextsCostLinearly) {
   const struct {
     const char *open, *unit, *close;
   } kTexts[] = {{"\"", "x", "\""}, {"\"", "\\n", "\""},   {"{\"", "x", "\":0}"},
                 {"1", "0", ""},    {"//", "[", "\n0"},    {"", "//\n", "0"},
                 {"", " ", "0"},    {"[[]", ",{},[]", "]"}};
   for (const auto& row : kTexts) {
-    Cost costs[2];
-    for (const unsigned int i : {0U, 1U}) {
-      SafeString text = row.open;
-      for (int n = 0; n < (i == 0 ? 10000 : 100000); ++n) text += row.unit;
-      text += row.close;
-      cost = Cost();
-      EXPECT_TRUE(JsonReader().fromString(text));
-      costs[i] = cost;
+    Subject one, ten;
+    one.text = (row.open + Repeat(10000, row.unit) + row.close).c_str();
+    ten.text = (row.open + Repeat(100000, row.unit) + row.close).c_str();
+    for (const auto& [name, run] : kOperations) {
+      SCOPED_TRACE(std::string(name) + " " + row.unit);
+      const auto measure = [run = run](Subject& it) {
+        return Measure("", [&] { return run(it), it.tree != nullptr; });
+      };
+      const Cost least = measure(one), most = measure(ten);
+      EXPECT_LE(most.blocks, 11 * least.blocks);
+      EXPECT_LE(most.requests, 11 * least.requests);
+      EXPECT_LE(most.bytes, 20 * least.bytes);
     }
-    EXPECT_LE(costs[1].blocks, 11 * costs[0].blocks) << row.unit;
-    EXPECT_LE(costs[1].requests, 11 * costs[0].requests) << row.unit;
   }
-}
-
-// The buffer of a text that is written doubles, and is copied at the end.
-TEST(LongTextTest, IsWrittenInThreeTimesItsLength) {
-  SafeString text = "[";
-  for (int i = 0; i < 70000; ++i) text += "[12345],";
-  text += "0]";
-  JsonReader reader;
-  ASSERT_TRUE(reader.fromString(text));
-  const std::size_t before = peak = live;
-  EXPECT_EQ(reader.compress(), text);
-  EXPECT_LE(peak - before, 3 * text.size() + 1024);
 }
 
 }  // namespace
