@@ -1,5 +1,6 @@
-// Numbers: texts of any kind, beside the C library's conversions in the C
-// locale, and doubles that come back.
+// Texts of any kind as numbers, beside the C library's conversions in the C
+// locale; doubles that are written and read again; and the framework's other
+// functions on texts.
 
 #include "support/property.h"
 
@@ -14,6 +15,8 @@
 #include <cstring>
 #include <limits>
 #include <regex>
+#include <tuple>
+#include <utility>
 
 namespace support {
 
@@ -57,8 +60,13 @@ void CheckConversions(const SafeString& untrimmed) {
   const auto behind = untrimmed.find_last_not_of(" \t\n\v\f\r") + 1;
   const SafeString text(behind == 0 ? ""
                                     : untrimmed.substr(first, behind - first));
-  Require(StringUtils::Trim(untrimmed) == text, "Trim");
   const char* const begin = text.c_str();
+  Require(StringUtils::Trim(untrimmed) == text, "Trim");
+  Require(StringUtils::_InternalFormat("%s:%u", begin, 7u) ==
+              begin + SafeString(":7"),
+          "a format");
+  Require(StringUtils::StartWith(begin, "-0") == (text.rfind("-0", 0) == 0),
+          "StartWith");
   const int format = FormatOf(std::string(text));
   const double real =
       format == 1 || format == 2 ? strtod_l(begin, nullptr, kC) : 0;
@@ -78,20 +86,20 @@ void CheckConversions(const SafeString& untrimmed) {
   Require(number.fromString(" " + untrimmed + "\n") == (format != 0),
           "a number");
   Require(number.toString() == (format != 0 ? text : "0"), "its text");
-  const struct {
-    int as_int;
-    long long as_long;
-    double as_double;
-  } kExpected[] = {{0, 0, 0},
-                   {near, whole, static_cast<double>(whole)},
-                   {Nearest<int>(real), Nearest<long long>(real), real},
-                   {static_cast<int>(bits & 0xffffffff),
-                    static_cast<long long>(bits), static_cast<double>(bits)}};
-  const auto& expected = kExpected[format];
-  Require(number.toInt() == expected.as_int, "toInt");
-  Require(number.toLong() == expected.as_long, "toLong");
-  Require(AreSame(number.toFloat(), expected.as_double), "toFloat");
+  const std::tuple<int, long long, double> kExpected[] = {
+      {0, 0, 0},
+      {near, whole, static_cast<double>(whole)},
+      {Nearest<int>(real), Nearest<long long>(real), real},
+      {static_cast<int>(bits), static_cast<long long>(bits),
+       static_cast<double>(bits)}};
+  const auto& [as_int, as_long, as_double] = kExpected[format];
+  Require(number.toInt() == as_int, "toInt");
+  Require(number.toLong() == as_long, "toLong");
+  Require(AreSame(number.toFloat(), as_double), "toFloat");
 }
+
+constexpr std::pair<double, const char*> kWritten[] = {
+    {1000, "1000.0"}, {1e5, "1e+05"}, {5e-324, "5e-324"}};
 
 // Something like a number, of digits that the input gives.
 SafeString NumberOf(Input& in) {
@@ -118,6 +126,9 @@ void CheckNumber(Input& in) {
     CheckConversions(SafeString(document.substr(begin, end - begin)));
   }
   CheckConversions(NumberOf(in));
+  for (const auto& [value, text] : kWritten) {
+    Require(JNumber(value).toString() == text, "a double's text");
+  }
   double value = 0;
   for (unsigned int count = 1 + in.Below(4); count > 0; --count) {
     const std::string_view bytes = in.Text(sizeof value);
