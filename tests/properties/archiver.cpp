@@ -2,101 +2,44 @@
 // read, what is written and loaded, which archivers are destroyed in which
 // order, and that a request that fails changes nothing.
 
-#include "support/keys.h"
-#include "support/property.h"
-
-#include <foundation/json/json.h>
-
-#include <algorithm>
+#include "support/model.h"
 
 namespace support {
 
 namespace {
 
-using namespace vorn::foundation;
-using namespace vorn::foundation::json;
 using A = io::IArchiver;
+using Node = Model<A>;
+using Child = Node::Child;
 
-// What an archiver should be.
-struct Model {
-  A* it;
-  char kind = 0;       // '[', '{' or, for a scalar, 's'; 0 while it is empty
-  std::string read{};  // of a scalar
-  std::string json{};
-  Elements<Model> elements{};
-  Members<Model> members{};
-
-  void Hold(const JBase& value) {
-    JBase* const copy = value.clone();
-    kind = 's';
-    json = JsonReader::Compress(copy);
-    read = value.type() == JType::String
-               ? std::string(static_cast<const JString&>(value).value())
-               : std::string(JsonReader::Compress(&value));
-    copy->dispose();
+// The object that is written gets its members, and those of each text that was
+// written as data, one after another, in the order of what it is made from.
+Child Copy(const Node& node) {
+  Child copy(new Node(node.it, node.kind));
+  JsonReader data;
+  const bool tree = node.text[0] == '[' || node.text[0] == '{';
+  if (tree) data.fromString(SafeString(node.text));
+  copy->text = tree ? Text(data.getJson()) : node.text;
+  for (const Child& child : node.elements) {
+    copy->elements.push_back(Copy(*child));
   }
-};
-using Child = std::unique_ptr<Model>;
-
-// The object that is written gets its members in the order of the archiver's.
-std::string Text(const Model& model) {
-  if (model.kind == 's' || model.kind == 0) return model.json;
-  std::unordered_map<std::string, std::string, Hash> object;
-  for (const auto& [field, child] : model.members) object[field] = Text(*child);
-  std::string inside;
-  for (const Child& child : model.elements) (inside += ',') += Text(*child);
-  for (const auto& [field, text] : object) {
-    inside += "," + Quoted(field) + ":" + text;
+  for (const auto& [key, child] : node.members) {
+    copy->members.emplace(key, Copy(*child));
   }
-  return model.kind + inside.substr(!inside.empty()) +
-         (model.kind == '[' ? "]" : "}");
+  return copy;
 }
 
-// The archivers that are destroyed with this one, by their numbers.
-std::string Destroyed(const Model& model, bool itself) {
-  std::string numbers;
-  if (itself) (numbers += '#') += std::to_string(Monitor::Number(model.it));
-  for (const Child& child : model.elements) numbers += Destroyed(*child, true);
-  for (const auto& member : model.members) {
-    numbers += Destroyed(*member.second, true);
-  }
-  return numbers;
-}
-
-// Those that the calls say, with the first one only if that is wanted.
-std::string TakeDestroyed(bool first) {
+// Which archivers were destroyed, as they are disposed in a model.
+std::string TakeDestroyed() {
   constexpr std::string_view kDestroy =
       "!../json/archive/archiverutils:33 Destroy ";
   const std::string calls = Monitor::TakeCalls();
-  std::string numbers;
+  std::string destroyed;
   for (std::size_t at = 0; (at = calls.find(kDestroy, at)) != calls.npos;) {
     at += kDestroy.size();
-    const std::size_t end = calls.find_first_of("+-!", at);
-    if (std::exchange(first, true)) numbers += calls.substr(at, end - at);
+    destroyed += "-" + calls.substr(at, calls.find_first_of("+-!", at) - at);
   }
-  return numbers;
-}
-
-// The content of a tree.
-Child ModelOf(const JBase& source, A* it) {
-  Child model(new Model{it});
-  if (source.type() == JType::Array) {
-    model->kind = '[';
-    const auto& array = static_cast<const JArray&>(source);
-    for (unsigned int i = 0; i < array.length(); ++i) {
-      model->elements.push_back(ModelOf(*array.at(i), it->readByIndex(i)));
-    }
-  } else if (source.type() == JType::Object) {
-    model->kind = '{';
-    const auto& object = static_cast<const JObject&>(source);
-    for (const SafeString& key : object.keys()) {
-      model->members.emplace(key,
-                             ModelOf(*object.at(key), it->readByField(key)));
-    }
-  } else {
-    model->Hold(source);
-  }
-  return model;
+  return destroyed;
 }
 
 // Writes ----------------------------------------------------------------------
@@ -111,11 +54,11 @@ struct Write {
   SafeString field, text;
 };
 
-Write NextWrite(Input& in, const Model& model, const Keys& fields) {
+Write NextWrite(Input& in, const Node& node, const Keys& fields) {
   constexpr const char* kTexts[] = {"1", R"({"b":[{}],"a":2})", R"("\\")", ""};
   const unsigned int n = in.Below(12);
   return {static_cast<What>(in.Below(4)), static_cast<Where>(in.Below(3)),
-          in.Below(model.elements.size() + 2), fields[in.Below(fields.size())],
+          in.Below(node.elements.size() + 2), fields[in.Below(fields.size())],
           n < 4 ? kTexts[n] : SafeString(in.Text(n))};
 }
 
@@ -149,21 +92,21 @@ constexpr const char* kBadData = "try to write error format data";
 
 // Gives the model its kind, if it has none. Returns the message with which the
 // write is refused, or nothing.
-std::string Refusal(const Write& write, Model& model, bool root) {
+std::string Refusal(const Write& write, Node& node, bool root) {
   const auto& [what, where, index, field, text] = write;
   const char kind = where == kHere      ? "ss[{"[what]
                     : where == kByIndex ? '['
                                         : '{';
-  if (model.kind == 0 && kind == 's') model.Hold(JNull());
-  if (model.kind == 0) model.kind = kind;
-  if (model.kind != kind) {
+  if (node.kind == 0 && kind == 's') node.text = "null";
+  if (node.kind == 0) node.kind = kind;
+  if (node.kind != kind) {
     return root ? "the type of write archiver is mismatched"
                 : "unexpected write operation at";
   }
-  if (where == kByIndex && index > model.elements.size()) {
+  if (where == kByIndex && index > node.elements.size()) {
     return "try to write to error index <" + std::to_string(index) + ">";
   }
-  if (where == kByField && model.members.count(std::string(field)) != 0) {
+  if (where == kByField && node.members.count(std::string(field)) != 0) {
     return std::string("field <") + field.c_str() + "> is already existing";
   }
   const bool bad = what == kData && !JsonReader().fromString(text);
@@ -171,54 +114,49 @@ std::string Refusal(const Write& write, Model& model, bool root) {
 }
 
 // Lets the model follow a write that passed and gave that archiver or null.
-void Follow(const Write& write, A* given, Model& model) {
+// Returns what was destroyed.
+std::string Follow(const Write& write, A* given, Node& node) {
   const auto& [what, where, index, field, text] = write;
-  Child child(new Model{given, "ss[{"[what]});
-  Model& target = where == kHere ? model : *child;
   JsonReader data;
-  if (what == kData && data.fromString(text)) target.Hold(*data.getJson());
-  if (what == kString) target.Hold(JString(text));
-  if (where == kByIndex) {
-    if (given == nullptr) child->it = model.it->readByIndex(index);
-    if (index == model.elements.size()) model.elements.emplace_back();
-    model.elements[index] = std::move(child);
-  } else if (where == kByField) {
-    if (given == nullptr) child->it = model.it->readByField(field);
-    model.members.emplace(field, std::move(child));
+  std::string scalar = what == kString ? Quoted(std::string(text)) : "";
+  if (what == kData && data.fromString(text)) scalar = Text(data.getJson());
+  if (where == kHere) return node.text = scalar, "";
+  if (given == nullptr) {
+    given = where == kByIndex ? At(*node.it, index) : At(*node.it, field);
   }
+  Child child(new Node(given, "ss[{"[what]));
+  child->text = scalar;
+  if (where == kByField)
+    return node.members.emplace(field, std::move(child)), "";
+  if (index == node.elements.size())
+    return node.elements.push_back(std::move(child)), "";
+  child.swap(node.elements[index]);
+  return child->Disposal();
 }
 
 // Whether what can be read there is what should be.
-bool Reads(A& it, const Model& model) {
-  SafeString text;
-  const auto fields = it.fields();
-  const auto is_field = [&](const SafeString& field, const auto& member) {
-    return std::string_view(field) == member.first &&
-           it.readByField(field) == member.second->it;
-  };
-  unsigned int index = 0;
-  for (const Child& element : model.elements) {
-    if (it.readByIndex(index++) != element->it) return false;
-  }
-  return it.read(text) == (model.kind == 's') &&
-         std::string_view(text) == model.read &&
-         it.isArray() == (model.kind == '[') &&
-         it.size() == model.elements.size() &&
-         it.readByIndex(index) == nullptr &&
-         it.isObject() == (model.kind == '{') &&
-         std::equal(fields.begin(), fields.end(), model.members.begin(),
-                    model.members.end(), is_field);
+bool Reads(const Node& node) {
+  SafeString read;
+  const bool scalar = node.it->read(read), array = node.it->isArray(),
+             object = node.it->isObject();
+  const std::string text(read);
+  return node.HasChildren() && scalar == (node.kind == 's') &&
+         node.text == (node.text[0] == '"' ? Quoted(text) : text) &&
+         array == (node.kind == '[') && object == (node.kind == '{') &&
+         node.it->size() == node.elements.size() &&
+         (array || node.it->readByIndex(0) == nullptr) &&
+         (object || node.it->fields().empty());
 }
 
-// The write, with its first request, its second, ... failing until it passes
-// or is refused.
-void CheckWrite(const Write& write, Model& model, JsonArchiver& archiver,
-                bool root, const Failing* failing) {
+// The write, with requests failing until it passes or is refused.
+void CheckWrite(const Write& write, Node& node, JsonArchiver& archiver,
+                Failing failing) {
+  const bool root = node.it == &archiver;
   A* given = nullptr;
   std::string message, destroyed;
   const auto operate = [&] {
     try {
-      given = Do(write, *model.it);
+      given = Do(write, *node.it);
     } catch (const JsonException& e) {
       const Monitor::Exempt exemption;
       message = e.what();
@@ -227,41 +165,35 @@ void CheckWrite(const Write& write, Model& model, JsonArchiver& archiver,
     }
     return message.empty();
   };
-  if (failing != nullptr) {
-    Sweep(*failing, operate, [&](End end, std::size_t, bool failed) {
-      const bool data = write.what == kData && message == kBadData;
-      if (end == End::Passed || (end == End::Nothing && !(data && failed))) {
-        return true;
-      }
-      Require(failed && (end != End::AccessNull ||
-                         failing->source == Source::ObjectMonitor),
-              "a write's end");
-      // An empty archiver may have got its kind.
-      if (model.kind == 0 && archiver.isValid()) Refusal(write, model, root);
-      Require(Reads(*model.it, model), "what is read after a failure");
-      message.clear();
-      return false;
-    });
-  } else {
-    if (write.where == kByIndex && model.kind == '[' &&
-        write.index < model.elements.size()) {
-      destroyed = Destroyed(*model.elements[write.index], true);
+  const auto passed = [&](End end, std::size_t, bool failed) {
+    destroyed = TakeDestroyed();
+    const bool data = write.what == kData && message == kBadData;
+    if (end == End::Passed || (end == End::Nothing && !(data && failed))) {
+      return true;
     }
-    Monitor::TakeLog();
-    operate();
-    Require(TakeDestroyed(true) == (message.empty() ? destroyed : ""),
-            "what is replaced");
-  }
-  Require(message == Refusal(write, model, root), "the message");
-  if (message.empty()) Follow(write, given, model);
+    Require(failed && (end != End::AccessNull ||
+                       failing.source == Source::ObjectMonitor),
+            "a write's end");
+    // An empty archiver may have got its kind.
+    if (node.kind == 0 && archiver.isValid()) Refusal(write, node, root);
+    Require(Reads(node), "what is read after a failure");
+    Require(destroyed.empty(), "a write that fails replaces nothing");
+    message.clear();
+    return false;
+  };
+  Monitor::TakeLog();
+  Sweep(failing, operate, passed);
+  Require(message == Refusal(write, node, root), "the message");
+  Require(destroyed == (message.empty() ? Follow(write, given, node) : ""),
+          "what is replaced");
 }
 
 // Rendering and loading -------------------------------------------------------
 
-void CheckRendering(const JsonArchiver& archiver, Model& model,
+void CheckRendering(const JsonArchiver& archiver, const Node& node,
                     Failing failing) {
-  const std::string text = Text(model);
-  const std::size_t fields = model.kind == '{' ? model.members.size() : 0;
+  const std::string text = Copy(node)->Text();
+  const auto fields = node.members.size();
   Look(failing, [&] { return std::string_view(archiver.compress()) == text; });
   Look(failing, [&] { return archiver.format().empty() == text.empty(); });
   Look(failing, [&] { return archiver.fields().size() == fields; });
@@ -271,30 +203,26 @@ void CheckRendering(const JsonArchiver& archiver, Model& model,
 void CheckLoading(const SafeString& text, Failing failing) {
   JsonReader reader;
   reader.fromString(text);
-  const SafeString expected = reader.compress();
-  JsonArchiver loaded;
+  const auto loaded = std::make_unique<JsonArchiver>();
   const Account before = Monitor::Now();
-  const auto load = [&] { return loaded.fromString(text); };
+  const auto load = [&] { return loaded->fromString(text); };
   Monitor::TakeLog();
   Sweep(failing, load, [&](End end, std::size_t, bool failed) {
     Require(Monitor::TakeCalls().find("!#") == std::string::npos,
             "what was finished is released by its owner");
-    Require(loaded.isValid() == (end == End::Passed), "it is loaded, or empty");
+    Require(loaded->isValid() == (end == End::Passed),
+            "it is loaded, or empty");
     Require(failed ? end != End::AccessNull
                    : (end == End::Passed) == reader.valid(),
             "how loading ends");
     const bool partial = failed && failing.source == Source::ObjectMonitor;
     if (end == End::Passed && !partial) {
-      const Child model = ModelOf(*reader.getJson(), &loaded);
-      Require(Reads(loaded, *model), "what is loaded");
-      Require(std::string_view(loaded.compress()) == Text(*model),
+      const Child model = Node::Of(*reader.getJson(), loaded.get());
+      Require(Reads(*model), "what is loaded");
+      Require(std::string_view(loaded->compress()) == Copy(*model)->Text(),
               "the same is loaded");
-      const std::string numbers = Destroyed(*model, false);
-      Monitor::TakeLog();
-      loaded.fromString(nullptr);
-      Require(TakeDestroyed(false) == numbers, "what is dropped");
     }
-    loaded.fromString(nullptr);
+    loaded->fromString(nullptr);
     Require(Monitor::Now() == before, "loading leaves nothing");
     return false;
   });
@@ -304,41 +232,39 @@ void CheckLoading(const SafeString& text, Failing failing) {
 
 void CheckArchiver(Input& in) {
   const Keys& fields = kKeySets[in.Below(std::size(kKeySets))];
-  JsonArchiver archiver;
-  Child root(new Model{&archiver});
+  const auto archiver = std::make_unique<JsonArchiver>();
+  Child root(new Node(archiver.get()));
   if (in.Below(4) == 0) {
     JsonReader reader;
     const SafeString text(in.Document());
     reader.fromString(text);
     CheckLoading(text, Failing(in));
-    if (archiver.fromString(text)) {
-      root = ModelOf(*reader.getJson(), &archiver);
+    if (archiver->fromString(text)) {
+      root = Node::Of(*reader.getJson(), archiver.get());
     }
   }
   std::size_t size = 0;
   for (unsigned int step = 0; !in.empty() && size < 5000; ++step) {
-    Model& model = Find(in, *root);
-    const Failing failing(in);
-    Write write = NextWrite(in, model, fields);
-    const bool fails = in.Below(8) == 0;
+    Node& node = root->Find(in);
+    const Failing failing(in), rarely = failing.OrNone(in.Below(8) == 0);
+    Write write = NextWrite(in, node, fields);
     // What is loaded in part is not told from what is written.
-    if (fails && write.text[0] == '{') write.text = SafeString("1");
-    CheckWrite(write, model, archiver, &model == root.get(),
-               fails ? &failing : nullptr);
+    if (rarely.first == 0 && write.text[0] == '{') write.text = SafeString("1");
+    CheckWrite(write, node, *archiver, rarely);
     if (write.where == kByField && in.Below(8) == 0) {
       for (auto more = in.Below(std::min<std::size_t>(fields.size(), 400));
            more > 0;) {
         write.field = fields[--more];
-        CheckWrite(write, model, archiver, &model == root.get(), nullptr);
+        CheckWrite(write, node, *archiver, failing.OrNone(false));
       }
     }
-    Require(Reads(*model.it, model), "what is read");
-    if (in.Below(16) == 0) CheckRendering(archiver, *root, failing);
-    if (in.Below(16) == 0) CheckLoading(archiver.format(), failing);
+    Require(Reads(node), "what is read");
+    if (in.Below(16) == 0) CheckRendering(*archiver, *root, failing);
+    if (in.Below(16) == 0) CheckLoading(archiver->format(), failing);
     if (step % (1 + size / 1000) != 0) continue;
-    const std::string text = Text(*root);
-    Require(std::string_view(archiver.compress()) == text, "what is written");
-    Require(archiver.isValid() == (root->kind != 0), "whether it is empty");
+    const std::string text = Copy(*root)->Text();
+    Require(std::string_view(archiver->compress()) == text, "what is written");
+    Require(archiver->isValid() == (root->kind != 0), "whether it is empty");
     size = text.size();
   }
 }

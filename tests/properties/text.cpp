@@ -9,6 +9,7 @@
 #include <foundation/json/json.h>
 
 #include <algorithm>
+#include <memory>
 
 namespace support {
 

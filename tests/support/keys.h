@@ -103,27 +103,4 @@ inline Keys LongCollidingKeys(std::size_t count, std::size_t size) {
   return keys;
 }
 
-// Any keys: the empty one, short and long ones, NUL bytes and high bytes.
-inline Keys AnyKeys(std::size_t count) {
-  Keys keys{"", "%s%n"};
-  for (std::size_t n = 2; n < count; ++n) {
-    const SafeString middle(n % 7 == 0 ? 20 : n % 3, '\0');
-    keys.push_back(static_cast<char>(128 + n % 100) + middle +
-                   static_cast<char>(128 + n / 100));
-  }
-  return keys;
-}
-
-// Few that come again, many, and such that share a hash or a bucket.
-inline const Keys kKeySets[] = {AnyKeys(4),
-                                AnyKeys(20),
-                                AnyKeys(100),
-                                AnyKeys(600),
-                                AnyKeys(3000),
-                                CollidingKeys(20, 0),
-                                CollidingKeys(20, 29),
-                                CollidingKeys(60, 29),
-                                CollidingKeys(300, 0),
-                                CollidingKeys(300, 257)};
-
 }  // namespace support

@@ -7,14 +7,10 @@
 
 #include <cstddef>
 #include <functional>
-#include <iterator>
-#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
-#include <vector>
 
 // A property is a function that holds for every input: a case of property_test,
 // and a fuzz target.
@@ -111,8 +107,15 @@ struct Failing {
   explicit Failing(Input& in)
       : Failing(static_cast<Source>(in.Below(4)), in.Below(2) != 0) {}
 
+  Failing OrNone(bool fails) const {
+    Failing failing = *this;
+    if (!fails) failing.first = static_cast<std::size_t>(-1);
+    return failing;
+  }
+
   Source source;
   bool forever;
+  std::size_t first = 0;  // the first request that fails
 };
 
 // Runs the operation with request 0, 1, 2, ... failing, of the higher numbers
@@ -120,7 +123,7 @@ struct Failing {
 // requests granted again; stops when that is true, or when no request failed.
 template <class Operation, class Passed>
 void Sweep(Failing failing, Operation operate, Passed passed) {
-  for (std::size_t number = 0;; number += 1 + number / 16) {
+  for (std::size_t number = failing.first;; number += 1 + number / 16) {
     Monitor::FailRequest(failing.source, number, failing.forever);
     const End end = EndOf(operate);
     const bool failed = Monitor::StopFailing() != 0;
@@ -128,34 +131,28 @@ void Sweep(Failing failing, Operation operate, Passed passed) {
   }
 }
 
-// The same for what has a result, changes nothing and leaves nothing.
+// The same for what has a result, changes nothing and leaves nothing. Says how
+// it may end without memory for an object.
 template <class Operation>
-void Look(Failing failing, Operation look) {
+void Look(Failing failing, Operation look, End null = End::AccessNull) {
   const Account before = Monitor::Now();
   Sweep(failing, look, [&](End end, std::size_t, bool failed) {
-    const bool null = failing.source == Source::ObjectMonitor;
-    Require(failed ? end == End::Passed || end == End::Exhausted ||
-                         (null && end == End::AccessNull)
-                   : end == End::Passed,
-            "the result, or that memory is exhausted");
+    Require(
+        end == End::Passed || (failed && end == End::Exhausted) ||
+            (failed && end == null && failing.source == Source::ObjectMonitor),
+        "the result, or that memory is exhausted");
     Require(Monitor::Now() == before, "nothing is left behind");
     return false;
   });
 }
 
-// Models of trees -------------------------------------------------------------
+// Texts -----------------------------------------------------------------------
 
-// The children of a model: those of an array, or those of an object in their
-// order, which is that of the standard map.
 struct Hash {
   std::size_t operator()(std::string_view key) const {
     return std::hash<std::string_view>()(key);
   }
 };
-template <class Model>
-using Elements = std::vector<std::unique_ptr<Model>>;
-template <class Model>
-using Members = std::unordered_map<std::string, std::unique_ptr<Model>, Hash>;
 
 // A key as it is written.
 inline std::string Quoted(const std::string& key) {
@@ -167,18 +164,6 @@ inline std::string Quoted(const std::string& key) {
     text += at != kEscaped.npos ? kLetters[at] : c;
   }
   return text += '"';
-}
-
-// Some model in the tree of this one.
-template <class Model>
-Model& Find(Input& in, Model& model) {
-  const std::size_t count = model.elements.size() + model.members.size();
-  if (count == 0 || in.Below(3) == 0) return model;
-  const unsigned int n = in.Below(count);
-  if (!model.elements.empty()) return Find(in, *model.elements[n]);
-  const auto member =
-      std::next(model.members.begin(), static_cast<std::ptrdiff_t>(n));
-  return Find(in, *member->second);
 }
 
 }  // namespace support

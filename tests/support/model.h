@@ -1,0 +1,159 @@
+#pragma once
+
+#include "keys.h"
+#include "property.h"
+
+#include <foundation/json/json.h>
+
+#include <algorithm>
+#include <memory>
+#include <unordered_map>
+
+// A tree of values or of archivers, in standard containers.
+namespace support {
+
+using namespace vorn::foundation;
+using namespace vorn::foundation::json;
+
+inline JBase* At(const JBase& array, unsigned int index) {
+  return static_cast<const JArray&>(array).at(index);
+}
+inline JBase* At(const JBase& object, const SafeString& key) {
+  return static_cast<const JObject&>(object).at(key);
+}
+inline auto Names(const JBase& object) {
+  return static_cast<const JObject&>(object).keys();
+}
+
+inline io::IArchiver* At(io::IArchiver& array, unsigned int index) {
+  return array.readByIndex(index);
+}
+inline io::IArchiver* At(io::IArchiver& object, const SafeString& field) {
+  return object.readByField(field);
+}
+inline auto Names(const io::IArchiver& object) { return object.fields(); }
+
+inline std::string Text(const JBase* value) {
+  return std::string(JsonReader::Compress(value));
+}
+
+constexpr int kOneLine = -1;
+
+// What a value, or an archiver, should be.
+template <class T>
+struct Model {
+  using Child = std::unique_ptr<Model>;
+
+  // A model with the content of a tree.
+  static Child Of(const JBase& source, T* it) {
+    const JType type = source.type();
+    Child model(new Model(it, "s[{"[type == JType::Array    ? 1
+                                    : type == JType::Object ? 2
+                                                            : 0]));
+    if (model->kind == 's') model->text = support::Text(&source);
+    if (model->kind == '{') {
+      for (const SafeString& key : Names(source)) {
+        model->members.emplace(key, Of(*At(source, key), At(*it, key)));
+      }
+    }
+    JBase* element = nullptr;
+    for (unsigned int i = 0;
+         model->kind == '[' && (element = At(source, i)) != nullptr; ++i) {
+      model->elements.push_back(Of(*element, At(*it, i)));
+    }
+    return model;
+  }
+
+  explicit Model(T* value, char its_kind = 0)
+      : it(value), number(Monitor::Number(value)), kind(its_kind) {}
+
+  template <class Visit>
+  void ForEachChild(Visit visit) const {
+    for (const Child& child : elements) visit(*child);
+    for (const auto& member : members) visit(*member.second);
+  }
+
+  // Any of the tree.
+  Model& Find(Input& in) {
+    const std::size_t count = elements.size() + members.size();
+    if (count == 0 || in.Below(3) == 0) return *this;
+    const unsigned int n = in.Below(count);
+    return kind == '[' ? elements[n]->Find(in)
+                       : std::next(members.begin(), n)->second->Find(in);
+  }
+
+  // On lines from this level of indentation on, or on a single one.
+  std::string Text(int level = kOneLine) const {
+    if (elements.empty() && members.empty()) {
+      return kind == '[' ? "[]" : kind == '{' ? "{}" : text;
+    }
+    const int inner = level == kOneLine ? level : level + 1;
+    const auto line = [](int at) {
+      return at == kOneLine ? "" : "\n" + std::string(4 * std::size_t(at), ' ');
+    };
+    std::string inside;
+    for (const Child& child : elements) {
+      inside += "," + line(inner) + child->Text(inner);
+    }
+    for (const auto& [key, child] : members) {
+      inside += "," + line(inner) + Quoted(key);
+      inside += (level == kOneLine ? ":" : ": ") + child->Text(inner);
+    }
+    return kind + inside.substr(1) + line(level) + (kind == '[' ? ']' : '}');
+  }
+
+  // What the monitor is told when the whole is disposed.
+  std::string Disposal() const {
+    std::string calls = "-#" + std::to_string(number);
+    ForEachChild([&](const Model& child) { calls += child.Disposal(); });
+    return calls;
+  }
+
+  // Whether the children are there, in their order, and no others.
+  bool HasChildren() const {
+    unsigned int index = 0;
+    for (const Child& child : elements) {
+      if (At(*it, index++) != child->it) return false;
+    }
+    if (kind != '{') return kind != '[' || At(*it, index) == nullptr;
+    const auto names = Names(*it);
+    return std::equal(names.begin(), names.end(), members.begin(),
+                      members.end(), [&](const auto& name, const auto& member) {
+                        return std::string_view(name) == member.first &&
+                               At(*it, name) == member.second->it;
+                      });
+  }
+
+  T* it;
+  unsigned int number;  // that the monitor has given it
+  char kind;            // '[', '{' or, of a scalar, 's'; 0 of an empty archiver
+  std::string text{};   // of a scalar
+  std::vector<Child> elements{};
+  // In the order of an object, which is that of the standard map.
+  std::unordered_map<std::string, Child, Hash> members{};
+};
+
+// Any keys: the empty one, short and long ones, NUL bytes and high bytes.
+inline Keys AnyKeys(std::size_t count) {
+  Keys keys{"", "%s%n"};
+  for (std::size_t n = 2; n < count; ++n) {
+    const SafeString middle(n % 7 == 0 ? 20 : n % 3, '\0');
+    keys.push_back(static_cast<char>(128 + n % 100) + middle +
+                   static_cast<char>(128 + n / 100));
+  }
+  return keys;
+}
+
+// Few that come again, many, and such that share a hash or a bucket.
+inline const Keys kKeySets[] = {AnyKeys(4),
+                                AnyKeys(20),
+                                AnyKeys(100),
+                                AnyKeys(600),
+                                AnyKeys(3000),
+                                CollidingKeys(20, 0),
+                                CollidingKeys(20, 29),
+                                CollidingKeys(60, 29),
+                                CollidingKeys(300, 0),
+                                CollidingKeys(300, 257)};
+
+}  // namespace support
