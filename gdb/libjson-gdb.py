@@ -71,19 +71,30 @@ def pointed_to(pointer, name=None):
     return value
 
 
-def safe_string(string):
-    length = int(string['_M_string_length'])
-    return Text(string['_M_dataplus']['_M_p'].lazy_string(length=length),
-                'string')
+def characters_of(string):
+    return string['_M_dataplus']['_M_p'], int(string['_M_string_length'])
+
+
+def text_of(characters, length):
+    return Text(characters.lazy_string(length=length), 'string')
+
+
+# A short text of a number or a string stands behind an odd byte that has its
+# size; a long one is a SafeString.
+def stored_text(value):
+    room = value['text_']
+    size = int(room[0])
+    if size % 2 == 0:
+        string = gdb.lookup_type(FOUNDATION + 'SafeString')
+        return characters_of(room.address.cast(string.pointer()).dereference())
+    return room[1].address.cast(gdb.lookup_type('char').pointer()), size // 2
 
 
 # As its text: without quotes, unlike a string.
 def number(value):
-    text = value['text_']
-    length = int(text['_M_string_length'])
+    characters, length = stored_text(value)
     most = gdb.parameter('print elements') or length
-    shown = text['_M_dataplus']['_M_p'].string('latin-1',
-                                               length=min(length, most))
+    shown = characters.string('latin-1', length=min(length, most))
     return Text(shown + ('...' if length > most else ''))
 
 
@@ -148,13 +159,14 @@ class Printers(gdb.printing.RegexpCollectionPrettyPrinter):
 
 printers = Printers('vorn-json')
 printers.add('std::(__cxx11::)?basic_string<char, std::char_traits<char>, '
-             + FOUNDATION + 'debug::Allocator<char> ?>', safe_string)
+             + FOUNDATION + 'debug::Allocator<char> ?>',
+             lambda value: text_of(*characters_of(value)))
 printers.add(JSON + '(JBase|JTypeBase<.*>|ITypedArchiver)', dynamic)
 printers.add(FOUNDATION + 'io::IArchiver', dynamic)
 printers.add(JSON + 'JNull', lambda value: Text('null'))
 printers.add(JSON + 'JBool', lambda value: Text(str(value['value_'])))
 printers.add(JSON + 'JNumber', number)
-printers.add(JSON + 'JString', lambda value: safe_string(value['text_']))
+printers.add(JSON + 'JString', lambda value: text_of(*stored_text(value)))
 printers.add(JSON + 'JArray',
              lambda value: sequence('JArray', value['elements_']))
 printers.add(JSON + 'MemberTable::Node', node)

@@ -10,13 +10,16 @@
 
 #include <cxxabi.h>
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <limits>
 #include <new>
 #include <streambuf>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include <foundation/generic/scopedpointer.h>
@@ -26,7 +29,7 @@
 #include "checked.h"
 #include "compile.h"
 #include "membertable.h"
-#include "sametext.h"
+#include "storedtext.h"
 #include "tags.h"
 
 namespace vorn::foundation::json {
@@ -41,9 +44,19 @@ class Access {
  public:
   using Elements = JArray::Elements;
 
-  static SafeString& Text(JNumber& number) { return number.text_; }
-  static const SafeString& Text(const JNumber& number) { return number.text_; }
-  static const SafeString& Text(const JString& string) { return string.text_; }
+  // Of a number or a string.
+  template <class Value>
+  static StoredText& Text(Value& value) {
+    return *std::launder(reinterpret_cast<StoredText*>(value.text_));
+  }
+  template <class Value>
+  static const StoredText& Text(const Value& value) {
+    return *std::launder(reinterpret_cast<const StoredText*>(value.text_));
+  }
+  template <class Value>
+  static StoredText& MakeText(Value& value) {
+    return *::new (static_cast<void*>(value.text_)) StoredText;
+  }
   static Elements& Of(JArray& array) { return array.elements_; }
   static const Elements& Of(const JArray& array) { return array.elements_; }
   static MemberTable& Of(JObject& object) { return object.members(); }
@@ -73,30 +86,45 @@ JBase* JBool::clone() const { return Create<JBool>(tags::kCloneBool, value_); }
 
 // Numbers ---------------------------------------------------------------------
 
-JNumber::JNumber() : text_("0") {}
-JNumber::JNumber(int value) : text_(StringUtils::IntToString(value)) {}
-JNumber::JNumber(long long value) : text_(StringUtils::LongToString(value)) {}
-JNumber::JNumber(double value) : text_(StringUtils::FloatToString(value)) {}
-JNumber::~JNumber() = default;
+JNumber::JNumber() { Access::MakeText(*this).Set("0"); }
+JNumber::JNumber(int value) {
+  Access::MakeText(*this);
+  setValue(value);
+}
+JNumber::JNumber(long long value) {
+  Access::MakeText(*this);
+  setValue(value);
+}
+JNumber::JNumber(double value) {
+  Access::MakeText(*this);
+  setValue(value);
+}
+JNumber::~JNumber() { Access::Text(*this).~StoredText(); }
 
-void JNumber::setValue(int value) { text_ = StringUtils::IntToString(value); }
+void JNumber::setValue(int value) {
+  Access::Text(*this).Take(StringUtils::IntToString(value));
+}
 
 void JNumber::setValue(long long value) {
-  text_ = StringUtils::LongToString(value);
+  Access::Text(*this).Take(StringUtils::LongToString(value));
 }
 
 void JNumber::setValue(double value) {
-  text_ = StringUtils::FloatToString(value);
+  Access::Text(*this).Take(StringUtils::FloatToString(value));
 }
 
 bool JNumber::fromString(const SafeString& text) {
   SafeString trimmed = StringUtils::Trim(text);
   if (StringUtils::GetNumberFormat(trimmed) == 0) return false;
-  text_ = std::move(trimmed);
+  Access::Text(*this).Take(std::move(trimmed));
   return true;
 }
 
-SafeString JNumber::toString() const { return text_; }
+SafeString JNumber::toString() const { return SafeString(view()); }
+
+std::string_view JNumber::view() const { return Access::Text(*this).view(); }
+
+void JNumber::setText(std::string_view text) { Access::Text(*this).Set(text); }
 
 namespace {
 
@@ -104,6 +132,7 @@ namespace {
 // texts are read as hexadecimal ones.
 constexpr int kInteger = 1;
 constexpr int kFloat = 2;
+constexpr int kHexadecimal = 3;
 
 // The value without its fraction, at the nearest limit where Integer cannot
 // hold it; 0 for not-a-number. The lower limit is a power of two and so exact
@@ -118,60 +147,138 @@ Integer Truncate(double value) {
   return static_cast<Integer>(value);
 }
 
+// The text of a number as StringUtils wants it; none where there is no memory
+// for a copy of a short one.
+class Wanted {
+ public:
+  explicit Wanted(const StoredText& text) : text_(text.string()) {
+    if (text_ != nullptr) return;
+    try {
+      copy_ = text.view();
+      text_ = &copy_;
+    } catch (const std::bad_alloc&) {
+    }
+  }
+
+  explicit operator bool() const { return text_ != nullptr; }
+  const SafeString& operator*() const { return *text_; }
+
+ private:
+  SafeString copy_;
+  const SafeString* text_;
+};
+
+// The value of a short number, as the bundled StringUtils reads it.
+struct ShortNumber {
+  explicit ShortNumber(std::string_view text);
+
+  int format;
+  long long whole = 0;  // also the bits of a hexadecimal one
+  double real = 0;
+};
+
+ShortNumber::ShortNumber(std::string_view text) {
+  char digits[StoredText::kLongestShort + 1] = {};
+  text.copy(digits, text.size());
+  if (std::strpbrk(digits, "xX") != nullptr) {
+    format = kHexadecimal;
+    whole = static_cast<long long>(std::strtoull(digits, nullptr, 16));
+  } else if (std::strpbrk(digits, ".eE") == nullptr) {
+    format = kInteger;
+    whole = std::strtoll(digits, nullptr, 10);  // the nearest limit
+  } else {
+    format = kFloat;
+    const char* const end = digits + text.size();
+    if (std::from_chars(digits, end, real).ec == std::errc()) return;
+    // Its digits are too few to outweigh the exponent.
+    const bool small = std::strchr(digits + 1, '-') != nullptr;
+    real = small ? 0 : std::numeric_limits<double>::infinity();
+    if (digits[0] == '-') real = -real;
+  }
+}
+
+template <class Integer>
+Integer ToInteger(const StoredText& stored,
+                  Integer (*convert)(const SafeString&)) {
+  const Wanted text(stored);
+  if (!text) {
+    using Limits = std::numeric_limits<Integer>;
+    const ShortNumber number(stored.view());
+    if (number.format == kFloat) return Truncate<Integer>(number.real);
+    if (number.format != kInteger) return static_cast<Integer>(number.whole);
+    return static_cast<Integer>(
+        std::clamp<long long>(number.whole, Limits::min(), Limits::max()));
+  }
+  switch (StringUtils::GetNumberFormat(*text)) {
+    case kInteger:
+      return convert(*text);
+    case kFloat:
+      return Truncate<Integer>(StringUtils::StringToFloat(*text));
+    default:
+      return static_cast<Integer>(StringUtils::HexStringToULong(*text));
+  }
+}
+
 }  // namespace
 
 int JNumber::toInt() const {
-  switch (StringUtils::GetNumberFormat(text_)) {
-    case kInteger:
-      return StringUtils::StringToInt(text_);
-    case kFloat:
-      return Truncate<int>(StringUtils::StringToFloat(text_));
-    default:
-      return static_cast<int>(
-          static_cast<unsigned int>(StringUtils::HexStringToULong(text_)));
-  }
+  return ToInteger(Access::Text(*this), StringUtils::StringToInt);
 }
 
 long long JNumber::toLong() const {
-  switch (StringUtils::GetNumberFormat(text_)) {
-    case kInteger:
-      return StringUtils::StringToLong(text_);
-    case kFloat:
-      return Truncate<long long>(StringUtils::StringToFloat(text_));
-    default:
-      return static_cast<long long>(StringUtils::HexStringToULong(text_));
-  }
+  return ToInteger(Access::Text(*this), StringUtils::StringToLong);
 }
 
 double JNumber::toFloat() const {
-  switch (StringUtils::GetNumberFormat(text_)) {
+  const StoredText& stored = Access::Text(*this);
+  const Wanted text(stored);
+  if (!text) {
+    const ShortNumber number(stored.view());
+    if (number.format == kFloat) return number.real;
+    if (number.format == kInteger) return static_cast<double>(number.whole);
+    return static_cast<double>(static_cast<unsigned long long>(number.whole));
+  }
+  switch (StringUtils::GetNumberFormat(*text)) {
     case kInteger:
-      return static_cast<double>(StringUtils::StringToLong(text_));
+      return static_cast<double>(StringUtils::StringToLong(*text));
     case kFloat:
-      return StringUtils::StringToFloat(text_);
+      return StringUtils::StringToFloat(*text);
     default:
-      return static_cast<double>(StringUtils::HexStringToULong(text_));
+      return static_cast<double>(StringUtils::HexStringToULong(*text));
   }
 }
 
 JBase* JNumber::clone() const {
   ScopedPointer<JNumber> copy(Create<JNumber>(tags::kCloneNumber));
-  if (copy) copy->text_ = text_;
+  if (copy) Access::Text(*copy.get()).Set(Access::Text(*this).view());
   return copy.release();
 }
 
 // Strings ---------------------------------------------------------------------
 
-JString::JString() = default;
-JString::JString(const SafeString& text) : text_(text) {}
-JString::JString(SafeString&& text) : text_(std::move(text)) {}
-JString::~JString() = default;
+JString::JString() { Access::MakeText(*this); }
+JString::JString(const SafeString& text) { Access::MakeText(*this).Set(text); }
+JString::JString(SafeString&& text) {
+  Access::MakeText(*this).Take(std::move(text));
+}
+JString::~JString() { Access::Text(*this).~StoredText(); }
 
-SafeString JString::value() const { return text_; }
-void JString::setValue(const SafeString& text) { text_ = text; }
+SafeString JString::value() const { return SafeString(view()); }
+
+std::string_view JString::view() const { return Access::Text(*this).view(); }
+
+void JString::setValue(const SafeString& text) {
+  Access::Text(*this).Set(text);
+}
 
 JBase* JString::clone() const {
-  return Create<JString>(tags::kCloneString, text_);
+  const StoredText& text = Access::Text(*this);
+  if (const SafeString* const string = text.string()) {
+    return Create<JString>(tags::kCloneString, *string);
+  }
+  ScopedPointer<JString> copy(Create<JString>(tags::kCloneString));
+  if (copy) Access::Text(*copy.get()).Set(text.view());
+  return copy.release();
 }
 
 // Arrays ----------------------------------------------------------------------
@@ -587,10 +694,12 @@ void JBool::toString(Context& context) const {
   Write(context, value_ ? "true"sv : "false"sv);
 }
 
-void JNumber::toString(Context& context) const { Write(context, text_); }
+void JNumber::toString(Context& context) const {
+  Write(context, Access::Text(*this).view());
+}
 
 void JString::toString(Context& context) const {
-  WriteQuoted(context, text_, Role::Value);
+  WriteQuoted(context, Access::Text(*this).view(), Role::Value);
 }
 
 void JArray::toString(Context& context) const {
@@ -745,25 +854,42 @@ Quoted PassString(const char*& cursor) {
   return {{begin, static_cast<std::size_t>(at - begin)}, escapes};
 }
 
-// The characters that a string stands for.
-SafeString Decode(const Quoted& quoted) {
-  if (quoted.escapes == 0) return SafeString(quoted.text);
-  SafeString text;
-  text.reserve(quoted.text.size() - quoted.escapes);
+std::size_t SizeOf(const Quoted& quoted) {
+  return quoted.text.size() - quoted.escapes;
+}
+
+// Writes the characters that a string stands for.
+void Decode(const Quoted& quoted, char* out) {
+  if (quoted.escapes == 0) {
+    quoted.text.copy(out, quoted.text.size());
+    return;
+  }
   const char* at = quoted.text.data();
   const char* const end = at + quoted.text.size();
   while (at != end) {
     const Escape* const escape = *at == '\\' ? EscapeOf(at[1]) : nullptr;
-    text += escape != nullptr ? escape->character : *at;
+    *out++ = escape != nullptr ? escape->character : *at;
     at += escape != nullptr ? 2 : 1;
   }
+}
+
+SafeString Decode(const Quoted& quoted) {
+  SafeString text(SizeOf(quoted), '\0');
+  Decode(quoted, text.data());
   return text;
 }
 
+// A long text is there before its object is made.
 JBase* ParseString(const char*& cursor) {
   const Quoted quoted = PassString(cursor);
   SkipBlanks(cursor);
-  return Create<JString>(tags::kParseString, Decode(quoted));
+  const std::size_t size = SizeOf(quoted);
+  if (size > StoredText::kLongestShort) {
+    return Create<JString>(tags::kParseString, Decode(quoted));
+  }
+  ScopedPointer<JString> string(Create<JString>(tags::kParseString));
+  if (string) Decode(quoted, Access::Text(*string.get()).Shorten(size));
+  return string.release();
 }
 
 // Numbers
@@ -772,35 +898,41 @@ JBase* ParseString(const char*& cursor) {
 //
 // The token is judged also when there is no memory for the number: malformed
 // text fails alike with and without. It has no blanks to trim.
-JBase* ParseToken(const char*& cursor) {
+JBase* ParseToken(const char*& cursor, SafeString& token) {
   const char* end = cursor;
   while (Is(*end, kNumber)) ++end;
-  SafeString token(cursor, end);
+  token.assign(cursor, end);
   ScopedPointer<JNumber> number(Create<JNumber>(tags::kParseNumber));
   if (StringUtils::GetNumberFormat(token) == 0) {
     Destroy(number.release(), tags::kRefuseNumber);
     Fail("ParseNumber", "number is incorrect");
   }
-  if (number) Access::Text(*number.get()) = std::move(token);
+  if (number) Access::Text(*number.get()).Take(std::move(token));
   cursor = end;
   SkipBlanks(cursor);
   return number.release();
 }
 
 // number = "inf" / "-inf" / token
-JBase* ParseNumber(const char*& cursor) {
+JBase* ParseNumber(const char*& cursor, SafeString& token) {
   const char letter = cursor[*cursor == '-' ? 1 : 0];
-  if (letter != 'i') return ParseToken(cursor);
+  if (letter != 'i') return ParseToken(cursor, token);
   if (TakeLiteral(cursor, "inf")) return MakeNumber(tags::kParseInf, "inf");
   if (TakeLiteral(cursor, "-inf")) {
     return MakeNumber(tags::kParseMinusInf, "-inf");
   }
-  return ParseToken(cursor);
+  return ParseToken(cursor, token);
 }
 
 // Containers
 
 using Elements = Access::Elements;
+
+// What a whole parse keeps.
+struct Scratch {
+  Elements waiting;  // of the arrays that are open
+  SafeString token;  // a number that is judged
+};
 
 // An array under construction. Its elements wait behind those of the arrays
 // around it, and the array stores them once, when their number is known.
@@ -863,7 +995,7 @@ class OpenArray {
   const std::ptrdiff_t first_;
 };
 
-JBase* ParseValue(const char*& cursor, Elements& waiting, unsigned int depth);
+JBase* ParseValue(const char*& cursor, Scratch& scratch, unsigned int depth);
 
 void CheckDepth(unsigned int depth) {
   if (depth == kNestingLimit) Fail("Parse", "nesting is too deep");
@@ -880,13 +1012,13 @@ bool ArraySkip(const char*& cursor) {
 }
 
 // array = "[" [ value *( "," value ) ] "]"
-JBase* ParseArray(const char*& cursor, Elements& waiting, unsigned int depth) {
+JBase* ParseArray(const char*& cursor, Scratch& scratch, unsigned int depth) {
   CheckDepth(depth);
-  OpenArray array(waiting);
+  OpenArray array(scratch.waiting);
   try {
     bool more = ArraySkip(cursor);
     while (more) {
-      ScopedPointer<JBase> element(ParseValue(cursor, waiting, depth + 1));
+      ScopedPointer<JBase> element(ParseValue(cursor, scratch, depth + 1));
       array.Add(element);
       if (*cursor != ',' && *cursor != ']') Fail("ParseArray", "missing ']'");
       more = *cursor == ',';
@@ -935,13 +1067,13 @@ Quoted ParseField(const char*& cursor) {
 }
 
 // object = "{" [ field value *( "," field value ) ] "}"
-JBase* ParseObject(const char*& cursor, Elements& waiting, unsigned int depth) {
+JBase* ParseObject(const char*& cursor, Scratch& scratch, unsigned int depth) {
   CheckDepth(depth);
   ScopedPointer<JObject> object(Create<JObject>(tags::kParseObject));
   bool more = ParseKey(cursor);
   while (more) {
     const Quoted key = ParseField(cursor);
-    ScopedPointer<JBase> value(ParseValue(cursor, waiting, depth + 1));
+    ScopedPointer<JBase> value(ParseValue(cursor, scratch, depth + 1));
     SetMember(*object.operator->(), key, value);
     if (*cursor != ',' && *cursor != '}') {
       Fail("ParseObject", "missing '}' or have some extra data characters");
@@ -955,13 +1087,13 @@ JBase* ParseObject(const char*& cursor, Elements& waiting, unsigned int depth) {
 }
 
 // value = blanks ( object / array / string / bool / null-or-nan / number )
-JBase* ParseValue(const char*& cursor, Elements& waiting, unsigned int depth) {
+JBase* ParseValue(const char*& cursor, Scratch& scratch, unsigned int depth) {
   SkipBlanks(cursor);
   switch (*cursor) {
     case '{':
-      return ParseObject(cursor, waiting, depth);
+      return ParseObject(cursor, scratch, depth);
     case '[':
-      return ParseArray(cursor, waiting, depth);
+      return ParseArray(cursor, scratch, depth);
     case '"':
       return ParseString(cursor);
     case 't':
@@ -970,7 +1102,7 @@ JBase* ParseValue(const char*& cursor, Elements& waiting, unsigned int depth) {
     case 'n':
       return ParseNullOrNan(cursor);
     default:
-      return ParseNumber(cursor);
+      return ParseNumber(cursor, scratch.token);
   }
 }
 
@@ -978,8 +1110,8 @@ JBase* ParseValue(const char*& cursor, Elements& waiting, unsigned int depth) {
 
 // text = value
 JBase* Compile(const char*& cursor) {
-  Elements waiting;
-  ScopedPointer<JBase> root(ParseValue(cursor, waiting, 0));
+  Scratch scratch;
+  ScopedPointer<JBase> root(ParseValue(cursor, scratch, 0));
   if (root && *cursor != '\0') {
     Destroy(root.release(), tags::kCompile);
     Fail("Parse", "extra data characters");
@@ -1010,11 +1142,11 @@ const Value& As(const JBase* value) {
     case JType::Bool:
       return As<JBool>(first).value() == As<JBool>(second).value();
     case JType::Number:
-      return SameText(Access::Text(As<JNumber>(first)),
-                      Access::Text(As<JNumber>(second)));
+      return Access::Text(As<JNumber>(first)) ==
+             Access::Text(As<JNumber>(second));
     case JType::String:
-      return SameText(Access::Text(As<JString>(first)),
-                      Access::Text(As<JString>(second)));
+      return Access::Text(As<JString>(first)) ==
+             Access::Text(As<JString>(second));
     case JType::Array:
       return AreEqual(Access::Of(As<JArray>(first)),
                       Access::Of(As<JArray>(second)));

@@ -127,6 +127,11 @@ TEST(TextTest, EqualMeansSameKindAndContent) {
       trees.push_back(object);
     }
   }
+  for (const unsigned int size :
+       {14U, 15U, 16U, 22U, 23U, 24U, 30U, 31U, 32U}) {
+    trees.push_back(Make<JString>(SafeString(size, 'x')));
+    trees.push_back(Make<JString>(SafeString(size - 1, 'x') + 'y'));
+  }
   for (const JBase* first : trees) {
     const generic::ScopedPointer<JBase> copy(first->clone());
     for (const JBase* second : trees) {

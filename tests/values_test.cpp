@@ -34,7 +34,7 @@ VORN_TRACED_TEST(ValuesTest);
 TEST_P(ValuesTest, HoldWhatTheyAreGiven) {
   EXPECT_FALSE(JBool().value());
   EXPECT_TRUE(JBool(true).value());
-  const SafeString bytes("a\0\377 and more than fits", 22);
+  const SafeString bytes("a\0\377 and more than any value has room", 36);
   JString text(bytes), moved{SafeString(bytes)};
   EXPECT_EQ(JString().value(), "");
   EXPECT_EQ(text.value(), bytes);

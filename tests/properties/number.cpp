@@ -93,9 +93,13 @@ void CheckConversions(const SafeString& untrimmed) {
       {static_cast<int>(bits), static_cast<long long>(bits),
        static_cast<double>(bits)}};
   const auto& [as_int, as_long, as_double] = kExpected[format];
-  Require(number.toInt() == as_int, "toInt");
-  Require(number.toLong() == as_long, "toLong");
-  Require(AreSame(number.toFloat(), as_double), "toFloat");
+  for (const bool exhausted : {false, true}) {
+    if (exhausted) Monitor::FailRequest(Source::MemoryMonitor, 0, true);
+    Require(number.toInt() == as_int, "toInt");
+    Require(number.toLong() == as_long, "toLong");
+    Require(AreSame(number.toFloat(), as_double), "toFloat");
+  }
+  Monitor::StopFailing();
 }
 
 constexpr std::pair<double, const char*> kWritten[] = {

@@ -70,6 +70,7 @@ Edit NextEdit(Input& in, Node& root, const Node& node, const Keys& keys) {
                                           : kObject[std::min(n / 3, 2U)];
   Edit edit{act, in.Below(node.elements.size() + 4),
             keys[in.Below(keys.size())], nullptr};
+  if (act == Act::Assign) edit.key.resize(in.Below(40), 'x');
   const bool takes =
       act == Act::Append || act == Act::SetElement || act == Act::SetMember;
   if (takes && in.Below(16) != 0) edit.value = NewValue(in, root);

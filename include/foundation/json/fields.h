@@ -64,7 +64,8 @@ struct Loader {
                           std::numeric_limits<T>::lowest(),
                           std::numeric_limits<T>::max()};
       JNumber read;
-      const auto number = read.fromString(text) ? read.as<T>() : std::nullopt;
+      std::optional<T> number;
+      if (read.fromString(text)) number = read.as<T>();
       Expect(
           number && limits[0] <= *number && *number <= limits[1],
           (std::is_integral_v<T> ? "a whole number from " : "a number from ") +

@@ -112,8 +112,8 @@ class __attribute__((visibility("default"))) JNumber
   template <class Integer, class = OtherInteger<Integer>>
   void setValue(Integer value) {
     char digits[24];
-    text_.assign(digits,
-                 std::to_chars(digits, digits + sizeof digits, value).ptr);
+    char* const end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    setText({digits, static_cast<std::size_t>(end - digits)});
   }
 
   // Takes the text, without the blanks at both ends, if it is a number, and
@@ -127,7 +127,7 @@ class __attribute__((visibility("default"))) JNumber
 
   // The text itself. The number keeps ownership; valid until the number is
   // changed or destroyed.
-  std::string_view view() const { return text_; }
+  std::string_view view() const;
 
   // The value, toward zero where the type has no fraction. Out of range, toInt
   // and toLong give the nearest limit, and 0 for not-a-number; of a hexadecimal
@@ -148,9 +148,9 @@ class __attribute__((visibility("default"))) JNumber
                                               kIsOneOf<T, float, double>>>
   std::optional<T> as() const {
     if constexpr (kIsInteger<T>) {
-      return reading::ReadInteger<T>(text_);
+      return reading::ReadInteger<T>(view());
     } else {
-      return reading::ReadFloat<T>(text_);
+      return reading::ReadFloat<T>(view());
     }
   }
 
@@ -160,7 +160,10 @@ class __attribute__((visibility("default"))) JNumber
  private:
   friend class Access;
 
-  SafeString text_;
+  void setText(std::string_view text);
+
+  // The text, built in place: its class is the library's own.
+  alignas(SafeString) unsigned char text_[sizeof(SafeString)];
 };
 
 }  // namespace vorn::foundation::json

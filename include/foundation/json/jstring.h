@@ -31,7 +31,7 @@ class __attribute__((visibility("default"))) JString
 
   // The text itself. The string keeps ownership; valid until setValue() or
   // until the string is destroyed.
-  std::string_view view() const { return text_; }
+  std::string_view view() const;
 
   // Replaces the text by a copy of the given one.
   void setValue(const SafeString& text);
@@ -42,7 +42,8 @@ class __attribute__((visibility("default"))) JString
  private:
   friend class Access;
 
-  SafeString text_;
+  // The text, built in place: its class is the library's own.
+  alignas(SafeString) unsigned char text_[sizeof(SafeString)];
 };
 
 }  // namespace vorn::foundation::json

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include <foundation/text/safestring.h>
+
+#include "sametext.h"
+
+namespace vorn::foundation::json {
+
+// The text of a number or a string, in the room of one SafeString: the text
+// itself where it is short, which then needs no memory, else a SafeString.
+//
+// The first byte tells which of the two. A SafeString begins with the address
+// of its characters, which is even when they have a block of their own. In
+// front of a short text stands an odd byte, which also holds its size.
+class StoredText {
+ public:
+  // The longest text that needs no memory, in bytes.
+  static constexpr std::size_t kLongestShort = sizeof(SafeString) - 1;
+
+  // The empty text.
+  StoredText() {
+    room_[0] = 1;
+    Shorten(0);
+  }
+  StoredText(const StoredText&) = delete;
+  StoredText& operator=(const StoredText&) = delete;
+  ~StoredText() { Shorten(0); }
+
+  std::string_view view() const {
+    if (const SafeString* const text = string()) return *text;
+    return {reinterpret_cast<const char*>(room_) + 1, room_[0] / 2U};
+  }
+
+  // The text as a SafeString, or null where it is short. Valid until the text
+  // is set.
+  const SafeString* string() const {
+    const void* const room = room_;
+    if (IsShort()) return nullptr;
+    return std::launder(static_cast<const SafeString*>(room));
+  }
+
+  // Replaces the text by a copy. Where there is no memory for that, throws
+  // std::bad_alloc, and the former text stays.
+  void Set(std::string_view text) {
+    if (text.size() > kLongestShort) return Take(SafeString(text));
+    text.copy(Shorten(text.size()), text.size());
+  }
+
+  // The same without a copy of a long text, which is then the SafeString's no
+  // more.
+  void Take(SafeString&& text) {
+    if (text.size() <= kLongestShort) return Set(text);
+    Shorten(0);
+    ::new (static_cast<void*>(room_)) SafeString(std::move(text));
+  }
+
+  // Replaces the text by a short one of that size, and returns where its bytes
+  // go.
+  char* Shorten(std::size_t size) {
+    if (const SafeString* const text = string()) text->~SafeString();
+    const Word end = 0;
+    std::memcpy(room_ + size / sizeof end * sizeof end, &end, sizeof end);
+    room_[0] = static_cast<unsigned char>(2 * size + 1);
+    return reinterpret_cast<char*>(room_) + 1;
+  }
+
+  // Whether both are the same text. Short ones are compared word by word: what
+  // the last word has behind the text is 0.
+  friend bool operator==(const StoredText& first, const StoredText& second) {
+    const Word begin = first.WordAt(0);
+    if (begin % 2 == 0) {
+      return !second.IsShort() && SameText(*first.string(), *second.string());
+    }
+    if (begin != second.WordAt(0)) return false;
+    const std::size_t size = first.room_[0] / 2U;
+    for (std::size_t at = sizeof(Word); at <= size; at += sizeof(Word)) {
+      if (first.WordAt(at) != second.WordAt(at)) return false;
+    }
+    return true;
+  }
+
+ private:
+  using Word = std::size_t;
+
+  static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+
+  bool IsShort() const { return room_[0] % 2 != 0; }
+
+  Word WordAt(std::size_t at) const {
+    Word word;
+    std::memcpy(&word, room_ + at, sizeof word);
+    return word;
+  }
+
+  alignas(SafeString) unsigned char room_[sizeof(SafeString)];
+};
+
+}  // namespace vorn::foundation::json
