@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <foundation/debug/objectmonitor.h>
+#include <foundation/lang/interface.h>
 
 namespace vorn::foundation::debug {
 
@@ -16,6 +17,11 @@ struct Tag {
   const char* function;
 };
 
+// Returns memory for an object; null is possible while the monitor traces.
+inline void* Allocate(unsigned int size, bool traced) {
+  return traced ? ObjectMonitor::_Alloc(size) : ::operator new(size);
+}
+
 // Gives the memory of an object back to where it came from.
 inline void GiveBack(void* block, unsigned int size, bool traced) {
   if (traced) {
@@ -25,38 +31,29 @@ inline void GiveBack(void* block, unsigned int size, bool traced) {
   }
 }
 
-// Holds an object from its construction until the monitor has recorded it, and
-// destroys it when the monitor could not.
-template <class T>
-class Unrecorded {
- public:
-  Unrecorded(T* object, bool traced) : object_(object), traced_(traced) {}
-  Unrecorded(const Unrecorded&) = delete;
-  Unrecorded& operator=(const Unrecorded&) = delete;
-
-  ~Unrecorded() {
-    if (object_ == nullptr) return;
-    object_->~T();
-    GiveBack(object_, sizeof(T), traced_);
-  }
-
-  T* release() { return std::exchange(object_, nullptr); }
-
- private:
-  T* object_;
-  bool traced_;
-};
-
-// Records a new object, or null, under the tag and returns it. When the monitor
-// throws, the object is destroyed.
+// Records a new object, or null, which stands at the start of its block. When
+// the monitor throws, the object is destroyed and the block given back. One
+// function serves all classes with the same base.
 //
 // Not inlined: containers construct their children within Create(), whose frame
 // must not hold what is only needed here.
-template <class T>
-[[gnu::noinline]] T* Record(T* created, const Tag& tag, bool traced) {
-  Unrecorded<T> object(created, traced);
-  ObjectMonitor::_IncLeak(created, tag.file, tag.line, tag.function, sizeof(T));
-  return object.release();
+template <class Base>
+[[gnu::noinline]] void Record(Base* object, void* block, unsigned int size,
+                              const Tag& tag, bool traced) {
+  struct Unrecorded {
+    ~Unrecorded() {
+      if (object == nullptr) return;
+      object->~Base();
+      GiveBack(block, size, traced);
+    }
+    Base* object;
+    void* block;
+    unsigned int size;
+    bool traced;
+  };
+  Unrecorded unrecorded{object, block, size, traced};
+  ObjectMonitor::_IncLeak(block, tag.file, tag.line, tag.function, size);
+  unrecorded.object = nullptr;
 }
 
 // Creates a T from the arguments and records it under the tag. The caller owns
@@ -66,9 +63,10 @@ template <class T>
 // monitor throws passes on, and nothing is left behind.
 template <class T, class... Arguments>
 T* Create(const Tag& tag, Arguments&&... arguments) {
+  using Base = std::conditional_t<std::is_convertible_v<T*, lang::Interface*>,
+                                  lang::Interface, T>;
   const bool traced = ObjectMonitor::_IsTrace();
-  void* block =
-      traced ? ObjectMonitor::_Alloc(sizeof(T)) : ::operator new(sizeof(T));
+  void* const block = Allocate(sizeof(T), traced);
   T* created = nullptr;
   if (block != nullptr) {
     try {
@@ -78,7 +76,8 @@ T* Create(const Tag& tag, Arguments&&... arguments) {
       throw;
     }
   }
-  return Record(created, tag, traced);
+  Record<Base>(created, block, sizeof(T), tag, traced);
+  return created;
 }
 
 // The address under which Create() recorded the object: that of the whole
