@@ -1,5 +1,6 @@
 #include "archiverutils.h"
 
+#include "../checked.h"
 #include "../tags.h"
 #include "arrayarchiver.h"
 #include "genericarchiver.h"
@@ -33,6 +34,18 @@ ITypedArchiver* ArchiverUtils::FromJson(const JBase* json) {
 
 void ArchiverUtils::Destroy(ITypedArchiver* archiver) {
   debug::Destroy(archiver, tags::kDestroy);
+}
+
+void MakeChild(Child& child, ArchiverKind kind, const SafeString* data,
+               const SafeString* text) {
+  child.reset(ArchiverUtils::Create(kind));
+  if (data != nullptr) {
+    child->writeData(*data);
+  } else if (text != nullptr) {
+    child->writeString(*text);
+  } else {
+    Checked(child.get());
+  }
 }
 
 }  // namespace vorn::foundation::json

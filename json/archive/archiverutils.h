@@ -1,5 +1,7 @@
 #pragma once
 
+#include <foundation/generic/scopedpointer.h>
+
 #include "itypedarchiver.h"
 
 namespace vorn::foundation::json {
@@ -22,5 +24,13 @@ class ArchiverUtils {
   // Destroys the archiver with everything it owns; null is ignored.
   static void Destroy(ITypedArchiver* archiver);
 };
+
+// A child that has no place yet.
+using Child = generic::ScopedPointer<ITypedArchiver>;
+
+// Makes a child of the kind and writes the data, or else the text, into it, if
+// there is any.
+void MakeChild(Child& child, ArchiverKind kind, const SafeString* data,
+               const SafeString* text);
 
 }  // namespace vorn::foundation::json

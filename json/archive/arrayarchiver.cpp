@@ -49,32 +49,32 @@ ITypedArchiver* ArrayArchiver::PlaceElement(unsigned int index, Child& child) {
 
 io::IArchiver* ArrayArchiver::writeArray() { return this; }
 
+// Places a new child of the kind, with the data or the text in it.
+ITypedArchiver* ArrayArchiver::Write(unsigned int index, ArchiverKind kind,
+                                     const SafeString* data,
+                                     const SafeString* text) {
+  CheckIndex(index);
+  Child child;
+  MakeChild(child, kind, data, text);
+  return PlaceElement(index, child);
+}
+
 void ArrayArchiver::writeDataByIndex(unsigned int index,
                                      const SafeString& data) {
-  CheckIndex(index);
-  Child child(ArchiverUtils::Create(ArchiverKind::Generic));
-  child->writeData(data);
-  PlaceElement(index, child);
+  Write(index, ArchiverKind::Generic, &data);
 }
 
 void ArrayArchiver::writeStringByIndex(unsigned int index,
                                        const SafeString& text) {
-  CheckIndex(index);
-  Child child(ArchiverUtils::Create(ArchiverKind::Generic));
-  child->writeString(text);
-  PlaceElement(index, child);
+  Write(index, ArchiverKind::Generic, nullptr, &text);
 }
 
 io::IArchiver* ArrayArchiver::writeArrayByIndex(unsigned int index) {
-  CheckIndex(index);
-  Child child(Checked(ArchiverUtils::Create(ArchiverKind::Array)));
-  return PlaceElement(index, child);
+  return Write(index, ArchiverKind::Array);
 }
 
 io::IArchiver* ArrayArchiver::writeObjectByIndex(unsigned int index) {
-  CheckIndex(index);
-  Child child(Checked(ArchiverUtils::Create(ArchiverKind::Object)));
-  return PlaceElement(index, child);
+  return Write(index, ArchiverKind::Object);
 }
 
 // Reading ---------------------------------------------------------------------

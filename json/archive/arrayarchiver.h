@@ -1,9 +1,8 @@
 #pragma once
 
-#include <foundation/generic/scopedpointer.h>
 #include <foundation/json/jarray.h>
 
-#include "itypedarchiver.h"
+#include "archiverutils.h"
 
 namespace vorn::foundation::json {
 
@@ -31,9 +30,10 @@ class ArrayArchiver : public ITypedArchiver {
   JBase* snapshot() const override;
 
  private:
-  using Child = generic::ScopedPointer<ITypedArchiver>;
-
   void CheckIndex(unsigned int index) const;
+  ITypedArchiver* Write(unsigned int index, ArchiverKind kind,
+                        const SafeString* data = nullptr,
+                        const SafeString* text = nullptr);
   ITypedArchiver* PlaceElement(unsigned int index, Child& child);
 
   std::vector<ITypedArchiver*, debug::Allocator<ITypedArchiver*>> elements_;

@@ -67,32 +67,32 @@ ITypedArchiver* ObjectArchiver::Insert(const SafeString& field, Child& child) {
 
 io::IArchiver* ObjectArchiver::writeObject() { return this; }
 
+// Adds a new child of the kind, with the data or the text in it.
+ITypedArchiver* ObjectArchiver::Write(const SafeString& field,
+                                      ArchiverKind kind, const SafeString* data,
+                                      const SafeString* text) {
+  CheckNewField(field);
+  Child child;
+  MakeChild(child, kind, data, text);
+  return Insert(field, child);
+}
+
 void ObjectArchiver::writeDataByField(const SafeString& field,
                                       const SafeString& data) {
-  CheckNewField(field);
-  Child child(ArchiverUtils::Create(ArchiverKind::Generic));
-  child->writeData(data);
-  Insert(field, child);
+  Write(field, ArchiverKind::Generic, &data);
 }
 
 void ObjectArchiver::writeStringByField(const SafeString& field,
                                         const SafeString& text) {
-  CheckNewField(field);
-  Child child(ArchiverUtils::Create(ArchiverKind::Generic));
-  child->writeString(text);
-  Insert(field, child);
+  Write(field, ArchiverKind::Generic, nullptr, &text);
 }
 
 io::IArchiver* ObjectArchiver::writeArrayByField(const SafeString& field) {
-  CheckNewField(field);
-  Child child(Checked(ArchiverUtils::Create(ArchiverKind::Array)));
-  return Insert(field, child);
+  return Write(field, ArchiverKind::Array);
 }
 
 io::IArchiver* ObjectArchiver::writeObjectByField(const SafeString& field) {
-  CheckNewField(field);
-  Child child(Checked(ArchiverUtils::Create(ArchiverKind::Object)));
-  return Insert(field, child);
+  return Write(field, ArchiverKind::Object);
 }
 
 // Reading ---------------------------------------------------------------------

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <foundation/generic/scopedpointer.h>
 #include <foundation/json/jobject.h>
 
 #include "../membertable.h"
-#include "itypedarchiver.h"
+#include "archiverutils.h"
 
 namespace vorn::foundation::json {
 
@@ -35,9 +34,10 @@ class ObjectArchiver : public ITypedArchiver {
   JBase* snapshot() const override;
 
  private:
-  using Child = generic::ScopedPointer<ITypedArchiver>;
-
   void CheckNewField(const SafeString& field) const;
+  ITypedArchiver* Write(const SafeString& field, ArchiverKind kind,
+                        const SafeString* data = nullptr,
+                        const SafeString* text = nullptr);
   MemberTable::Node& AddField(const SafeString& field);
   ITypedArchiver* Insert(const SafeString& field, Child& child);
 
