@@ -98,12 +98,28 @@ def number(value):
     return Text(shown + ('...' if length > most else ''))
 
 
-def sequence(title, vector):
-    first = vector['_M_impl']['_M_start']
-    length = int(vector['_M_impl']['_M_finish'] - first)
+def sequence(title, first, length):
     elements = ((f'[{index}]', pointed_to(pointed_to(first + index)))
                 for index in range(length))
     return Container(f'{title} of length {length}', 'array', elements)
+
+
+# Up to two elements of an array stand in it, behind an odd word that has their
+# number; more stand in a block.
+def array(value):
+    room = pointed_to(value['elements_'].address, 'Elements')
+    word = int(room['word_'])
+    pointer = gdb.lookup_type(JSON + 'JBase').pointer().pointer()
+    if word % 2:
+        return sequence('JArray', room['rest_']['inside'].address.cast(pointer),
+                        word // 2)
+    return sequence('JArray', room['word_'].cast(pointer),
+                    int(room['rest_']['block']['size']))
+
+
+def vector(title, value):
+    first = value['_M_impl']['_M_start']
+    return sequence(title, first, int(value['_M_impl']['_M_finish'] - first))
 
 
 # As its key, whose bytes stand behind it.
@@ -167,8 +183,7 @@ printers.add(JSON + 'JNull', lambda value: Text('null'))
 printers.add(JSON + 'JBool', lambda value: Text(str(value['value_'])))
 printers.add(JSON + 'JNumber', number)
 printers.add(JSON + 'JString', lambda value: text_of(*stored_text(value)))
-printers.add(JSON + 'JArray',
-             lambda value: sequence('JArray', value['elements_']))
+printers.add(JSON + 'JArray', array)
 printers.add(JSON + 'MemberTable::Node', node)
 printers.add(JSON + 'JObject', lambda value: members(
     'JObject', pointed_to(value['members_'].address, 'MemberTable'), 'JBase'))
@@ -179,7 +194,7 @@ printers.add(JSON + 'JsonArchiver', lambda value: owner(
 printers.add(JSON + 'GenericArchiver', lambda value: printers(
     value['value_']['object_'].dereference()))
 printers.add(JSON + 'ArrayArchiver',
-             lambda value: sequence('ArrayArchiver', value['elements_']))
+             lambda value: vector('ArrayArchiver', value['elements_']))
 printers.add(JSON + 'ObjectArchiver', lambda value: members(
     'ObjectArchiver', value['members_'], 'ITypedArchiver'))
 gdb.printing.register_pretty_printer(gdb.current_objfile(), printers, True)

@@ -28,6 +28,7 @@
 
 #include "checked.h"
 #include "compile.h"
+#include "elements.h"
 #include "membertable.h"
 #include "storedtext.h"
 #include "tags.h"
@@ -42,8 +43,6 @@ using text::StringUtils;
 // What the sections below see of the values that callers do not.
 class Access {
  public:
-  using Elements = JArray::Elements;
-
   // Of a number or a string.
   template <class Value>
   static StoredText& Text(Value& value) {
@@ -57,8 +56,16 @@ class Access {
   static StoredText& MakeText(Value& value) {
     return *::new (static_cast<void*>(value.text_)) StoredText;
   }
-  static Elements& Of(JArray& array) { return array.elements_; }
-  static const Elements& Of(const JArray& array) { return array.elements_; }
+  static Elements& Of(JArray& array) {
+    return *std::launder(reinterpret_cast<Elements*>(array.elements_));
+  }
+  static const Elements& Of(const JArray& array) {
+    return *std::launder(reinterpret_cast<const Elements*>(array.elements_));
+  }
+  static void MakeElements(JArray& array) {
+    static_assert(sizeof(array.elements_) == sizeof(Elements));
+    ::new (static_cast<void*>(array.elements_)) Elements;
+  }
   static MemberTable& Of(JObject& object) { return object.members(); }
   static const MemberTable& Of(const JObject& object) {
     return object.members();
@@ -283,52 +290,58 @@ JBase* JString::clone() const {
 
 // Arrays ----------------------------------------------------------------------
 
-JArray::JArray() = default;
-JArray::~JArray() { clear(); }
+JArray::JArray() { Access::MakeElements(*this); }
+
+JArray::~JArray() {
+  clear();
+  Access::Of(*this).~Elements();
+}
 
 void JArray::append(JBase* value) {
-  if (value != nullptr) elements_.push_back(value);
+  if (value != nullptr) Access::Of(*this).Append(value);
 }
 
 JBase* JArray::at(unsigned int index) { return std::as_const(*this).at(index); }
 
 JBase* JArray::at(unsigned int index) const {
-  return index < elements_.size() ? elements_[index] : nullptr;
+  const Elements& elements = Access::Of(*this);
+  return index < elements.size() ? elements.begin()[index] : nullptr;
 }
 
 bool JArray::setValue(unsigned int index, JBase* value) {
   if (value == nullptr) return false;
-  if (index >= elements_.size()) {
+  Elements& elements = Access::Of(*this);
+  if (index >= elements.size()) {
     value->dispose();
     return false;
   }
-  std::exchange(elements_[index], value)->dispose();
+  std::exchange(elements.begin()[index], value)->dispose();
   return true;
 }
 
 unsigned int JArray::length() const {
-  return static_cast<unsigned int>(elements_.size());
+  return static_cast<unsigned int>(Access::Of(*this).size());
 }
 
-bool JArray::empty() const { return elements_.empty(); }
+bool JArray::empty() const { return Access::Of(*this).empty(); }
 
 // The array lets go of its elements first, so that nothing can reach one that
 // is already disposed.
 void JArray::clear() {
   Elements elements;
-  elements.swap(elements_);
+  elements.Swap(Access::Of(*this));
   for (JBase* element : elements) element->dispose();
 }
 
-void JArray::detach() { Elements().swap(elements_); }
+void JArray::detach() { Elements().Swap(Access::Of(*this)); }
 
 JBase* JArray::clone() const {
+  const Elements& elements = Access::Of(*this);
   ScopedPointer<JArray> copy(Create<JArray>(tags::kCloneArray));
-  copy->elements_.reserve(elements_.size());
-  for (const JBase* element : elements_) {
-    ScopedPointer<JBase> child(Checked(element->clone()));
-    copy->append(child.get());
-    child.release();
+  Elements& copies = Access::Of(*copy.operator->());
+  copies.Reserve(elements.size());  // no Append() fails
+  for (const JBase* element : elements) {
+    copies.Append(Checked(element->clone()));
   }
   return copy.release();
 }
@@ -706,12 +719,12 @@ void JArray::toString(Context& context) const {
   const int depth = context.depth;
   Write(context, '[');
   bool comma = false;
-  for (const JBase* element : elements_) {
+  for (const JBase* element : Access::Of(*this)) {
     const Nesting nesting(context, depth);
     Separate(context, std::exchange(comma, true));
     element->toString(context);
   }
-  if (!elements_.empty()) Separate(context, false);
+  if (comma) Separate(context, false);
   Write(context, ']');
 }
 
@@ -726,7 +739,7 @@ void JObject::toString(Context& context) const {
     WriteQuoted(context, member->key(), Role::Key);
     ValueOf(*member)->toString(context);
   }
-  if (!empty()) Separate(context, false);
+  if (comma) Separate(context, false);
   Write(context, '}');
 }
 
@@ -926,8 +939,6 @@ JBase* ParseNumber(const char*& cursor, SafeString& token) {
 
 // Containers
 
-using Elements = Access::Elements;
-
 // What a whole parse keeps.
 struct Scratch {
   Elements waiting;  // of the arrays that are open
@@ -941,18 +952,17 @@ class OpenArray {
   explicit OpenArray(Elements& waiting)
       : array_(Create<JArray>(tags::kParseArray)),
         waiting_(waiting),
-        first_(static_cast<std::ptrdiff_t>(waiting.size())) {}
+        first_(waiting.size()) {}
   OpenArray(const OpenArray&) = delete;
   OpenArray& operator=(const OpenArray&) = delete;
 
-  // Asks for no memory, and so cannot be interrupted by what a monitor throws
-  // there.
+  // The array disposes its elements where they wait. This asks for no memory,
+  // and so cannot be interrupted by what a monitor throws there.
   ~OpenArray() {
+    if (!array_) return;
+    Access::Of(*array_.get()).Borrow(begin(), count());
     array_.reset();
-    for (auto it = waiting_.begin() + first_; it != waiting_.end(); ++it) {
-      (*it)->dispose();
-    }
-    waiting_.erase(waiting_.begin() + first_, waiting_.end());
+    waiting_.Resize(first_);
   }
 
   // Takes the element over; null is ignored. Throws when there was no memory
@@ -960,39 +970,29 @@ class OpenArray {
   void Add(ScopedPointer<JBase>& element) {
     array_.operator->();
     if (!element) return;
-    // By reference as in append(), so that one growth of vectors serves both.
-    JBase* const added = element.get();
-    waiting_.push_back(added);
+    waiting_.Append(element.get());
     element.release();
-  }
-
-  // To be called before an array that stays unfinished goes: the array then
-  // disposes its elements itself. Those that it has no room to take go after
-  // it. Catches nothing else, since the end of a cancelled thread must not be
-  // caught while an exception is.
-  void Abandon() {
-    try {
-      if (array_) Store();
-    } catch (const std::bad_alloc&) {
-    }
   }
 
   // The finished array, which the caller owns.
   JBase* Close() {
-    if (array_) Store();
+    if (array_) {
+      Elements& elements = Access::Of(*array_.get());
+      elements.Reserve(count());
+      std::copy_n(begin(), count(), elements.begin());
+      elements.Resize(count());
+      waiting_.Resize(first_);
+    }
     return array_.release();
   }
 
  private:
-  void Store() {
-    const auto first = waiting_.begin() + first_;
-    Access::Of(*array_.get()).assign(first, waiting_.end());
-    waiting_.erase(first, waiting_.end());
-  }
+  JBase** begin() { return waiting_.begin() + first_; }
+  std::size_t count() const { return waiting_.size() - first_; }
 
   ScopedPointer<JArray> array_;
   Elements& waiting_;
-  const std::ptrdiff_t first_;
+  const std::size_t first_;
 };
 
 JBase* ParseValue(const char*& cursor, Scratch& scratch, unsigned int depth);
@@ -1015,22 +1015,17 @@ bool ArraySkip(const char*& cursor) {
 JBase* ParseArray(const char*& cursor, Scratch& scratch, unsigned int depth) {
   CheckDepth(depth);
   OpenArray array(scratch.waiting);
-  try {
-    bool more = ArraySkip(cursor);
-    while (more) {
-      ScopedPointer<JBase> element(ParseValue(cursor, scratch, depth + 1));
-      array.Add(element);
-      if (*cursor != ',' && *cursor != ']') Fail("ParseArray", "missing ']'");
-      more = *cursor == ',';
-      if (more) ArraySkip(cursor);
-    }
-    ++cursor;
-    SkipBlanks(cursor);
-    return array.Close();
-  } catch (...) {
-    array.Abandon();
-    throw;
+  bool more = ArraySkip(cursor);
+  while (more) {
+    ScopedPointer<JBase> element(ParseValue(cursor, scratch, depth + 1));
+    array.Add(element);
+    if (*cursor != ',' && *cursor != ']') Fail("ParseArray", "missing ']'");
+    more = *cursor == ',';
+    if (more) ArraySkip(cursor);
   }
+  ++cursor;
+  SkipBlanks(cursor);
+  return array.Close();
 }
 
 // Passes the "{" or "," of an object; false when its "}" follows the "{", else
@@ -1123,7 +1118,7 @@ JBase* Compile(const char*& cursor) {
 
 namespace {
 
-bool AreEqual(const Access::Elements& first, const Access::Elements& second);
+bool AreEqual(const Elements& first, const Elements& second);
 bool AreEqual(const MemberTable& first, const MemberTable& second);
 
 template <class Value>
@@ -1157,10 +1152,11 @@ const Value& As(const JBase* value) {
   return false;  // a kind of somebody else's
 }
 
-bool AreEqual(const Access::Elements& first, const Access::Elements& second) {
+bool AreEqual(const Elements& first, const Elements& second) {
   if (first.size() != second.size()) return false;
-  for (std::size_t i = 0; i < first.size(); ++i) {
-    if (!AreEqual(first[i], second[i])) return false;
+  JBase* const* other = second.begin();
+  for (const JBase* element : first) {
+    if (!AreEqual(element, *other++)) return false;
   }
   return true;
 }

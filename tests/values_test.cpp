@@ -48,7 +48,11 @@ TEST_P(ValuesTest, AnArrayGivesItsStorageBack) {
   const Account none = Monitor::Now();
   for (void (JArray::*empty)() : {&JArray::clear, &JArray::detach}) {
     JBase* kept[9];
-    for (JBase*& value : kept) array.append(value = Make<JNull>());
+    for (JBase*& value : kept) {
+      array.append(value = Make<JNull>());
+      const bool same = Monitor::Now().memory_bytes == none.memory_bytes;
+      EXPECT_EQ(same, array.length() <= 2);
+    }
     (array.*empty)();
     for (JBase* value : kept) {
       if (empty == &JArray::detach) value->dispose();

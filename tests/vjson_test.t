@@ -26,10 +26,10 @@ Nothing is left behind, however it ends.
   >   done
   > done | uniq -c
        48 memory: 0 bytes
-  $ word=$((4 * $(od -An -tu1 -j4 -N1 "${VJSON##* }"))); echo '[[true],null]' | vjson cost |
+  $ word=$((4 * $(od -An -tu1 -j4 -N1 "${VJSON##* }"))); echo '[[true,true,true],null]' | vjson cost |
   >   awk -v word=$word '/objects|buf/ { n = NF > 4 ? 2 : 3; print $n / word, $6 / word } END { print }'
-  11 0
-  3 5
+  15 0
+  3 7
   depth             2
 
 Where a fault is, and how its line is shown. The caret is under the fault.

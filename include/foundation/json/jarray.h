@@ -1,8 +1,5 @@
 #pragma once
 
-#include <vector>
-
-#include <foundation/debug/allocator.h>
 #include <foundation/json/jbase.h>
 
 namespace vorn::foundation::json {
@@ -24,7 +21,7 @@ class __attribute__((visibility("default"))) JArray
 
   // Adds value as the last element. Takes ownership of value; null is ignored.
   // Throws std::bad_alloc when memory is exhausted; the array is then unchanged
-  // and value still the caller's.
+  // and value still the caller's. The first two elements need no memory.
   void append(JBase* value);
 
   // The element at the index, or null when the index is past the last. The
@@ -55,9 +52,8 @@ class __attribute__((visibility("default"))) JArray
  private:
   friend class Access;
 
-  using Elements = std::vector<JBase*, debug::Allocator<JBase*>>;
-
-  Elements elements_;
+  // The elements, built in place: their class is the library's own.
+  alignas(void*) unsigned char elements_[3 * sizeof(void*)];
 };
 
 }  // namespace vorn::foundation::json

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+#include <foundation/debug/allocator.h>
+
+namespace vorn::foundation::json {
+
+class JBase;
+
+// Pointers to values, in the room of three pointers: up to two stand in that
+// room themselves and need no memory, more have a block. The values belong to
+// whoever uses this.
+//
+// The first word tells which of the two: the address of the block, which is
+// even, or twice the number of pointers in the room and one.
+class Elements {
+ public:
+  Elements() = default;
+  Elements(const Elements&) = delete;
+  Elements& operator=(const Elements&) = delete;
+  ~Elements() {
+    if (!IsInside() && rest_.block.capacity != 0) {
+      debug::Allocator<JBase*>().deallocate(begin(), rest_.block.capacity);
+    }
+  }
+
+  std::size_t size() const { return IsInside() ? word_ / 2 : rest_.block.size; }
+  bool empty() const { return size() == 0; }
+
+  JBase** begin() {
+    return IsInside() ? rest_.inside : reinterpret_cast<JBase**>(word_);
+  }
+  JBase** end() { return begin() + size(); }
+  JBase* const* begin() const { return const_cast<Elements*>(this)->begin(); }
+  JBase* const* end() const { return begin() + size(); }
+
+  // Makes room for as many as that in all. Throws std::bad_alloc when memory is
+  // exhausted; nothing changes then.
+  void Reserve(std::size_t count) {
+    if (count <= Capacity()) return;
+    JBase** const block = debug::Allocator<JBase*>().allocate(count);
+    std::copy(begin(), end(), block);
+    Elements former;
+    former.Swap(*this);
+    HoldBlock(block, former.size(), count);
+  }
+
+  // The same for one more, with room for others, and adds it.
+  void Append(JBase* element) {
+    if (size() == Capacity()) Reserve(2 * size());
+    *end() = element;
+    Resize(size() + 1);
+  }
+
+  // REQUIRES: there is room for as many.
+  void Resize(std::size_t count) {
+    if (IsInside()) {
+      word_ = 2 * count + 1;
+    } else {
+      rest_.block.size = count;
+    }
+  }
+
+  void Swap(Elements& other) {
+    std::swap(word_, other.word_);
+    std::swap(rest_, other.rest_);
+  }
+
+  // Holds pointers that stand elsewhere, and stay there. REQUIRES: it is empty.
+  void Borrow(JBase** first, std::size_t count) { HoldBlock(first, count, 0); }
+
+ private:
+  static constexpr std::size_t kMostInside = 2;
+
+  struct Block {
+    std::size_t size;
+    std::size_t capacity;  // 0 if it is borrowed
+  };
+  union Rest {
+    Block block = {0, 0};
+    JBase* inside[kMostInside];
+  };
+
+  bool IsInside() const { return word_ % 2 != 0; }
+  std::size_t Capacity() const {
+    return IsInside() ? kMostInside : rest_.block.capacity;
+  }
+  void HoldBlock(JBase** block, std::size_t size, std::size_t capacity) {
+    word_ = reinterpret_cast<std::uintptr_t>(block);
+    rest_.block = {size, capacity};
+  }
+
+  std::uintptr_t word_ = 1;
+  Rest rest_;
+};
+
+}  // namespace vorn::foundation::json
