@@ -93,7 +93,7 @@ JBase* JBool::clone() const { return Create<JBool>(tags::kCloneBool, value_); }
 
 // Numbers ---------------------------------------------------------------------
 
-JNumber::JNumber() { Access::MakeText(*this).Set("0"); }
+JNumber::JNumber() { *Access::MakeText(*this).Shorten(1) = '0'; }
 JNumber::JNumber(int value) {
   Access::MakeText(*this);
   setValue(value);
@@ -782,6 +782,9 @@ class Malformed : public lang::Exception {
 // blanks = *( blank / "//" *character line-end )
 const char* BehindBlanks(const char* at) {
   for (;;) {
+    // An indentation is mostly a multiple of four.
+    while (at[0] == ' ' && at[1] == ' ' && at[2] == ' ' && at[3] == ' ')
+      at += 4;
     while (*at == ' ') ++at;
     if (at[0] == '/' && at[1] == '/') {
       while (!Is(*at, kLineEnd)) ++at;
