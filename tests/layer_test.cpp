@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -123,7 +124,10 @@ TEST_P(LayerTest, AHintSaysWhatWasMeant) {
       {"{\"a\":\n {\"b\": [0]", "object that begins at line 2, column 2"},
       {"[\"]\", // [\n {\"\\\\\": [1}]", "begins at line 2, column 9"},
       {"[1,\n \"a\\\"]", "the string that begins at line 2, column 2"},
+      {"{\"a\": \"b,\n \"c\": 1}",
+       "the string that begins at line 1, column 7"},
       {"[1 2]", "a comma is missing"},
+      {"[1 True]", "a comma is missing"},
       {"{\"a\": 1\n \"b\": 2}", "a comma is missing"},
       {"[1,]", "a comma is too many"},
       {"[1,,2]", "a comma is too many"},
@@ -145,6 +149,9 @@ TEST_P(LayerTest, AHintSaysWhatWasMeant) {
     const SafeString hint = Hint(fault, text);
     EXPECT_NE(hint.find(expected), hint.npos) << text << ": " << hint;
     EXPECT_EQ(hint.empty(), expected[0] == '\0') << text << ": " << hint;
+    // Nothing behind the text is there to be read.
+    const std::vector<char> bytes(text, text + std::strlen(text));
+    EXPECT_EQ(Hint(fault, std::string_view(bytes.data(), bytes.size())), hint);
   }
   EXPECT_EQ(Hint({Kind::NoText, 0, 0, 0, "", ""}, nullptr), "");
 }

@@ -7,30 +7,24 @@
 
 namespace vorn::foundation::json {
 
-namespace hint {
-using text::StringUtils;
-
-// The end of the string that begins there, or null if it is not closed.
-inline const char* EndOfString(const char* at, const char* end) {
-  for (++at; at < end && *at != '"'; ++at) {
-    if (*at == '\\' && (at[1] == '"' || at[1] == '\\')) ++at;
-  }
-  return at < end ? at + 1 : nullptr;
-}
-
-// What is not closed in a part that the parser took: a string, or the innermost
-// container, by its first byte. Null for none. The bracket open is before it.
-inline const char* Unclosed(const char* open, const char*& at,
-                            const char* end) {
-  while (at != end) {
-    const char* const token = at++;
-    if (*token == ']' || *token == '}') return nullptr;
-    if (*token == '[' || *token == '{') {
-      if (const char* const inner = Unclosed(token, at, end)) return inner;
-    } else if (*token == '"') {
-      if ((at = EndOfString(token, end)) == nullptr) return token;
-    } else if (*token == '/') {
-      while (at != end && *at != '\n' && *at != '\r') ++at;
+namespace json_internal {
+// What is not closed in a text that the parser took: a string, or the innermost
+// container, by its first byte. Else npos. A container began before, at open.
+inline std::size_t Unclosed(std::string_view text, std::size_t& at,
+                            std::size_t open) {
+  while (at < text.size()) {
+    const std::size_t token = at++;
+    if (text[token] == ']' || text[token] == '}') return text.npos;
+    if (text[token] == '[' || text[token] == '{') {
+      const std::size_t inner = Unclosed(text, at, token);
+      if (inner != text.npos) return inner;
+    } else if (text[token] == '"') {
+      for (; at < text.size() && text[at] != '"'; ++at) {
+        if (text[at] == '\\') ++at;
+      }
+      if (at++ >= text.size()) return token;
+    } else if (text[token] == '/') {
+      at = text.find_first_of("\r\n", at);
     }
   }
   return open;
@@ -39,11 +33,11 @@ inline const char* Unclosed(const char* open, const char*& at,
 // What the parser's message has in it, one of the bytes at the fault ("" for
 // any), and what the text has there. The first that fits is meant.
 struct Mistake {
-  std::string_view message, bytes;
-  const char *text, *hint;
+  std::string_view message, bytes, text;
+  const char* hint;
 };
 inline constexpr const char* kQuotes = "keys and texts stand in double quotes";
-inline constexpr const char* kUtf16 = "the text is UTF-16, and should be UTF-8";
+inline constexpr const char* kNoComma = "a comma is missing here";
 inline constexpr const char* kComma =
     "a comma is too many, or what belongs in front of it is missing";
 inline constexpr const char* kWords =
@@ -52,54 +46,60 @@ inline constexpr std::string_view kLetters =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_";
 inline constexpr Mistake kMistakes[] = {
     {"", "", "\xEF\xBB\xBF", "the text begins with a byte order mark"},
-    {"", "", "\xFF\xFE", kUtf16},
-    {"", "", "\xFE\xFF", kUtf16},
+    {"", "\xFF\xFE", "", "the text is UTF-16, and should be UTF-8"},
     {"", "/", "", "comments begin with // and end with the line"},
     {"", "'", "", kQuotes},
-    {"", "", "NaN", "not a number is written nan"},
+    {"missing", kLetters, "", kNoComma},
+    {"missing", "\"[{-0123456789", "", kNoComma},
+    {"not combined", "", "", "a colon, or a quotation mark, is missing here"},
     {"spare ','", "", "", kComma},
-    {"key is not begin", ",", "", kComma},
-    {"number is incorrect", ",", "", kComma},
+    {"", ",", "", kComma},
     {"key is not begin", kLetters, "", kQuotes},
+    {"", "", "NaN", "not a number is written nan"},
     {"number is incorrect", kLetters, "", kWords},
     {" error", "", "", kWords},
-    {"missing ']'", "\"[{-0123456789tfni", "", "a comma is missing here"},
-    {"missing '}'", "\"", "", "a comma is missing here"},
-    {"not combined", "", "", "a colon, or a quotation mark, is missing here"},
 };
 
-}  // namespace hint
+}  // namespace json_internal
 
 // One sentence of help, without a full stop, for the common mistakes; empty
 // where there is nothing to say. Throws std::bad_alloc when memory is
-// exhausted. REQUIRES: the fault is of this text.
-inline SafeString Hint(const JsonFault& fault, const char* text) {
+// exhausted. REQUIRES: the fault is of this text. A const char* ends at a NUL.
+inline SafeString Hint(const JsonFault& fault, std::string_view text) {
   if (fault.kind != JsonFault::Kind::Malformed) return SafeString();
-  const char* const at = text + fault.offset;
-  const char* token = text;
-  const char* const open = hint::Unclosed(nullptr, token, at);
-  const bool other = open != nullptr && ((*at == ']' && *open == '{') ||
-                                         (*at == '}' && *open == '['));
-  if (open != nullptr && (*at == '\0' || other)) {
-    JsonFault begin;
-    SetPlace(begin, text, static_cast<std::size_t>(open - text));
-    return hint::StringUtils::_InternalFormat(
+  std::string_view taken = text.substr(0, fault.offset);
+  text.remove_prefix(taken.size());
+  const char at = text.empty() ? '\0' : text[0];
+  // A letter there belongs to the string that ended, or to the next.
+  const bool string = json_internal::kLetters.find(at) != text.npos &&
+                      !taken.empty() && taken.back() == '"';
+  if (string) taken.remove_suffix(1);
+  std::size_t token = 0;
+  const auto open = json_internal::Unclosed(taken, token, taken.npos);
+  const char begin = open == taken.npos ? '\0' : taken[open];
+  if (begin != '\0' && (at == '\0' || string || (at == ']' && begin == '{') ||
+                        (at == '}' && begin == '['))) {
+    JsonFault place;
+    SetPlace(place, taken.data(), open);
+    return text::StringUtils::_InternalFormat(
         "the %s that begins at line %u, column %u is not closed",
-        *open == '"'   ? "string"
-        : *open == '[' ? "array"
+        begin == '"'   ? "string"
+        : begin == '[' ? "array"
                        : "object",
-        begin.line, begin.column);
+        place.line, place.column);
   }
-  if (*at == '\0' && fault.message[0] == 'n') return "the text is empty";
-  const std::string_view message = fault.message;
-  for (const auto& [part, bytes, begin, hint] : hint::kMistakes) {
-    const bool here = bytes.empty() || bytes.find(*at) != bytes.npos;
-    if (here && message.find(part) != message.npos &&
-        hint::StringUtils::StartWith(at, begin)) {
+  if (at == '\0' && fault.message[0] == 'n') return "the text is empty";
+  for (const auto& [part, bytes, start, hint] : json_internal::kMistakes) {
+    const bool here = bytes.empty() || bytes.find(at) != bytes.npos;
+    if (here && std::string_view(fault.message).find(part) != text.npos &&
+        text.substr(0, start.size()) == start) {
       return hint;
     }
   }
   return SafeString();
+}
+inline SafeString Hint(const JsonFault& fault, const char* text) {
+  return Hint(fault, std::string_view(text != nullptr ? text : ""));
 }
 
 }  // namespace vorn::foundation::json
