@@ -1,4 +1,4 @@
-// Usage: files_main PATH [MOST]
+// Usage: files_main PATH|null [MOST]
 // Saves an array in the file, or reads at most that many bytes of it. Prints
 // what came of it.
 
@@ -7,17 +7,19 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 using namespace vorn::foundation::json;
 
 int main(int count, char** arguments) {
   JsonReader reader;
   FileFault fault;
+  const char* const path =
+      arguments[1] != std::string_view("null") ? arguments[1] : nullptr;
   const bool done =
-      count > 2
-          ? ReadFile(arguments[1], std::strtoul(arguments[2], nullptr, 10),
-                     reader, fault)
-          : SaveFile(arguments[1], *MakeArray(Here(), 1).get(), fault);
+      count > 2 ? ReadFile(path, std::strtoul(arguments[2], nullptr, 10),
+                           reader, fault)
+                : SaveFile(path, *MakeArray(Here(), 1).get(), fault);
   if (done != (fault.error == 0 && fault.text.kind == JsonFault::Kind::None)) {
     return 1;
   }

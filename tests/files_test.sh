@@ -31,7 +31,11 @@ both "open 21 at 0" folder
 both "open 22 at 0" pipe
 both "open 40 at 0" loop
 both "open 2 at 0" nowhere/file
+both "open 2 at 0" ""
+both "open 14 at 0" null
 check " 0 at 3" "${program[@]}" nul 9
+long=$(printf %255s | tr ' ' n)
+check " 0 at 0" "${program[@]}" "$long" && rm "$long"
 # An emulator and a sanitizer have calls of their own.
 [[ $# -eq 1 ]] && ! grep -q __asan_init "$1" || exit 0
 

@@ -6,11 +6,14 @@
 
 #include <foundation/json/build.h>
 #include <foundation/json/fields.h>
+#include <foundation/json/files.h>
 #include <foundation/json/hint.h>
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -114,6 +117,20 @@ void ReadWithoutMemory() {
 TEST_P(LayerTest, WithoutMemoryAFaultHasNoPlace) {
   ReadWithoutMemory<JsonReader>();
   ReadWithoutMemory<JsonArchiver>();
+}
+
+TEST_P(LayerTest, WithoutMemoryAFileHasAnError) {
+  std::ofstream("layer_test.json") << "[\"a text of some length\"]" << '\0';
+  JsonReader reader;
+  FileFault fault;
+  const auto read = [&] {
+    ReadFile("layer_test.json", 99, reader, fault);
+    return true;
+  };
+  SweepAll(read, [&](End, bool) {
+    EXPECT_EQ(fault.error, fault.text.kind == Kind::NoMemory ? ENOMEM : 0);
+  });
+  std::remove("layer_test.json");
 }
 
 TEST_P(LayerTest, AHintSaysWhatWasMeant) {

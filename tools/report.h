@@ -11,7 +11,7 @@
 
 namespace vjson {
 
-namespace files = vorn::foundation::json::files;
+namespace files = vorn::foundation::json::json_internal;
 
 // What is printed on standard error. A message is printed where the error is
 // found; what is left to pass on is the exit status.

@@ -24,7 +24,7 @@ struct FileFault {
   const char* step = "";
 };
 
-namespace files {  // POSIX, with exceptions
+namespace json_internal {  // POSIX, with exceptions
 // Does the work. False, with the fault set, where that throws.
 template <class Work>
 bool Try(FileFault& fault, const char* step, Work work) try {
@@ -45,24 +45,23 @@ bool Try(FileFault& fault, const char* step, Work work) try {
 // Makes a system call, again where a signal interrupts it.
 template <class Call>
 auto Do(const char* step, Call call) {
-  for (;;) {
-    const auto result = call();
-    if (result >= 0) return result;
-    if (errno != EINTR) Fail(errno, step);
-  }
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  if (result < 0) Fail(errno, step);
+  return result;
 }
 
-// An open file. With a mode, a new one beside another, which is removed at the
+// An open file. With a mode, a new one in a folder, which is removed at the
 // end, unless rename() was called.
 class File {
  public:
   File(const char* path, int flags)
       : number_(Do("open", [&] { return open(path, flags | O_CLOEXEC); })) {}
-  File(const SafeString& path, mode_t mode) {
+  File(const SafeString& folder, mode_t mode) {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
     for (int i = 0; number_ < 0 && (i == 0 || errno == EEXIST); ++i) {
       name_ =
-          path + text::StringUtils::_InternalFormat(".%d-%d.new", getpid(), i);
+          folder + text::StringUtils::_InternalFormat("%d-%d.new", getpid(), i);
       number_ = open(name_.c_str(), kFlags, mode);
     }
     if (number_ < 0) Fail(errno, "open");
@@ -86,13 +85,14 @@ class File {
   int number_ = -1;
 };
 
-inline void CheckRegular(const struct stat& status) {
-  if (S_ISDIR(status.st_mode)) Fail(EISDIR, "open");
-  if (!S_ISREG(status.st_mode)) Fail(EINVAL, "open");
+inline void CheckRegular(mode_t mode) {
+  if (!S_ISREG(mode)) Fail(S_ISDIR(mode) ? EISDIR : EINVAL, "open");
 }
 
 // The file that the path names, or would name, behind all symbolic links.
-inline SafeString Follow(SafeString path) {
+inline SafeString Follow(const char* name) {
+  if (name == nullptr || *name == '\0') Fail(name ? ENOENT : EFAULT, "open");
+  SafeString path(name);
   char target[PATH_MAX];
   for (int links = 0; links < 40; ++links) {
     const ssize_t size = readlink(path.c_str(), target, sizeof target);
@@ -106,7 +106,7 @@ inline SafeString Follow(SafeString path) {
 inline SafeString Read(int file, std::size_t most) {
   struct stat status;
   Do("open", [&] { return fstat(file, &status); });
-  CheckRegular(status);
+  CheckRegular(status.st_mode);
   SafeString text;
   const auto size = static_cast<std::size_t>(status.st_size);
   text.reserve(size < most ? size : most);
@@ -121,21 +121,20 @@ inline SafeString Read(int file, std::size_t most) {
 
 inline void Write(int file, std::string_view text) {
   while (!text.empty()) {
-    const ssize_t done =
-        Do("write", [&] { return write(file, text.data(), text.size()); });
-    text.remove_prefix(static_cast<std::size_t>(done));
+    text.remove_prefix(static_cast<std::size_t>(
+        Do("write", [&] { return write(file, text.data(), text.size()); })));
   }
 }
 
 inline void Save(const SafeString& path, std::string_view text,
                  std::string_view end) {
-  const SafeString name = path.substr(0, path.rfind('/') + 1) + ".";
-  const File folder(name.c_str(), O_RDONLY | O_DIRECTORY);
+  const SafeString beside = path.substr(0, path.rfind('/') + 1) + ".";
+  const File folder(beside.c_str(), O_RDONLY | O_DIRECTORY);
   struct stat former;
   const bool exists = stat(path.c_str(), &former) == 0;
   if (!exists && errno != ENOENT) Fail(errno, "open");
-  if (exists) CheckRegular(former);
-  File file(path, exists ? S_IRUSR | S_IWUSR : 0666);
+  if (exists) CheckRegular(former.st_mode);
+  File file(beside, exists ? S_IRUSR | S_IWUSR : 0666);
   Write(file, text);
   Write(file, end);
   if (exists) Do("write", [&] { return fchmod(file, former.st_mode & 07777); });
@@ -145,7 +144,7 @@ inline void Save(const SafeString& path, std::string_view text,
   Do("sync", [&] { return fsync(folder) == 0 || errno == EINVAL ? 0 : -1; });
 }
 
-}  // namespace files
+}  // namespace json_internal
 
 // Reads a regular file of at most so many bytes into a JsonReader, or into a
 // JsonArchiver. Otherwise that is empty, and the fault says why.
@@ -153,13 +152,13 @@ template <class Reader>
 bool ReadFile(const char* path, std::size_t most, Reader& reader,
               FileFault& fault) {
   reader.fromString(nullptr);
-  return files::Try(fault, "read", [&] {
-    const files::File file(path, O_RDONLY | O_NONBLOCK);
-    const SafeString text = files::Read(file, most);
-    if (text.find('\0') != text.npos) {
-      return reader.fromString(text.data(), text.size(), fault.text);
-    }
-    const bool read = reader.fromString(text, fault.text);  // without a copy
+  return json_internal::Try(fault, "read", [&] {
+    const json_internal::File file(path, O_RDONLY | O_NONBLOCK);
+    const SafeString text = json_internal::Read(file, most);
+    const bool read =
+        text.find('\0') == text.npos
+            ? reader.fromString(text, fault.text)  // without a copy
+            : reader.fromString(text.data(), text.size(), fault.text);
     if (fault.text.kind == JsonFault::Kind::NoMemory) throw std::bad_alloc();
     return read;
   });
@@ -171,8 +170,9 @@ bool ReadFile(const char* path, std::size_t most, Reader& reader,
 // mode; a symbolic link is followed, and only a regular file is replaced. After
 // "sync" alone may the new file be there though the result is false.
 inline bool SaveFile(const char* path, const JBase& value, FileFault& fault) {
-  return files::Try(fault, "write", [&] {
-    files::Save(files::Follow(path), JsonReader::Format(&value), "\n");
+  return json_internal::Try(fault, "write", [&] {
+    json_internal::Save(json_internal::Follow(path), JsonReader::Format(&value),
+                        "\n");
     return true;
   });
 }
