@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -362,6 +363,7 @@ struct Part {
     fields.optional("scale", scale);
     fields.optional("flags", flags);
     fields.optional("parts", parts);
+    if (name == "access null") throw lang::Exception("", name.c_str());
   }
 };
 
@@ -369,6 +371,12 @@ TEST_P(LayerTest, FieldsAreLoadedAsTheyWereSaved) {
   JsonArchiver written, again;
   SaveFields(written, Part{"a", 1, 0.5, {true, false}, {{"b", 2, 2, {}, {}}}});
   Part loaded;
+  for (const double scale : {NAN, INFINITY}) {
+    SaveFields(again, Part{"a", 1, scale, {}, {}});
+    LoadFields(again, "part", loaded);
+    again.fromString(nullptr);
+  }
+  EXPECT_EQ(loaded.scale, INFINITY);
   LoadFields(written, "part", loaded);
   SaveFields(again, loaded);
   EXPECT_EQ(again.compress(), written.compress());
@@ -376,6 +384,7 @@ TEST_P(LayerTest, FieldsAreLoadedAsTheyWereSaved) {
     const char *text, *fault;
   } kRows[] = {
       {"[]", "part: expected an object"},
+      {R"({"name": "access null", "pin": 1})", ": access null"},
       {R"({"name": "", "pin": 1, "scale": "x"})", "part.scale: expected a num"},
       {R"({"name": "", "pin": 1, "flags": [true, 0]})",
        "part.flags[1]: expected true or false"},

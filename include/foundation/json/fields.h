@@ -21,21 +21,26 @@
 // does not tell 5 from "5": either is a number and a text, and null is neither.
 namespace vorn::foundation::json {
 
-namespace fields {
+namespace json_internal {
 using Name = const char*;
 using Text = const SafeString&;
 
+// A field is not as listed. No other exception is changed on its way.
+struct FieldFault : lang::Exception {
+  using lang::Exception::Exception;
+};
+
 inline void Expect(bool met, Text expected) {
-  if (!met) throw lang::Exception("", ("expected " + expected).c_str());
+  if (!met) throw FieldFault("", ("expected " + expected).c_str());
 }
 
 // Loads what is at a place, and puts that in front of the place of a fault.
 template <class Load>
 void At(Text place, io::IArchiver* from, Load load) try {
-  if (from == nullptr) throw lang::Exception("", "is missing");
+  if (from == nullptr) throw FieldFault("", "is missing");
   load(*from);
-} catch (const lang::Exception& fault) {
-  throw lang::Exception((place + fault.where()).c_str(), fault.what());
+} catch (const FieldFault& fault) {
+  throw FieldFault((place + fault.where()).c_str(), fault.what());
 }
 
 struct Loader {
@@ -59,7 +64,8 @@ struct Loader {
       Expect(text == "true" || text == "false", "true or false");
       value = text == "true";
     } else if constexpr (std::is_arithmetic_v<T>) {
-      // The range, or else all.
+      constexpr std::size_t kBounds = sizeof...(range);
+      static_assert(kBounds == 0 || kBounds == 2, "a range has two bounds");
       const T limits[] = {static_cast<T>(range)...,
                           std::numeric_limits<T>::lowest(),
                           std::numeric_limits<T>::max()};
@@ -67,7 +73,8 @@ struct Loader {
       std::optional<T> number;
       if (read.fromString(text)) number = read.as<T>();
       Expect(
-          number && limits[0] <= *number && *number <= limits[1],
+          number &&
+              (kBounds == 0 || (limits[0] <= *number && *number <= limits[1])),
           (std::is_integral_v<T> ? "a whole number from " : "a number from ") +
               JNumber(limits[0]).toString() + " to " +
               JNumber(limits[1]).toString());
@@ -97,17 +104,13 @@ struct Saver {
   io::IArchiver& to;
 
   template <class T, class... Range>
-  void required(Name name, const T& value, Range...) {
-    save(name, value);
-  }
-  template <class T, class... Range>
   void optional(Name name, const T& value, Range...) {
-    save(name, value);
+    required(name, value);
   }
 
   // Saves the field of that name, or the element at that index.
-  template <class Key, class T>
-  void save(Key key, const T& value) {
+  template <class Key, class T, class... Range>
+  void required(Key key, const T& value, Range...) {
     if constexpr (std::is_convertible_v<T, std::string_view>) {
       string(key, SafeString(value.data(), value.size()));
     } else if constexpr (std::is_same_v<T, bool>) {
@@ -120,10 +123,10 @@ struct Saver {
     }
   }
   template <class Key, class T, class A>
-  void save(Key key, const std::vector<T, A>& list) {
+  void required(Key key, const std::vector<T, A>& list) {
     Saver elements{*array(key)};
     unsigned int index = 0;
-    for (const T& element : list) elements.save(index++, element);
+    for (const T& element : list) elements.required(index++, element);
   }
 
   void string(Name name, Text text) { to.writeStringByField(name, text); }
@@ -136,20 +139,21 @@ struct Saver {
   auto object(unsigned int i) { return to.writeObjectByIndex(i); }
 };
 
-}  // namespace fields
+}  // namespace json_internal
 
 // Loads an object of that name. For a field that is not as listed it throws
 // lang::Exception("settings.sensors[0].pin", "is missing"), and leaves the
 // rest.
 template <class T>
 void LoadFields(io::IArchiver& from, const char* name, T& object) {
-  fields::At(name, &from, [&](auto& at) { fields::Loader{at}.load(object); });
+  json_internal::At(name, &from,
+                    [&](auto& at) { json_internal::Loader{at}.load(object); });
 }
 
 // Saves the object. Throws what the archiver throws.
 template <class T>
 void SaveFields(io::IArchiver& to, const T& object) {
-  fields::Saver members{*to.writeObject()};
+  json_internal::Saver members{*to.writeObject()};
   const_cast<T&>(object).list(members);
 }
 
