@@ -68,7 +68,10 @@ void DoesNot(JObject& object, JArray& array, const View& view) {
   Append(Here(), array, 1.0L);
   Set(Here(), object, "a", &array);
   Set(Here(), object, 1, "a");
-  MakeObject(Here(), "a");
+  Set(Here(), object, nullptr, "a");
+  Set(Here(), object, "a", 1, "b");
+  Append(Here(), array, std::vector<char>());
+  MakeObject(Here(), "ab");
   MakeArray(Here(), new JNull);
   auto copy = named;
   (void)view.as<char>();
@@ -78,5 +81,6 @@ void DoesNot(JObject& object, JArray& array, const View& view) {
   const JBase* converted = view;
   bool flag = view;
   JBool pointer("a");
+  pointer.setValue("a");
 }
 #endif

@@ -290,6 +290,7 @@ TEST_P(LayerTest, AViewFindsWhatIsThereWithoutMemory) {
   for (View element : root["list"]) sum += element ? 100 : 0;
   const bool same = root["name"].value("none") == "pump" &&
                     root["none"].value("none") == "none" && !root["list"][3] &&
+                    root["none"].value(static_cast<char*>(nullptr)).empty() &&
                     !root["list"][static_cast<std::size_t>(-1)];
   Monitor::StopFailing();
   EXPECT_TRUE(same);
@@ -319,7 +320,7 @@ TEST_P(LayerTest, ATreeIsBuiltOrNothingIs) {
       reader.fromString(R"({"a": [1, {"b": "a text of some length"}]})"));
   ASSERT_TRUE(
       expected.fromString(R"([{"name": "pump", "list": [0.5, 4000000000],
-      "null": null, "copy": [1, {"b": "a text of some length"}], "last": null,
+      "null": null, "copy": [1, {"b": "a text of some length"}], "last": null, "": null,
       "deep": {"one more text of some length": []}, "flag": true}])"));
   const std::string text = "one more text of some length";
   const char* const none = nullptr;
@@ -329,7 +330,8 @@ TEST_P(LayerTest, ATreeIsBuiltOrNothingIs) {
                            "null", none, SafeString("copy"), View(reader)["a"],
                            "last", View(reader)["c"], "flag", true, "deep",
                            MakeObject(Here(), text, MakeArray(Here())));
-    Set(Here(), *pump.get(), "name", "pump", "last", nullptr);
+    Set(Here(), *pump.get(), "name", "pump", "last",
+        generic::ScopedPointer<JBase>(), none, nullptr);
     Append(Here(), *history.get(), std::move(pump));
     const bool built = JsonReader::IsEqual(history.get(), expected.getJson());
     history->clear();

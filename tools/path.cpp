@@ -7,7 +7,7 @@
 
 namespace vjson {
 
-using vorn::foundation::json::reading::ReadInteger;
+using vorn::foundation::json::json_internal::ReadInteger;
 using vorn::foundation::text::StringUtils;
 
 // From paths to steps ---------------------------------------------------------

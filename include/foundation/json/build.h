@@ -12,9 +12,10 @@
 //                          "limits", MakeArray(Here(), 0.5, 1000u));
 //   Set(Here(), *pump.get(), "last", nullptr);
 //
-// A value is a bool, a number, a text of any string class, nullptr or a null
-// const char* (null), a View (a copy; null where it is absent) or the result of
-// MakeObject() or MakeArray(), which is taken over: a named one by std::move.
+// A value is a bool, a number, a text of any string class, nullptr, a View,
+// which is copied, or the result of MakeObject() or MakeArray(), which is taken
+// over: a named one by std::move. A null const char*, an absent View and an
+// empty ScopedPointer are null; as a key, a null const char* is the empty text.
 // All but copies has the tag. Exhausted memory throws std::bad_alloc, also
 // while the object monitor traces, and leaves all as it was, but for a member
 // that was to be replaced, which is gone.
@@ -27,11 +28,17 @@ constexpr debug::Tag Here(const char* file = __builtin_FILE(),
   return {file, line, function};
 }
 
-namespace building {
-// The text of any string class.
+namespace json_internal {
+// The text of any string class. That of a null pointer is empty.
 inline std::string_view ToView(std::string_view text) { return text; }
-template <template <class...> class String, class... More>
-std::string_view ToView(const String<char, More...>& text) {
+std::string_view ToView(std::nullptr_t) = delete;
+template <class T, class = std::enable_if_t<std::is_same_v<T, char>>>
+std::string_view ToView(const T* text) {
+  return text != nullptr ? text : "";
+}
+template <template <class...> class String, class Traits, class... More,
+          class = typename Traits::char_type>
+std::string_view ToView(const String<char, Traits, More...>& text) {
   return {text.data(), text.size()};
 }
 
@@ -74,54 +81,54 @@ JBase* Create(const debug::Tag& tag, Value&& value) {
 }
 
 // Has take() hand the value over to a container.
-template <class T, class Take>
-void Give(const debug::Tag&, generic::ScopedPointer<T>&& value, Take take) {
-  take(Checked(value.get()));
-  value.release();
-}
 template <class Value, class Take>
 void Give(const debug::Tag& tag, Value&& value, Take take) {
-  Give(tag,
-       generic::ScopedPointer<JBase>(Create(tag, std::forward<Value>(value))),
-       take);
+  generic::ScopedPointer<JBase> made(Create(tag, std::forward<Value>(value)));
+  take(made.get());
+  made.release();
+}
+template <class T, class Take>
+void Give(const debug::Tag& tag, generic::ScopedPointer<T>&& value, Take take) {
+  if (!value) return Give(tag, nullptr, take);
+  take(value.get());
+  value.release();
 }
 
-}  // namespace building
+}  // namespace json_internal
 
 // Sets members of the object: a key, its value, a key and so on.
+template <class... Keys>
+void Set(const debug::Tag&, JObject&, const Keys&...) {
+  static_assert(sizeof...(Keys) == 0, "the last key has no value");
+}
 template <class Key, class Value, class... More>
 void Set(const debug::Tag& tag, JObject& object, const Key& key, Value&& value,
          More&&... more) {
-  const SafeString name(building::ToView(key));
-  building::Give(tag, std::forward<Value>(value),
-                 [&](JBase* made) { object.setValue(name, made); });
-  if constexpr (sizeof...(more) != 0) {
-    Set(tag, object, std::forward<More>(more)...);
-  }
+  const SafeString name(json_internal::ToView(key));
+  json_internal::Give(tag, std::forward<Value>(value),
+                      [&](JBase* made) { object.setValue(name, made); });
+  Set(tag, object, std::forward<More>(more)...);
 }
 
 // Adds an element behind the last.
 template <class Value>
 void Append(const debug::Tag& tag, JArray& array, Value&& value) {
-  building::Give(tag, std::forward<Value>(value),
-                 [&](JBase* made) { array.append(made); });
+  json_internal::Give(tag, std::forward<Value>(value),
+                      [&](JBase* made) { array.append(made); });
 }
 
 template <class... Members>
 generic::ScopedPointer<JObject> MakeObject(const debug::Tag& tag,
                                            Members&&... members) {
-  static_assert(sizeof...(members) % 2 == 0, "a key without its value");
-  generic::ScopedPointer<JObject> made(building::New<JObject>(tag));
-  if constexpr (sizeof...(members) != 0) {
-    Set(tag, *made.get(), std::forward<Members>(members)...);
-  }
+  generic::ScopedPointer<JObject> made(json_internal::New<JObject>(tag));
+  Set(tag, *made.get(), std::forward<Members>(members)...);
   return generic::ScopedPointer<JObject>(made.release());
 }
 
 template <class... Values>
 generic::ScopedPointer<JArray> MakeArray(const debug::Tag& tag,
                                          Values&&... values) {
-  generic::ScopedPointer<JArray> made(building::New<JArray>(tag));
+  generic::ScopedPointer<JArray> made(json_internal::New<JArray>(tag));
   (Append(tag, *made.get(), std::forward<Values>(values)), ...);
   return generic::ScopedPointer<JArray>(made.release());
 }

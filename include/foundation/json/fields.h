@@ -142,8 +142,7 @@ struct Saver {
 }  // namespace json_internal
 
 // Loads an object of that name. For a field that is not as listed it throws
-// lang::Exception("settings.sensors[0].pin", "is missing"), and leaves the
-// rest.
+// lang::Exception("settings.sensors[0].pin", "is missing"); the rest stays.
 template <class T>
 void LoadFields(io::IArchiver& from, const char* name, T& object) {
   json_internal::At(name, &from,

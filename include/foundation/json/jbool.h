@@ -20,6 +20,10 @@ class __attribute__((visibility("default"))) JBool
 
   bool value() const;
   void setValue(bool value);
+  template <class T>
+  void setValue(T*) = delete;
+  template <class T, class C>
+  void setValue(T C::*) = delete;
 
   JBase* clone() const override;
   void toString(Context& context) const override;

@@ -31,7 +31,7 @@ using OtherInteger =
     std::enable_if_t<kIsInteger<T> && !kIsOneOf<T, int, long long>>;
 
 // Reading the text of a number.
-namespace reading {
+namespace json_internal {
 
 inline bool IsHexadecimal(std::string_view text) {
   return text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
@@ -80,7 +80,7 @@ std::optional<Float> ReadFloat(std::string_view text) {
   return text[0] == '-' ? -Float(0) : Float(0);
 }
 
-}  // namespace reading
+}  // namespace json_internal
 
 // A number, kept as its text: what was parsed comes out byte for byte as it
 // went in, and two numbers are equal when their texts are. The conversions read
@@ -148,9 +148,9 @@ class __attribute__((visibility("default"))) JNumber
                                               kIsOneOf<T, float, double>>>
   std::optional<T> as() const {
     if constexpr (kIsInteger<T>) {
-      return reading::ReadInteger<T>(view());
+      return json_internal::ReadInteger<T>(view());
     } else {
-      return reading::ReadFloat<T>(view());
+      return json_internal::ReadFloat<T>(view());
     }
   }
 

@@ -8,7 +8,7 @@
 namespace vorn::foundation::json {
 
 struct Member;
-namespace viewing {
+namespace json_internal {
 // The types that as() and value() give.
 template <class T>
 using Readable =
@@ -19,17 +19,15 @@ using Readable =
 // Whether a step of a path means the key: "~1" is "/" and "~0" is "~".
 inline bool Means(std::string_view step, std::string_view key) {
   for (const char& character : key) {
-    const std::string_view wanted = character == '/' ? "~1"
-                                    : character == '~'
-                                        ? "~0"
-                                        : std::string_view(&character, 1);
+    std::string_view wanted(&character, 1);
+    if (wanted == "/" || wanted == "~") wanted = wanted == "/" ? "~1" : "~0";
     if (step.substr(0, wanted.size()) != wanted) return false;
     step.remove_prefix(wanted.size());
   }
   return step.empty();
 }
 
-}  // namespace viewing
+}  // namespace json_internal
 
 // Lends a value that may be absent. What is looked for in an absent value, or
 // in one of another kind, is absent. Valid as long as what the value belongs to
@@ -75,7 +73,7 @@ class View {
   // The value of a boolean, a number or a string. An integer type takes decimal
   // and hexadecimal integers, float and double the nearest value of any number.
   // Absent is a value of another kind, and what the type cannot hold.
-  template <class T, class = viewing::Readable<T>>
+  template <class T, class = json_internal::Readable<T>>
   std::optional<T> as() const {
     if constexpr (std::is_same_v<T, bool>) {
       if (const auto* flag = to<JBool>()) return flag->value();
@@ -87,61 +85,52 @@ class View {
     return std::nullopt;
   }
 
-  // The same, or else the given value. A literal gives a std::string_view.
-  template <class T, class = viewing::Readable<T>>
+  // The same, or else the given value. A literal, and a null const char*, which
+  // is the empty text, give a std::string_view.
+  template <class T, class = json_internal::Readable<T>>
   T value(T otherwise) const {
     return as<T>().value_or(std::move(otherwise));
   }
   std::string_view value(const char* otherwise) const {
-    return value<std::string_view>(otherwise);
+    return value<std::string_view>(otherwise != nullptr ? otherwise : "");
   }
   std::string_view value(std::nullptr_t) const = delete;
 
   // for (View element : view), over an array.
-  class Element {
-   public:
+  struct Element {
     using iterator_category = std::input_iterator_tag;
     using value_type = View;
     using difference_type = std::ptrdiff_t;
     using pointer = const View*;
     using reference = View;
 
-    Element(const JArray* array, unsigned int index)
-        : array_(array), index_(index) {}
+    const JArray* array;
+    unsigned int index;
 
-    View operator*() const { return array_ ? array_->at(index_) : nullptr; }
-    Element& operator++() { return ++index_, *this; }
-    bool operator==(Element other) const { return index_ == other.index_; }
-    bool operator!=(Element other) const { return index_ != other.index_; }
-
-   private:
-    const JArray* array_;
-    unsigned int index_;
+    View operator*() const { return array ? array->at(index) : nullptr; }
+    Element& operator++() { return ++index, *this; }
+    bool operator==(Element other) const { return index == other.index; }
+    bool operator!=(Element other) const { return index != other.index; }
   };
   Element begin() const { return {to<JArray>(), 0}; }
   Element end() const {
-    const auto* array = to<JArray>();
-    return {nullptr, array != nullptr ? array->length() : 0};
+    return {nullptr, is(JType::Array) ? to<JArray>()->length() : 0};
   }
 
   // for (auto [key, value] : view.members()), over an object, in the order of
   // enumeration.
-  class Members {
-   public:
-    explicit Members(const JObject::Cursor& cursor) : cursor_(cursor) {}
+  struct Members {
+    JObject::Cursor cursor;
 
     Members begin() const { return *this; }
-    Members end() const { return Members(JObject::Cursor()); }
+    Members end() const { return {}; }
     Member operator*() const;
-    Members& operator++() { return ++cursor_, *this; }
-    bool operator!=(const Members& end) const { return cursor_ != end.cursor_; }
-
-   private:
-    JObject::Cursor cursor_;
+    Members& operator++() { return ++cursor, *this; }
+    bool operator!=(const Members& end) const { return cursor != end.cursor; }
   };
   Members members() const {
     const auto* object = to<JObject>();
-    return Members(object ? JObject::Cursor(*object) : JObject::Cursor());
+    return {object ? JObject::Cursor(*object) : JObject::Cursor()};
   }
 
  private:
@@ -155,13 +144,13 @@ class View {
   View follow(std::string_view step) const {
     if (is(JType::Array)) {
       const bool plain = step == "0" || step.find_first_of("123456789") == 0;
-      const auto index = reading::ReadInteger<std::size_t>(step);
+      const auto index = json_internal::ReadInteger<std::size_t>(step);
       return plain && index ? (*this)[*index] : View();
     }
     const auto* object = to<JObject>();
     if (step.find('~') == step.npos || object == nullptr) return (*this)[step];
     JObject::Cursor member(*object);
-    while (member && !viewing::Means(step, member.key())) ++member;
+    while (member && !json_internal::Means(step, member.key())) ++member;
     return member ? member.value() : nullptr;
   }
 
@@ -175,7 +164,7 @@ struct Member {
 };
 
 inline Member View::Members::operator*() const {
-  return {cursor_.key(), cursor_.value()};
+  return {cursor.key(), cursor.value()};
 }
 
 }  // namespace vorn::foundation::json
