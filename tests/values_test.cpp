@@ -1,9 +1,9 @@
-// The value classes and the archiver: what they are, what they keep of their
-// storage, and what a monitor that throws leaves. What edits and writes do to
-// them is in properties/tree.cpp and properties/archiver.cpp.
+// Value classes, readers and contexts: what a foreign value class may do, what
+// a monitor that throws leaves, and equality. What edits do is in
+// properties/tree.cpp and properties/archiver.cpp.
 
-#include "support/keys.h"
 #include "support/property.h"
+#include "support/texts.h"
 #include "support/traced.h"
 
 #include <foundation/generic/scopedpointer.h>
@@ -17,13 +17,6 @@ using namespace support;
 using namespace vorn::foundation;
 using namespace vorn::foundation::json;
 
-// What may be copied may be moved from as well.
-template <class... T>
-constexpr bool kFixed = (!(std::is_move_constructible_v<T> ||
-                           std::is_move_assignable_v<T>)&&...);
-static_assert(kFixed<JNull, JBool, JNumber, JString, JArray, JObject>);
-static_assert(kFixed<JsonReader, JsonArchiver>);
-
 static_assert(std::is_base_of_v<lang::Exception, JsonException>);
 // Programs catch it by value, and scripts/abi sees no function of it.
 static_assert(sizeof(JsonException) == 2 * sizeof(SafeString) &&
@@ -31,16 +24,15 @@ static_assert(sizeof(JsonException) == 2 * sizeof(SafeString) &&
 
 VORN_TRACED_TEST(ValuesTest);
 
-TEST_P(ValuesTest, HoldWhatTheyAreGiven) {
-  EXPECT_FALSE(JBool().value());
-  EXPECT_TRUE(JBool(true).value());
-  const SafeString bytes("a\0\377 and more than any value has room", 36);
-  JString text(bytes), moved{SafeString(bytes)};
-  EXPECT_EQ(JString().value(), "");
-  EXPECT_EQ(text.value(), bytes);
-  EXPECT_EQ(moved.value(), bytes);
+TEST_P(ValuesTest, TakeNullAndNoMoreThanTheMonitorCounts) {
   EXPECT_STREQ(lang::Exception(nullptr, "what").where(), "");
   EXPECT_STREQ(lang::Exception("where", nullptr).what(), "");
+  JsonReader reader;
+  EXPECT_TRUE(reader.fromString(SafeString("1\0 2", 4)));
+  EXPECT_FALSE(reader.fromString(nullptr));
+  EXPECT_EQ(reader.transfer(), nullptr);
+  EXPECT_EQ(reader.format() + JsonReader::Format(nullptr), "");
+  EXPECT_THROW(debug::Allocator<int>().allocate(1U << 30), std::bad_alloc);
 }
 
 TEST_P(ValuesTest, AnArrayGivesItsStorageBack) {
@@ -59,32 +51,6 @@ TEST_P(ValuesTest, AnArrayGivesItsStorageBack) {
     }
     EXPECT_EQ(Monitor::Now(), none);
   }
-}
-
-TEST_P(ValuesTest, AnObjectTakesNoMoreTheMoreOftenMembersAreReplaced) {
-  JObject object;
-  const Keys keys = CollidingKeys(20, 0);  // of one bucket, which is indexed
-  for (const SafeString& key : keys) object.setValue(key, Make<JNull>());
-  object.setValue(keys[5], Make<JNull>());
-  const std::size_t bytes = Monitor::Now().memory_bytes;
-  for (int i = 0; i < 1000; ++i) object.setValue(keys[5], Make<JNull>());
-  EXPECT_EQ(Monitor::Now().memory_bytes, bytes);
-}
-
-// A value that holds the key it is stored under.
-struct Keyed : JTypeBase<JType::Null> {
-  JBase* clone() const override { return nullptr; }
-  void toString(Context&) const override {}
-  SafeString key = "a key that is too long to stand in the string";
-};
-
-TEST_P(ValuesTest, AKeyMayBePartOfTheValueThatItReplaces) {
-  JObject object;
-  auto* const keyed = Make<Keyed>();
-  const SafeString key = keyed->key;
-  object.setValue(keyed->key, keyed);
-  object.setValue(keyed->key, Make<JNull>());
-  EXPECT_TRUE(object.existed(key));
 }
 
 // What a monitor refuses to release stays alive, and nothing reaches it again.
@@ -115,18 +81,127 @@ TEST_P(ValuesTest, AMonitorThatThrowsLeadsToNoSecondDisposal) {
     refused->dispose();
     array.clear();
   }
-  Monitor::ThrowOn(Monitor::Report::Creation);
-  EXPECT_THROW(Make<JString>("an object that could not be recorded"),
-               MonitorFailure);
 }
 
-TEST_P(ValuesTest, AllocatorsAskForNoMoreThanTheMonitorCounts) {
-  debug::Allocator<int> allocator;
-  EXPECT_THROW(allocator.allocate(1U << 30), std::bad_alloc);
-  Monitor::FailRequest(Source::MemoryMonitor, 0, false);
-  EXPECT_EQ(allocator.allocate(0), nullptr);
-  EXPECT_TRUE(allocator == debug::Allocator<char>());
-  EXPECT_FALSE(allocator != debug::Allocator<char>());
+// A value of somebody else's, of a kind beyond the six.
+struct Foreign : JTypeBase<static_cast<JType>(6)> {
+  JBase* clone() const override { return nullptr; }
+  void toString(Context& context) const override { write(context); }
+  void (*write)(Context&) = nullptr;
+  SafeString key = "a key that is too long to stand in the string";
+};
+
+TEST_P(ValuesTest, AKeyMayBePartOfTheValueThatItReplaces) {
+  JObject object;
+  auto* const value = Make<Foreign>();
+  const SafeString key = value->key;
+  object.setValue(value->key, value);
+  object.setValue(value->key, Make<JNull>());
+  EXPECT_TRUE(object.existed(key));
+}
+
+// [1,VALUE,2]
+struct Around : JArray {
+  explicit Around(void (*write)(Context&) = nullptr) {
+    append(Make<JNumber>(1));
+    append(Make<Foreign>());
+    append(Make<JNumber>(2));
+    static_cast<Foreign*>(at(1))->write = write;
+  }
+};
+
+TEST_P(ValuesTest, WritesIntoTheContextOfACaller) {
+  JsonReader reader;
+  reader.fromString(R"([{"k":null}])");
+  Context context;
+  context.depth = 2;
+  context.indentChar = '\t';
+  context.stream.width(40);
+  reader.getJson()->toString(context);
+  EXPECT_EQ(Replace(context.stream.str().c_str(), "\t\t\t\t", ">"),
+            "[\n>>>{\n>>>>\"k\": null\n>>>}\n>>]");
+  struct : std::streambuf {
+  } full;
+  static_cast<std::ios&>(context.stream).rdbuf(&full);
+  EXPECT_THROW(reader.getJson()->toString(context), std::ios::failure);
+  EXPECT_EQ(context.depth, 2);
+}
+
+// What a foreign value does with the stream, and what the array then comes to.
+TEST_P(ValuesTest, TheContextsStreamIsAStringStream) {
+  static std::stringbuf aside;
+  const std::pair<void (*)(Context&), const char*> table[] = {
+      {[](Context& it) { it.stream << it.stream.str(); }, "[1,[1,,2]"},
+      {[](Context& it) { it.stream.seekp(1) << 7; }, "[7,2]"},
+      {[](Context& it) { it.stream.str("[8,9,10]"); }, ",2]9,10]"},
+      {[](Context& it) { it.stream.rdbuf()->sputn("text", 4); }, "[1,text,2]"},
+      {[](Context& it) {
+         it.stream.exceptions(std::ios::goodbit);
+         it.stream.setstate(std::ios::eofbit);
+       },
+       "[1,"},
+      {[](Context& it) {
+         it.stream.exceptions(std::ios::goodbit);
+         static_cast<std::ios&>(it.stream).rdbuf(nullptr);
+       },
+       "[1,"},
+      {[](Context& it) { static_cast<std::ios&>(it.stream).rdbuf(&aside); },
+       "[1,"}};
+  for (const auto& [write, text] : table) {
+    SCOPED_TRACE(text);
+    const Around array(write);
+    Context context(true), formatted;
+    array.toString(context);
+    array.toString(formatted);
+    EXPECT_EQ(context.stream.str(), text);
+    EXPECT_EQ(JsonReader::Compress(&array), text);
+    EXPECT_EQ(JsonReader::Format(&array), formatted.stream.str());
+  }
+  // A line that is written over a text leaves what is behind it.
+  const Around array([](Context& it) {
+    it.stream.str("0123456789 and all that is behind");
+    it.depth = 9;
+  });
+  EXPECT_EQ(JsonReader::Format(&array), ",\n    2\n]9 and all that is behind");
+  std::stringbuf().swap(aside);
+}
+
+TEST_P(ValuesTest, EqualMeansSameKindAndContent) {
+  std::vector<JBase*> trees;  // all of them differ
+  for (
+      const std::string& text : Split(
+          R"(null|false|true|1|1.0|nan|""|"1"|"true"|"A"|[]|{}|[1]|[1,2]|[2,1]|)"
+          R"([[1]]|{"a":1}|{"a":2}|{"b":1}|{"a":1,"b":1}|{"a":1,"c":1}|)"
+          R"([0,{"a":[0,1]}]|[0,{"a":[0,2]}])")) {
+    JsonReader reader;
+    EXPECT_TRUE(reader.fromString(text)) << text;
+    trees.push_back(reader.transfer());
+  }
+  for (const unsigned int size :
+       {3U, 9U, 14U, 15U, 16U, 22U, 23U, 24U, 30U, 31U, 32U}) {
+    for (const std::size_t other : {size - 1, size / 2, 0U}) {
+      SafeString text(size, '\0');
+      text[other] = 'x';
+      trees.push_back(Make<JString>(text));
+      auto* const object = Make<JObject>();
+      object->setValue(text, Make<JNull>());
+      trees.push_back(object);
+    }
+  }
+  for (const JBase* first : trees) {
+    const generic::ScopedPointer<JBase> copy(first->clone());
+    for (const JBase* second : trees) {
+      SCOPED_TRACE(JsonReader::Compress(first) + JsonReader::Compress(second));
+      EXPECT_EQ(JsonReader::IsEqual(copy.get(), second), first == second);
+    }
+    EXPECT_FALSE(JsonReader::IsEqual(first, nullptr));
+    EXPECT_FALSE(JsonReader::IsEqual(nullptr, first));
+  }
+  EXPECT_TRUE(JsonReader::IsEqual(nullptr, nullptr));
+  for (JBase* tree : trees) tree->dispose();
+  const Around around;  // a kind beyond the six equals nothing
+  EXPECT_FALSE(JsonReader::IsEqual(&around, &around));
+  EXPECT_FALSE(JsonReader::IsEqual(around.at(1), around.at(1)));
 }
 
 }  // namespace
