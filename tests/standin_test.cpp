@@ -122,8 +122,8 @@ TEST(StandInTest, KnowsTheMostBytesAtATime) {
   MemoryMonitor::Dealloc(first, 30);
 }
 
-// The list takes an eighth of the memory that objects lie in, and little for a
-// few.
+// The list takes an eighth of the memory that objects lie in and the rest of a
+// leaf, and little for a few objects.
 TEST(StandInTest, TheListIsSmall) {
   if (support::kSanitized) GTEST_SKIP() << "a sanitizer has a heap of its own";
   const auto object = [](std::size_t number) {
@@ -133,13 +133,12 @@ TEST(StandInTest, TheListIsSmall) {
     const struct mallinfo2 info = mallinfo2();
     return info.uordblks + info.hblkhd;
   };
-  Record(0, "a.cpp", 1, 48);  // the tag
-  Release(0);
   const std::size_t before = used();
   for (std::size_t i = 1; i <= 500000; ++i) {
     ObjectMonitor::_IncLeak(object(i), "a.cpp", 1, "f", 48);
     if (i % 100 != 0) continue;
-    ASSERT_LE(used() - before, std::max(i * 48 / 8, std::size_t{96} << 10));
+    ASSERT_LE(used() - before,
+              std::max(i * 48 / 8 + 8200, std::size_t{96} << 10));
   }
   for (std::size_t i = 1; i <= 500000; ++i) ObjectMonitor::_DecLeak(object(i));
   EXPECT_EQ(ObjectMonitor::LiveCount(), 0u);
