@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cinttypes>
+#include <cstring>
 #include <map>
 
 #include <foundation/text/stringutils.h>
@@ -19,16 +20,16 @@ class StrictCheck {
  public:
   explicit StrictCheck(Input& input) : input_(input) {}
 
-  Status Run();
+  void Run();
 
  private:
-  enum Kind { kExtension, kMeaning, kRepeated };
-
   void Look(const Token& token);
   void LookAtKey(const Token& token);
   void LookAtString(const Token& token);
   std::size_t LookAtCharacter(std::string_view rest, std::uint64_t offset);
-  void Find(Kind kind, std::uint64_t offset, const char* message);
+  void FindExtension(std::uint64_t offset, const char* message);
+  void Find(std::uint64_t offset, const char* message,
+            const char* rule = "RFC 8259");
 
   static constexpr std::size_t kMost = 20;
   // The keys of an object, and where they stand. Keys that were made to collide
@@ -43,15 +44,15 @@ class StrictCheck {
   bool deep_ = false;     // there are more containers than the library takes
 };
 
-Status StrictCheck::Run() {
-  bool whole = true;
+void StrictCheck::Run() {
+  bool whole = false;
   try {
-    Token token{};
-    do {
-      Look(token = scanner_.Next());
-    } while (token.kind != Token::kTextEnd);
+    while (!whole) {
+      const Token token = scanner_.Next();
+      whole = token.kind == Token::kTextEnd;
+      Look(token);
+    }
   } catch (const JsonFault& fault) {
-    whole = false;
     PrintFault(input_, fault);
   }
   if (findings_ > kMost) {
@@ -62,7 +63,7 @@ Status StrictCheck::Run() {
   if (deep_ && whole && standard_) {
     PrintError(input_.Subject(), "RFC 8259 takes this text");
   }
-  return whole && !deep_ && findings_ == 0 ? kYes : kNo;
+  if (!whole || deep_ || findings_ != 0) throw Failure{kNo};
 }
 
 void StrictCheck::Look(const Token& token) {
@@ -82,14 +83,12 @@ void StrictCheck::Look(const Token& token) {
     case Token::kString:
       return LookAtString(token);
     case Token::kComment:
-      return Find(kExtension, token.offset, "no comments");
+      return FindExtension(token.offset, "no comments");
     case Token::kOddBlank:
-      return Find(kExtension, token.offset, "no such blank");
+      return FindExtension(token.offset, "no such blank");
     case Token::kWord:
-      if (token.text.back() == 'n' || token.text.back() == 'f') {
-        Find(kExtension, token.offset, "no such number");
-      }
-      return;
+      if (std::strchr("nf", token.text.back()) == nullptr) return;
+      return FindExtension(token.offset, "no such number");
     default:
       return;
   }
@@ -102,7 +101,7 @@ void StrictCheck::LookAtKey(const Token& token) {
   const SafeString message =
       StringUtils::_InternalFormat("a key again, after %" PRIu64 ":%" PRIu64,
                                    key->second.line, key->second.column);
-  Find(kRepeated, token.offset, message.c_str());
+  Find(token.offset, message.c_str(), "Keys");
 }
 
 void StrictCheck::LookAtString(const Token& token) {
@@ -115,45 +114,42 @@ void StrictCheck::LookAtString(const Token& token) {
 // for anyone.
 std::size_t StrictCheck::LookAtCharacter(std::string_view rest,
                                          std::uint64_t offset) {
-  constexpr std::string_view kSame = "\"\\rnt", kOther = "/bf";
-  const std::size_t size = CharacterOf(rest).size;
   if (rest[0] == '\\') {
-    if (kSame.find(rest[1]) != kSame.npos) return 2;
-    const bool escape =
-        CodeUnitOf(rest) >= 0 || kOther.find(rest[1]) != kOther.npos;
-    Find(escape ? kMeaning : kExtension, offset,
-         escape ? "another meaning of this escape" : "no such escape");
-    return escape ? 2 : 1;
+    if (std::strchr("\"\\rnt", rest[1]) != nullptr) return 2;
+    if (CodeUnitOf(rest) >= 0 || std::strchr("/bf", rest[1]) != nullptr) {
+      return Find(offset, "another meaning of this escape"), 2;
+    }
+    return FindExtension(offset, "no such escape"), 1;
   }
   if (static_cast<unsigned char>(rest[0]) < ' ') {
-    Find(kExtension, offset, "no control characters in a string");
+    FindExtension(offset, "no control characters in a string");
   }
-  if (size == 0) Find(kExtension, offset, "nothing but UTF-8");
+  const std::size_t size = CharacterOf(rest).size;
+  if (size == 0) FindExtension(offset, "nothing but UTF-8");
   return std::max<std::size_t>(size, 1);
 }
 
-void StrictCheck::Find(Kind kind, std::uint64_t offset, const char* message) {
-  if (kind == kExtension) standard_ = false;
+void StrictCheck::FindExtension(std::uint64_t offset, const char* message) {
+  standard_ = false;
+  Find(offset, message);
+}
+
+void StrictCheck::Find(std::uint64_t offset, const char* message,
+                       const char* rule) {
   if (++findings_ > kMost) return;
-  PrintErrorAt(input_.PlaceOf(offset), kind == kRepeated ? "Keys" : "RFC 8259",
-               message);
+  PrintErrorAt(input_.PlaceOf(offset), rule, message);
 }
 
 }  // namespace
 
-Status Check(const Arguments& arguments, Output&) {
+void Check(const Arguments& arguments, Output&) {
   const auto check = [&](Input& input) {
-    if (arguments.Has(kStrict)) return StrictCheck(input).Run();
+    if (arguments.Has("--strict")) return StrictCheck(input).Run();
     CheckText(input);
-    return kYes;
   };
-  Status status = kYes;
-  for (const char* const file : arguments.operands) {
-    status = std::max(status, StatusOf([&] {
-                        return ForEachText(file, arguments.Has(kLines), check);
-                      }));
-  }
-  return status;
+  ForEach(arguments.operands, [&](const char* file) {
+    ForEachText(file, arguments.Has("--lines"), check);
+  });
 }
 
 }  // namespace vjson

@@ -8,7 +8,7 @@
 #include <foundation/json/view.h>
 
 #include "command.h"
-#include "document.h"
+#include "scanner.h"
 
 namespace vjson {
 
@@ -44,7 +44,7 @@ void Count(View value, unsigned int around, Census& census) {
 
 }  // namespace
 
-Status Cost(const Arguments& arguments, Output& output) {
+void Cost(const Arguments& arguments, Output& output) {
   Input input(arguments.operands[0]);
   const Document document = LoadDocument(input);
   const std::size_t before = MemoryMonitor::LiveBytes();
@@ -69,7 +69,6 @@ Status Cost(const Arguments& arguments, Output& output) {
   print("%-8s %10s %12zu bytes, at most %zu while reading\n", "buffers", "",
         buffers, peak);
   print("%-8s %10u\n", "depth", census.depth);
-  return kYes;
 }
 
 }  // namespace vjson

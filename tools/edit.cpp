@@ -1,8 +1,7 @@
 // set and remove: all but the value, its comma and its comment stays as it is.
 
 #include "command.h"
-#include "document.h"
-#include "scanner.h"
+#include "path.h"
 
 namespace vjson {
 
@@ -124,8 +123,8 @@ SafeString Replace(const Document& document, const Path& path,
   Edits edits;
   if (const Child* const child = FindChild(children, step)) {
     edits = {{child->value, value}};
-  } else if (container[0] == '{' && step.by_key) {
-    edits = Add(children, container, step.quoted + ColonOf(children) + value);
+  } else if (container[0] == '{' && !step.key.empty()) {
+    edits = Add(children, container, step.key + ColonOf(children) + value);
   } else if (container[0] == '[' &&
              (step.index == children.size() || step.index == Step::kBehind)) {
     edits = Add(children, container, value);
@@ -155,16 +154,22 @@ SafeString RemoveAll(const Document& document, const Path& path) {
 SafeString ValueOf(const char* operand, bool string) {
   if (string) return Quote(operand);
   Input input("VALUE", operand);
-  return SafeString(RootOf(LoadDocument(input)));
+  try {
+    return SafeString(RootOf(LoadDocument(input)));
+  } catch (const Failure&) {
+    throw Failure{kTrouble};
+  }
 }
 
 // Changes the text of the file, which is written, or replaces the file. A value
 // may nest too deep.
 template <class Change>
-Status ChangeFile(const Arguments& arguments, Output& output, Change change) {
+void ChangeFile(const Arguments& arguments, Output& output, Change change) {
   const char* const file = arguments.operands[0];
-  const bool in_place = arguments.Has(kInPlace);
-  if (in_place && IsStandardInput(file)) Fail(file, "--in-place needs a file");
+  const bool in_place = arguments.Has("--in-place");
+  if (in_place && file == std::string_view("-")) {
+    Fail(file, "--in-place needs a file");
+  }
   Input input(file);
   const SafeString text = change(LoadDocument(input));
   Input changed(file, text);
@@ -174,28 +179,22 @@ Status ChangeFile(const Arguments& arguments, Output& output, Change change) {
   } else {
     output.Write(text);
   }
-  return kYes;
 }
 
 }  // namespace
 
-Status Set(const Arguments& arguments, Output& output) {
+void Set(const Arguments& arguments, Output& output) {
   const Path path = ParsePathOrFail(arguments.operands[1]);
-  SafeString value;
-  const Status status = StatusOf([&] {
-    value = ValueOf(arguments.operands[2], arguments.Has(kAsString));
-    return kYes;
-  });
-  if (status != kYes) return kTrouble;
-  return ChangeFile(arguments, output, [&](const Document& document) {
+  const auto value = ValueOf(arguments.operands[2], arguments.Has("--string"));
+  ChangeFile(arguments, output, [&](const Document& document) {
     return Replace(document, path, value);
   });
 }
 
-Status Remove(const Arguments& arguments, Output& output) {
+void Remove(const Arguments& arguments, Output& output) {
   const Path path = ParsePathOrFail(arguments.operands[1]);
   if (path.steps.empty()) Fail("remove", "the outermost value has to stay");
-  return ChangeFile(arguments, output, [&](const Document& document) {
+  ChangeFile(arguments, output, [&](const Document& document) {
     return RemoveAll(document, path);
   });
 }

@@ -7,7 +7,7 @@
 #include <foundation/json/view.h>
 
 #include "command.h"
-#include "document.h"
+#include "path.h"
 
 namespace vjson {
 
@@ -100,12 +100,12 @@ JBase* LoadFile(const char* file) {
 
 }  // namespace
 
-Status Equal(const Arguments& arguments, Output& output) {
+void Equal(const Arguments& arguments, Output& output) {
   const ScopedPointer<JBase> first(LoadFile(arguments.operands[0]));
   const ScopedPointer<JBase> second(LoadFile(arguments.operands[1]));
-  Comparison comparison(arguments.Has(kAll), output);
+  Comparison comparison(arguments.Has("--all"), output);
   comparison.Compare(first.get(), second.get());
-  return comparison.equal() ? kYes : kNo;
+  if (!comparison.equal()) throw Failure{kNo};
 }
 
 }  // namespace vjson

@@ -4,7 +4,6 @@
 #include <foundation/json/json.h>
 
 #include "command.h"
-#include "document.h"
 #include "scanner.h"
 
 namespace vjson {
@@ -99,23 +98,20 @@ void WriteTree(Input& input, Style style, Output& output) {
                                   : JsonReader::Compress(tree.get()));
 }
 
-Status Run(const Arguments& arguments, Style style, Output& output) {
-  const auto write = arguments.Has(kTree) ? WriteTree : Rewrite;
-  return ForEachText(arguments.operands[0], arguments.Has(kLines),
-                     [&](Input& input) {
-                       write(input, style, output);
-                       return kYes;
-                     });
+void Run(const Arguments& arguments, Style style, Output& output) {
+  const auto write = arguments.Has("--tree") ? WriteTree : Rewrite;
+  ForEachText(arguments.operands[0], arguments.Has("--lines"),
+              [&](Input& input) { write(input, style, output); });
 }
 
 }  // namespace
 
-Status Format(const Arguments& arguments, Output& output) {
-  return Run(arguments, {true, true}, output);
+void Format(const Arguments& arguments, Output& output) {
+  Run(arguments, {true, true}, output);
 }
 
-Status Compress(const Arguments& arguments, Output& output) {
-  return Run(arguments, {false, arguments.Has(kComments)}, output);
+void Compress(const Arguments& arguments, Output& output) {
+  Run(arguments, {false, arguments.Has("--comments")}, output);
 }
 
 }  // namespace vjson

@@ -1,10 +1,11 @@
 // get and keys: values and keys as they stand in the text.
 
 #include <algorithm>
+#include <cctype>
 #include <set>
 
 #include "command.h"
-#include "document.h"
+#include "path.h"
 
 namespace vjson {
 
@@ -15,11 +16,19 @@ void WriteValue(std::string_view value, bool raw, Output& output) {
   output.WriteLine(value);
 }
 
+// Whether the text looks like a name in a program.
+bool IsName(std::string_view text) {
+  return !text.empty() &&
+         std::isdigit(static_cast<unsigned char>(text[0])) == 0 &&
+         std::all_of(text.begin(), text.end(), [](unsigned char byte) {
+           return byte == '_' || std::isalnum(byte) != 0;
+         });
+}
+
 void WriteKeys(const Document& document, const Path& path, Output& output) {
   const std::string_view value = FindValue(document, path);
   if (value[0] != '{') {
-    FailAt(document, path.text,
-           SafeString("no object but a value of the kind ") + KindOf(value));
+    FailAt(document, path.text, "no object but " + Brief(value));
   }
   std::set<SafeString> written;
   for (const Child& child : ChildrenOf(value)) {
@@ -31,34 +40,25 @@ void WriteKeys(const Document& document, const Path& path, Output& output) {
 
 }  // namespace
 
-Status Get(const Arguments& arguments, Output& output) {
+void Get(const Arguments& arguments, Output& output) {
   const auto& operands = arguments.operands;
   std::vector<Path> paths;
   std::transform(operands.begin() + 1, operands.end(),
                  std::back_inserter(paths), ParsePathOrFail);
-  const auto get = [&](Input& input) {
+  ForEachText(operands[0], arguments.Has("--lines"), [&](Input& input) {
     const Document document = LoadDocument(input);
-    Status status = kYes;
-    for (const Path& path : paths) {
-      status = std::max(status, StatusOf([&] {
-                          WriteValue(FindValue(document, path),
-                                     arguments.Has(kRaw), output);
-                          return kYes;
-                        }));
-    }
-    return status;
-  };
-  return ForEachText(operands[0], arguments.Has(kLines), get);
+    ForEach(paths, [&](const Path& path) {
+      WriteValue(FindValue(document, path), arguments.Has("--raw"), output);
+    });
+  });
 }
 
-Status Keys(const Arguments& arguments, Output& output) {
+void Keys(const Arguments& arguments, Output& output) {
   const auto& operands = arguments.operands;
   const Path path = ParsePathOrFail(operands.size() > 1 ? operands[1] : "");
-  const auto keys = [&](Input& input) {
+  ForEachText(operands[0], arguments.Has("--lines"), [&](Input& input) {
     WriteKeys(LoadDocument(input), path, output);
-    return kYes;
-  };
-  return ForEachText(operands[0], arguments.Has(kLines), keys);
+  });
 }
 
 }  // namespace vjson

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <foundation/json/jnumber.h>
-#include <foundation/text/stringutils.h>
 
 namespace vjson {
 
@@ -25,8 +24,7 @@ Step TakeName(std::string_view path, std::size_t& at) {
   const std::size_t begin = at;
   at = std::min(path.find_first_of(".[]", at), path.size());
   if (at == begin) throw PathFault{at, "a name is missing"};
-  const SafeString key(path.substr(begin, at - begin));
-  return {true, key, Quote(key), Step::kNoIndex, at};
+  return {Quote(path.substr(begin, at - begin)), Step::kNoIndex};
 }
 
 // A backslash takes the quotation mark, or backslash, behind it along.
@@ -39,8 +37,7 @@ Step TakeKey(std::string_view path, std::size_t& at) {
   }
   if (at >= path.size()) throw PathFault{path.size(), "'\"' is missing"};
   ++at;
-  const std::string_view quoted = path.substr(begin, at - begin);
-  return {true, Unquote(quoted), SafeString(quoted), Step::kNoIndex, at};
+  return {SafeString(path.substr(begin, at - begin)), Step::kNoIndex};
 }
 
 Step TakeIndex(std::string_view path, std::size_t& at) {
@@ -49,14 +46,14 @@ Step TakeIndex(std::string_view path, std::size_t& at) {
   if (at == begin) throw PathFault{at, "an index or a string is missing"};
   const auto index = ReadInteger<unsigned int>(path.substr(begin, at - begin));
   if (!index) throw PathFault{begin, "the index is too large"};
-  return {false, SafeString(), SafeString(), *index, at};
+  return {SafeString(), *index};
 }
 
 Step TakeBracket(std::string_view path, std::size_t& at) {
   ++at;
   Step step = Is(path, at, '"') ? TakeKey(path, at) : TakeIndex(path, at);
   if (!Is(path, at, ']')) throw PathFault{at, "']' is missing"};
-  step.end = ++at;
+  ++at;
   return step;
 }
 
@@ -77,8 +74,7 @@ Step TakePointerToken(std::string_view path, std::size_t& at) {
     }
     key += !escape ? path[at] : path[at] == '0' ? '~' : '/';
   }
-  const std::string_view token = path.substr(begin, at - begin);
-  return {true, key, Quote(key), PointerIndex(token), at};
+  return {Quote(key), PointerIndex(path.substr(begin, at - begin))};
 }
 
 Step TakeStep(std::string_view path, std::size_t& at) {
@@ -96,6 +92,7 @@ Path ParsePath(std::string_view text) {
   Path path{text, {}};
   for (std::size_t at = 0; at < text.size();) {
     path.steps.push_back(TakeStep(text, at));
+    path.steps.back().end = at;
   }
   return path;
 }
@@ -124,6 +121,113 @@ SafeString PointerText(std::string_view key) {
 
 SafeString PointerText(std::size_t index) {
   return StringUtils::_InternalFormat("/%zu", index);
+}
+
+// Values in a text ------------------------------------------------------------
+
+namespace {
+
+// The next token that is no comment and no blank.
+Token NextOf(Scanner& scanner) {
+  Token token = scanner.Next();
+  while (token.kind == Token::kComment || token.kind == Token::kOddBlank) {
+    token = scanner.Next();
+  }
+  return token;
+}
+
+// The value that the token begins. The scanner goes behind it.
+std::string_view PassValue(Scanner& scanner, const Token& first) {
+  const std::size_t around =
+      scanner.depth() - (first.kind == Token::kBegin ? 1 : 0);
+  std::string_view last = first.text;
+  while (scanner.depth() > around) last = scanner.Next().text;
+  const char* const end = last.data() + last.size();
+  return {first.text.data(), static_cast<std::size_t>(end - first.text.data())};
+}
+
+// Why the step leads nowhere in the value.
+SafeString WhyNot(std::string_view value, const Step& step) {
+  if (value[0] == '[' && step.index != Step::kNoIndex) {
+    return StringUtils::_InternalFormat("past the end, the length is %zu",
+                                        ChildrenOf(value).size());
+  }
+  if (value[0] == '{' && !step.key.empty()) return "no such key";
+  return "not in " + Brief(value);
+}
+
+}  // namespace
+
+std::string_view RootOf(const Document& document) {
+  Input input("", document.text);
+  Scanner scanner(input);
+  return PassValue(scanner, NextOf(scanner));
+}
+
+std::vector<Child> ChildrenOf(std::string_view value) {
+  std::vector<Child> children;
+  if (value[0] != '[' && value[0] != '{') return children;
+  Input input("", value);
+  Scanner scanner(input);
+  NextOf(scanner);
+  Token token = NextOf(scanner);
+  while (token.kind != Token::kEnd) {
+    Child child{};
+    if (token.kind == Token::kKey) {
+      child.key = token.text;
+      NextOf(scanner);
+      token = NextOf(scanner);
+    }
+    child.value = PassValue(scanner, token);
+    token = NextOf(scanner);
+    if (token.kind == Token::kComma) {
+      child.comma = token.text.data();
+      token = NextOf(scanner);
+    }
+    children.push_back(child);
+  }
+  return children;
+}
+
+const Child* FindChild(const std::vector<Child>& children, const Step& step) {
+  if (children.empty() || children[0].key.empty()) {
+    return step.index < children.size() ? &children[step.index] : nullptr;
+  }
+  if (step.key.empty()) return nullptr;
+  const SafeString key = Unquote(step.key);
+  const auto found = std::find_if(
+      children.rbegin(), children.rend(),
+      [&](const Child& child) { return Unquote(child.key) == key; });
+  return found == children.rend() ? nullptr : &*found;
+}
+
+std::string_view FindValue(const Document& document, const Path& path,
+                           std::size_t steps) {
+  std::string_view value = RootOf(document);
+  steps = std::min(steps, path.steps.size());
+  for (const Step* step = path.steps.data(); steps > 0; --steps, ++step) {
+    const std::vector<Child> children = ChildrenOf(value);
+    const Child* const child = FindChild(children, *step);
+    if (child == nullptr) {
+      FailAt(document, path.text.substr(0, step->end), WhyNot(value, *step));
+    }
+    value = child->value;
+  }
+  return value;
+}
+
+void FailAt(const Document& document, std::string_view path,
+            const SafeString& message) {
+  constexpr std::size_t kWidth = 60;
+  const SafeString shown =
+      path.empty() ? "(root)" : Excerpt(path, path.size(), kWidth).text;
+  PrintError(document.subject, (shown + ": " + message).c_str());
+  throw Failure{kNo};
+}
+
+SafeString Brief(std::string_view value) {
+  constexpr std::size_t kWidth = 30;
+  return Excerpt(value, 0, kWidth).text;
 }
 
 }  // namespace vjson

@@ -21,15 +21,9 @@ const char* Plain() { return colors ? "\033[0m" : ""; }
 
 }  // namespace
 
-Color ColorOf(std::string_view when) {
-  if (when == "auto") return Color::kAuto;
-  if (when == "always") return Color::kAlways;
-  if (when == "never") return Color::kNever;
-  Fail("--color", "always, never or auto; see vjson --help");
-}
-
-bool UsesColors(Color color, int file) {
-  if (color != Color::kAuto) return color == Color::kAlways;
+bool UsesColors(std::string_view when, int file) {
+  if (when == "always" || when == "never") return when == "always";
+  if (when != "auto") Fail("--color", "always, never or auto");
   const char* const none = std::getenv("NO_COLOR");
   return isatty(file) != 0 && (none == nullptr || *none == '\0');
 }

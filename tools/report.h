@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -24,11 +25,9 @@ struct Failure {
   Status status;
 };
 
-// When colours are used: always, never, or, by default, on a terminal where the
-// environment has no NO_COLOR.
-enum class Color { kAuto, kAlways, kNever };
-Color ColorOf(std::string_view when);
-bool UsesColors(Color color, int file);
+// Whether the file has colours: "always", "never", or, with "auto", if it is a
+// terminal and the environment has no NO_COLOR. Other words end the command.
+bool UsesColors(std::string_view when, int file);
 
 // Prints all messages in colours from now on, or without.
 void SetErrorColors(bool colors);
@@ -63,12 +62,12 @@ void ShowProgress(const char* file, std::uint64_t done, std::uint64_t all);
 void ClearProgress();
 void EndProgress();
 
-// Runs the work to its end. Returns its status, or that of the error which it
-// ends with.
+// Runs the work to its end. Returns the status of the error which it ends with.
 template <class Work>
 Status StatusOf(Work work) {
   try {
-    return work();
+    work();
+    return kYes;
   } catch (const Failure& failure) {
     return failure.status;
   } catch (const std::bad_alloc&) {
@@ -77,6 +76,17 @@ Status StatusOf(Work work) {
   ClearProgress();
   std::fputs("vjson: not enough memory\n", stderr);
   return kTrouble;
+}
+
+// Works on one after another, also behind an error, and ends the command if
+// there was one.
+template <class Items, class Work>
+void ForEach(const Items& items, Work work) {
+  Status status = kYes;
+  for (const auto& item : items) {
+    status = std::max(status, StatusOf([&] { work(item); }));
+  }
+  if (status != kYes) throw Failure{status};
 }
 
 // Does what files:: offers. Its error ends the command.

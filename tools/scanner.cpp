@@ -1,10 +1,11 @@
 #include "scanner.h"
 
 #include <foundation/json/hint.h>
-#include <foundation/text/stringutils.h>
+#include <foundation/json/json.h>
 
 namespace vjson {
 
+using namespace vorn::foundation::json;
 using vorn::foundation::text::StringUtils;
 
 // Every rule is entered with the cursor on what it takes, and leaves the cursor
@@ -184,21 +185,18 @@ namespace {
 // The hint for the fault at the cursor. The library counts the lines of the
 // text that it is given, which may be a line itself.
 SafeString HintFor(Input& input, const JsonFault& fault) {
-  constexpr std::string_view kLine = " at line ";
   SafeString text;
   const bool nul = input.Peek() == '\0' && !input.AtEnd();
   if (nul || !input.ReadAgain(text)) return SafeString();
   SafeString hint = Hint(fault, text.c_str());
-  const std::size_t at = hint.find(kLine);
-  if (input.line() > 1 && at != hint.npos) {
-    const std::size_t begin = at + kLine.size();
-    const std::size_t size = hint.find(',', begin) - begin;
-    const auto line = StringUtils::StringToLong(hint.substr(begin, size));
-    hint.replace(begin, size,
-                 StringUtils::LongToString(
-                     line + static_cast<long long>(input.line()) - 1));
-  }
-  return hint;
+  constexpr std::string_view kLine = " at line ";
+  std::size_t at = hint.find(kLine);
+  if (input.line() <= 1 || at == hint.npos) return hint;
+  at += kLine.size();
+  const std::size_t size = hint.find(',') - at;
+  const auto line = StringUtils::StringToLong(hint.substr(at, size)) - 1 +
+                    static_cast<long long>(input.line());
+  return hint.replace(at, size, StringUtils::LongToString(line));
 }
 
 }  // namespace
@@ -217,6 +215,19 @@ void CheckText(Input& input) {
     PrintFault(input, fault);
     throw Failure{kNo};
   }
+}
+
+Document LoadDocument(Input& input) {
+  const Document document{input.Subject(), input.ReadAll()};
+  CheckText(input);
+  return document;
+}
+
+JBase* LoadTree(const Document& document) {
+  JsonReader reader;
+  JsonFault fault;
+  if (!reader.fromString(document.text.data(), fault)) throw std::bad_alloc();
+  return reader.transfer();
 }
 
 }  // namespace vjson

@@ -5,7 +5,7 @@
 
 #include <foundation/json/jsonfault.h>
 
-#include "input.h"
+#include "io.h"
 
 namespace vjson {
 
@@ -78,5 +78,17 @@ void PrintFault(Input& input, const JsonFault& fault);
 
 // Scans the whole text. If it is malformed, prints why and ends the command.
 void CheckText(Input& input);
+
+// A well-formed text, which is lent, and how errors name it.
+struct Document {
+  SafeString subject;
+  std::string_view text;
+};
+
+// Reads the input, which lends the text, and checks it.
+Document LoadDocument(Input& input);
+
+// The tree of the document. The caller owns it.
+vorn::foundation::json::JBase* LoadTree(const Document& document);
 
 }  // namespace vjson

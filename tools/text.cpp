@@ -144,24 +144,19 @@ std::size_t AppendCodeUnit(std::string_view text, SafeString& decoded) {
 // Takes so many of the escapes, and \u if they are all.
 SafeString DecodeEscapes(std::string_view quoted, std::size_t escapes) {
   SafeString decoded;
-  std::string_view text = quoted.substr(1, quoted.size() - 2);
-  while (!text.empty()) {
-    std::size_t size = std::min(text.find('\\'), text.size());
-    decoded += text.substr(0, size);
-    text.remove_prefix(size);
-    if (text.empty()) break;
-    const std::size_t escape =
-        kLetters.substr(0, escapes).find(text.size() > 1 ? text[1] : '\0');
-    if (escape != kLetters.npos) {
+  std::size_t size = 1;
+  for (auto rest = quoted.substr(1); rest.size() > 1;
+       rest.remove_prefix(size)) {
+    const std::size_t escape = kLetters.substr(0, escapes).find(rest[1]);
+    size = 1;
+    if (rest[0] == '\\' && escape != kLetters.npos) {
       decoded += kCharacters[escape];
       size = 2;
-    } else if (escapes > kDialect && CodeUnitOf(text) >= 0) {
-      size = AppendCodeUnit(text, decoded);
+    } else if (escapes > kDialect && CodeUnitOf(rest) >= 0) {
+      size = AppendCodeUnit(rest, decoded);
     } else {
-      decoded += '\\';
-      size = 1;
+      decoded += rest[0];
     }
-    text.remove_prefix(size);
   }
   return decoded;
 }
@@ -193,13 +188,6 @@ SafeString Unquote(std::string_view quoted) {
 
 SafeString Decode(std::string_view quoted) {
   return DecodeEscapes(quoted, kLetters.size());
-}
-
-bool IsName(std::string_view text) {
-  static constexpr char kWord[] =
-      "_abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
-  const bool begins = !text.empty() && (text[0] < '0' || text[0] > '9');
-  return begins && text.find_first_not_of(kWord) == text.npos;
 }
 
 }  // namespace vjson

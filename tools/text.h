@@ -47,7 +47,4 @@ SafeString Decode(std::string_view quoted);
 // none.
 int CodeUnitOf(std::string_view text);
 
-// Whether the text looks like a name in a program: letters, digits, "_".
-bool IsName(std::string_view text);
-
 }  // namespace vjson

@@ -3,7 +3,6 @@
 // The command line. What a command made is released when it returns, so that
 // the report, which comes last, shows what was left behind.
 
-#include <getopt.h>
 #include <unistd.h>
 #include <algorithm>
 #include <csignal>
@@ -23,90 +22,83 @@ namespace {
 
 using namespace vorn::foundation;
 
-constexpr char kHelp[] =
+constexpr std::string_view kHelp =
 #include "help.inc"
     ;
 
 // A command finds a file in front of its other operands.
 struct Entry {
-  const char* name;
+  std::string_view name;
   std::size_t fewest;  // operands, without a file
   std::size_t most;    // with all
-  unsigned int options;
   Command& run;
 };
 
-constexpr Entry kCommands[] = {
-    {"check", 0, SIZE_MAX, kStrict | kLines, Check},
-    {"format", 0, 1, kTree, Format},
-    {"compress", 0, 1, kTree | kComments | kLines, Compress},
-    {"equal", 1, 2, kAll, Equal},
-    {"get", 1, SIZE_MAX, kRaw | kLines, Get},
-    {"keys", 0, 2, kLines, Keys},
-    {"set", 2, 3, kAsString | kInPlace, Set},
-    {"remove", 1, 2, kInPlace, Remove},
-    {"cost", 0, 1, 0, Cost}};
-
-constexpr option kOptions[] = {{"report", no_argument, nullptr, kReport},
-                               {"strict", no_argument, nullptr, kStrict},
-                               {"lines", no_argument, nullptr, kLines},
-                               {"tree", no_argument, nullptr, kTree},
-                               {"comments", no_argument, nullptr, kComments},
-                               {"raw", no_argument, nullptr, kRaw},
-                               {"string", no_argument, nullptr, kAsString},
-                               {"in-place", no_argument, nullptr, kInPlace},
-                               {"all", no_argument, nullptr, kAll},
-                               {"color", required_argument, nullptr, 'c'},
-                               {"help", no_argument, nullptr, 'h'},
-                               {"version", no_argument, nullptr, 'v'},
-                               {}};
+constexpr Entry kCommands[] = {{"check", 0, SIZE_MAX, Check},
+                               {"format", 0, 1, Format},
+                               {"compress", 0, 1, Compress},
+                               {"equal", 1, 2, Equal},
+                               {"get", 1, SIZE_MAX, Get},
+                               {"keys", 0, 2, Keys},
+                               {"set", 2, 3, Set},
+                               {"remove", 1, 2, Remove},
+                               {"cost", 0, 1, Cost}};
 
 struct CommandLine {
   Arguments arguments;  // the command is the first operand
-  const char* when = "auto";
-  const char* text = nullptr;  // what is printed instead
+  std::string_view colors = "auto";
+  bool report = false;
+  std::string_view text = {};  // what is printed instead
 };
+
+// Whether the usage of commands has the option.
+bool Has(std::string_view usage, std::string_view option) {
+  return usage.find(SafeString("[").append(option) + "]") != usage.npos;
+}
 
 // A negative number is an operand.
 bool IsOption(const char* word) {
   return word[0] == '-' && std::strchr("0123456789", word[1]) == nullptr;
 }
 
-void TakeOption(const char* word, int option, CommandLine& line) {
-  switch (option) {
-    case 'c':
-      line.when = optarg;
-      break;
-    case 'h':
-      line.text = kHelp;
-      break;
-    case 'v':
-      line.text = "vjson " VJSON_VERSION "\n";
-      break;
-    case '?':
-      Fail(word, "unknown option; see vjson --help");
-    default:
-      line.arguments.options |= static_cast<unsigned int>(option);
+void TakeOption(std::string_view word, CommandLine& line) {
+  constexpr std::string_view kColor = "--color=";
+  if (word == "-h" || word == "--help") {
+    line.text = kHelp;
+  } else if (word == "--version") {
+    line.text = "vjson " VJSON_VERSION "\n";
+  } else if (word == "--report") {
+    line.report = true;
+  } else if (word.substr(0, kColor.size()) == kColor) {
+    line.colors = word.substr(kColor.size());
+  } else if (Has(kHelp, word)) {
+    line.arguments.options.push_back(word);
+  } else {
+    Fail(word, "unknown option; see vjson --help");
   }
 }
 
-// Takes what precedes --help and --version for nothing.
+// Takes nothing behind --help and --version.
 void Parse(int argc, char** argv, CommandLine& line) {
-  opterr = 0;
   bool options = true;
-  while (optind < argc && line.text == nullptr) {
-    const char* const word = argv[optind];
-    const bool is_option = options && IsOption(word);
-    const int option =
-        is_option ? getopt_long(argc, argv, "+h", kOptions, nullptr) : 0;
-    if (option > 0) {
-      TakeOption(word, option, line);
-    } else if (is_option) {
-      options = false;  // behind --
-    } else {
+  for (int i = 1; i < argc && line.text.empty(); ++i) {
+    const char* const word = argv[i];
+    if (!options || !IsOption(word)) {
       line.arguments.operands.push_back(word);
-      ++optind;
+    } else if (word == std::string_view("--")) {
+      options = false;
+    } else {
+      TakeOption(word, line);
     }
+  }
+}
+
+void CheckOptions(std::string_view command, const Arguments& arguments) {
+  const std::size_t begin = kHelp.find(SafeString(" vjson ").append(command));
+  const auto usage = kHelp.substr(begin, kHelp.find('\n', begin) - begin);
+  for (const std::string_view option : arguments.options) {
+    if (Has(usage, option)) continue;
+    Fail(option, "not for this command; see vjson --help");
   }
 }
 
@@ -124,65 +116,50 @@ const Entry& TakeCommand(Arguments& arguments) {
   if (entry == std::end(kCommands)) {
     Fail(name, "unknown command; see vjson --help");
   }
+  CheckOptions(name, arguments);
   operands.erase(operands.begin());
   if (operands.size() < entry->fewest || operands.size() > entry->most) {
     Fail(name, "wrong number of arguments; see vjson --help");
   }
   if (operands.size() == entry->fewest) {
-    operands.insert(&entry->run == &Equal ? operands.end() : operands.begin(),
-                    "-");
+    operands.insert(name == "equal" ? operands.end() : operands.begin(), "-");
   }
   return *entry;
 }
 
-void CheckOptions(unsigned int options, const Entry& command) {
-  const unsigned int wrong = options & ~(command.options | kReport);
-  for (const option& row : kOptions) {
-    if ((static_cast<unsigned int>(row.val) & wrong) == 0) continue;
-    Fail(SafeString("--") + row.name, "not for this command; see vjson --help");
-  }
-}
-
-Status Run(CommandLine& line) {
-  const Color color = ColorOf(line.when);
-  SetErrorColors(UsesColors(color, STDERR_FILENO));
-  Output output(STDOUT_FILENO, UsesColors(color, STDOUT_FILENO));
-  Status status = kYes;
-  if (line.text != nullptr) {
-    output.Write(line.text);
-  } else {
-    const Entry& command = TakeCommand(line.arguments);
-    CheckOptions(line.arguments.options, command);
-    status = StatusOf([&] { return command.run(line.arguments, output); });
-  }
+void Run(CommandLine& line) {
+  SetErrorColors(UsesColors(line.colors, STDERR_FILENO));
+  Output output(STDOUT_FILENO, UsesColors(line.colors, STDOUT_FILENO));
+  const Status status = StatusOf([&] {
+    if (!line.text.empty()) return output.Write(line.text);
+    TakeCommand(line.arguments).run(line.arguments, output);
+  });
   output.Flush();
-  return status;
+  if (status != kYes) throw Failure{status};
 }
 
 // Prints what is still alive.
-Status Report() {
+void Report() {
   std::ostringstream objects;
   objects.exceptions(std::ios::badbit);
   debug::ObjectMonitor::Report(objects);
   std::fprintf(stderr, "%smemory: %zu bytes\n", objects.str().c_str(),
                debug::MemoryMonitor::LiveBytes());
-  return kYes;
-}
-
-Status Main(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_DFL);  // a closed pipe ends the tool without a word
-  bool report = false;
-  const Status status = StatusOf([&] {
-    CommandLine line;
-    Parse(argc, argv, line);
-    report = line.arguments.Has(kReport);
-    return Run(line);
-  });
-  return report ? std::max(status, StatusOf(Report)) : status;
 }
 
 }  // namespace
 
 }  // namespace vjson
 
-int main(int argc, char** argv) { return vjson::Main(argc, argv); }
+int main(int argc, char** argv) {
+  using namespace vjson;
+  std::signal(SIGPIPE, SIG_DFL);  // a closed pipe ends the tool without a word
+  bool report = false;
+  const Status status = StatusOf([&] {
+    CommandLine line;
+    Parse(argc, argv, line);
+    report = line.report;
+    Run(line);
+  });
+  return report ? std::max(status, StatusOf(Report)) : status;
+}

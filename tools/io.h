@@ -10,12 +10,9 @@
 
 namespace vjson {
 
-// The file of this name is standard input.
-bool IsStandardInput(std::string_view name);
-
-// Reads a file, or a text in memory, through a window that moves on. The window
-// grows for a token that does not fit. The byte at the cursor is a NUL at the
-// end of the input. Errors end the command.
+// Reads a file, "-" for standard input, or a text in memory, through a window
+// that moves on. The window grows for a token that does not fit. The byte at
+// the cursor is a NUL at the end of the input. Errors end the command.
 class Input {
  public:
   static constexpr std::size_t kWindow = 65'536;
@@ -81,7 +78,7 @@ class Input {
   std::string_view ReadAll();
 
   // The offset of the cursor, and the place of an offset. REQUIRES: the offset
-  // is in the token or at the cursor.
+  // is in the token or at the cursor, and not below the one of the last call.
   std::uint64_t Offset() const { return OffsetOf(at_); }
   Position PositionOf(std::uint64_t offset);
   Place PlaceOf(std::uint64_t offset);
@@ -91,11 +88,6 @@ class Input {
   bool ReadAgain(SafeString& text);
 
  private:
-  struct Known {
-    std::uint64_t offset;
-    Position position;
-  };
-
   bool Fill();
   void MoveWindow();
   void Need(std::size_t count);
@@ -104,7 +96,7 @@ class Input {
   }
 
   const char* const name_;
-  const std::uint64_t line_ = 0;
+  const std::uint64_t line_;
   int file_ = -1;      // none for a text in memory
   bool ended_ = true;  // the window ends where the input does
   bool regular_ = false;
@@ -114,14 +106,37 @@ class Input {
   SafeString buffer_;
   std::uint64_t base_ = 0;  // the offset of the window
   const char *begin_, *end_, *at_, *token_ = nullptr;
-  Known first_{0, {1, 1}};  // at or behind the beginning of the window
-  Known last_{0, {1, 1}};   // what was asked for last
+  std::uint64_t known_ = 0;  // what PositionOf() was asked for last
+  Position position_{1, 1};  // its position
 };
 
 // Calls the work with the input of a file, or, where lines are texts, with each
-// line that is not blank, also behind one that fails. Returns the greatest
-// status.
-Status ForEachText(const char* file, bool lines,
-                   const std::function<Status(Input&)>& work);
+// line that is not blank, also behind an error.
+void ForEachText(const char* file, bool lines,
+                 const std::function<void(Input&)>& work);
+
+// Writes to a file through a buffer. A file or pipe takes the exact bytes; a
+// terminal, and whoever asked for colours, takes the text as it is shown, with
+// its line ends. Errors end the command.
+class Output {
+ public:
+  Output(int file, bool colors);
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+  // The colour is one of a terminal's codes. REQUIRES: the text has whole
+  // characters, or what follows does not continue its last one.
+  void Write(std::string_view text, const char* color = "");
+  void WriteLine(std::string_view text);
+
+  // Writes what is in the buffer.
+  void Flush();
+
+ private:
+  const int file_;
+  const bool colors_;
+  const bool terminal_;
+  SafeString buffer_, written_;
+};
 
 }  // namespace vjson

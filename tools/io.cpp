@@ -1,4 +1,4 @@
-#include "input.h"
+#include "io.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,21 +13,22 @@ using vorn::foundation::text::StringUtils;
 namespace {
 
 constexpr std::size_t kAround = 128;  // bytes kept on both sides of a place
+constexpr std::size_t kBlock = 65'536;
 
 }  // namespace
-
-bool IsStandardInput(std::string_view name) { return name == "-"; }
 
 // The window ------------------------------------------------------------------
 
 Input::Input(const char* name, std::size_t window)
-    : name_(name), ended_(false), buffer_(window, '\0') {
+    : name_(name), line_(0), ended_(false), buffer_(window, '\0') {
   begin_ = end_ = at_ = buffer_.data();
   struct stat status;
   UseFile(name, [&] {
-    file_ = IsStandardInput(name) ? STDIN_FILENO : files::Do("open", [name] {
-      return open(name, O_RDONLY | O_CLOEXEC);
-    });
+    file_ = name == std::string_view("-")
+                ? STDIN_FILENO
+                : files::Do("open", [name] {
+                    return open(name, O_RDONLY | O_CLOEXEC);
+                  });
     files::Do("open", [&] { return fstat(file_, &status); });
   });
   start_ = lseek(file_, 0, SEEK_CUR);
@@ -63,8 +64,8 @@ void Input::MoveWindow() {
   const char* const keep = token_ != nullptr ? token_ : at_;
   const char* const from =
       keep - std::min<std::ptrdiff_t>(kAround, keep - begin_);
-  first_ = last_ = {OffsetOf(from), PositionOf(OffsetOf(from))};
-  base_ = first_.offset;
+  if (OffsetOf(from) > known_) PositionOf(OffsetOf(from));
+  base_ = OffsetOf(from);
   const auto gone = static_cast<std::size_t>(from - begin_);
   const auto size = end_ - from, cursor = at_ - from, token = keep - from;
   std::copy(from, end_, buffer_.data());
@@ -123,7 +124,8 @@ void Input::Rewind() {
     buffer_[0] = '\0';
   }
   at_ = begin_;
-  first_ = last_ = {0, {std::max<std::uint64_t>(line_, 1), 1}};
+  known_ = 0;
+  position_ = {std::max<std::uint64_t>(line_, 1), 1};
 }
 
 // Whole texts and lines -------------------------------------------------------
@@ -168,8 +170,8 @@ bool Input::ReadAgain(SafeString& text) {
          pread(file_, text.data(), size, start_) == static_cast<ssize_t>(size);
 }
 
-Status ForEachText(const char* file, bool lines,
-                   const std::function<Status(Input&)>& work) {
+void ForEachText(const char* file, bool lines,
+                 const std::function<void(Input&)>& work) {
   Input input(file);
   if (!lines) return work(input);
   Status status = kYes;
@@ -177,9 +179,9 @@ Status ForEachText(const char* file, bool lines,
   for (std::uint64_t number = 1; input.ReadLine(line); ++number) {
     if (line.find_first_not_of(" \t\v\f\r") == line.npos) continue;
     Input text(file, line, number);
-    status = std::max(status, StatusOf([&] { return work(text); }));
+    status = std::max(status, StatusOf([&] { work(text); }));
   }
-  return status;
+  if (status != kYes) throw Failure{status};
 }
 
 // Places ----------------------------------------------------------------------
@@ -188,22 +190,21 @@ Status ForEachText(const char* file, bool lines,
 // ended. Every byte of the input comes by here: line feeds alone are counted
 // several at a time.
 Position Input::PositionOf(std::uint64_t offset) {
-  if (offset < last_.offset) last_ = first_;
-  const char* const begin = begin_ + (last_.offset - base_);
+  const char* const begin = begin_ + (known_ - base_);
   const char* const end = begin_ + (offset - base_);
   const auto ends_line = [](const char& c) {
     return c == '\n' || (c == '\r' && (&c)[1] != '\n');
   };
   const char* line = end;
   while (line != begin && !ends_line(line[-1])) --line;
-  const auto column = static_cast<std::uint64_t>(end - line);
-  last_.offset = offset;
-  last_.position.column = column + (line == begin ? last_.position.column : 1);
+  if (line != begin) position_.column = 1;
+  position_.column += static_cast<std::uint64_t>(end - line);
   const auto lines = std::find(begin, end, '\r') == end
                          ? std::count(begin, end, '\n')
                          : std::count_if(begin, end, ends_line);
-  last_.position.line += static_cast<std::uint64_t>(lines);
-  return last_.position;
+  position_.line += static_cast<std::uint64_t>(lines);
+  known_ = offset;
+  return position_;
 }
 
 Place Input::PlaceOf(std::uint64_t offset) {
@@ -217,6 +218,38 @@ Place Input::PlaceOf(std::uint64_t offset) {
   const std::size_t after =
       std::min(behind.find_first_of("\r\n"), behind.size());
   return {name_, position, {at - size, size + after}, size};
+}
+
+// Output ----------------------------------------------------------------------
+
+Output::Output(int file, bool colors)
+    : file_(file), colors_(colors), terminal_(colors || isatty(file) != 0) {
+  buffer_.reserve(kBlock);
+}
+
+void Output::Write(std::string_view text, const char* color) {
+  const bool colored = colors_ && *color != '\0';
+  if (colored) (buffer_.append("\033[") += color) += 'm';
+  if (terminal_) {
+    buffer_ += Mask(text, true);
+  } else {
+    buffer_ += text;
+  }
+  if (colored) buffer_ += "\033[0m";
+  if (buffer_.size() >= kBlock) Flush();
+}
+
+void Output::WriteLine(std::string_view text) {
+  Write(text);
+  Write("\n");
+  if (terminal_) Flush();
+}
+
+void Output::Flush() {
+  if (terminal_ && !buffer_.empty()) EndProgress();
+  written_.clear();
+  written_.swap(buffer_);
+  UseFile("standard output", [this] { files::Write(file_, written_); });
 }
 
 }  // namespace vjson
