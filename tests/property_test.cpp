@@ -33,7 +33,7 @@ constexpr Case kCases[] = {
     {"Number", CheckNumber, 3000},
     {"NumberInAGlobalLocale", CheckNumber, 1000, Locale::Global},
     {"NumberWithADecimalComma", CheckNumber, 1000, Locale::Comma},
-    {"Tool", CheckTool, 200}};
+    {"Tool", CheckTool, 1000}};
 
 // Of the folder that VORN_DOCUMENTS names, if it does.
 std::vector<std::string> ReadSeeds() {
