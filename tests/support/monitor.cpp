@@ -7,15 +7,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <new>
-#include <ostream>
 #include <utility>
 
 namespace support {
 
 using vorn::foundation::debug::LeakInfo;
-using Exempt = Monitor::Exempt;
 
 // State -----------------------------------------------------------------------
 
@@ -23,12 +20,10 @@ namespace {
 
 int exempt = 1;  // until the first Reset()
 bool trace = false;
-std::size_t questions = 0;
 unsigned int created = 0;
 std::string log;
 Account now;
-std::size_t failed = 0;
-std::size_t injected = 0;
+std::size_t failed = 0, injected = 0;
 Monitor::Report throwing = Monitor::Report::None;
 
 constexpr auto kNever = static_cast<std::size_t>(-1);
@@ -62,7 +57,7 @@ bool Fails(Source source) {
 void Count(const Header& header, bool in) {
   if (!header.counted) return;
   const std::size_t one = in ? 1 : -std::size_t{1};
-  now.blocks[static_cast<int>(header.source)] += one;
+  now.blocks += one;
   now.sum += one * (reinterpret_cast<std::uintptr_t>(&header) + header.size);
   if (header.source == Source::MemoryMonitor) {
     now.memory_bytes += one * header.size;
@@ -98,12 +93,6 @@ void Free(Source source, void* memory, std::size_t size) {
   std::free(header);
 }
 
-void CountObject(const Header& header, bool in) {
-  now.objects += in ? 1 : -std::size_t{1};
-  const std::size_t weight = reinterpret_cast<std::uintptr_t>(&header) * 3;
-  now.sum += in ? weight : -weight;
-}
-
 void ThrowIfTold(Monitor::Report report) {
   if (throwing != report) return;
   throwing = Monitor::Report::None;
@@ -113,17 +102,16 @@ void ThrowIfTold(Monitor::Report report) {
 // Writes a call down. The file is null where there is no tag.
 void LogCall(char sign, const char* file, int line, const char* function,
              unsigned int number) {
-  constexpr const char* kDispose =
-      "../../../include/foundation/json/../lang/disposable";
-  const Exempt exemption;
-  const bool disposal = sign != '+' && file != nullptr && line == 22 &&
-                        std::strcmp(file, kDispose) == 0 &&
-                        std::strcmp(function, "dispose") == 0;
-  log += disposal ? '-' : sign;
-  if (file != nullptr && !disposal) {
-    ((((log += file) += ':') += std::to_string(line)) += ' ') += function;
-    log += ' ';
+  const Monitor::Exempt exemption;
+  std::string call(1, sign);
+  if (file != nullptr) {
+    (((call += file) += ':') += std::to_string(line)) += ' ';
+    (call += function) += ' ';
   }
+  const bool disposal =
+      call ==
+      "!../../../include/foundation/json/../lang/disposable:22 dispose ";
+  log += disposal ? "-" : call;
   log += number == 0 ? "null" : "#" + std::to_string(number);
 }
 
@@ -136,7 +124,7 @@ LeakInfo Release(void* object, const char* file, int line, const char* function,
   if (header == nullptr) return LeakInfo{nullptr, 0};
   Require(header->number != 0, "what is released was recorded");
   LogCall('!', file, line, function, header->number);
-  if (header->number != 0) CountObject(*header, false);
+  if (header->number != 0) --now.objects;
   header->number = 0;
   return LeakInfo{static_cast<unsigned char*>(object),
                   static_cast<unsigned int>(header->size)};
@@ -146,44 +134,29 @@ LeakInfo Release(void* object, const char* file, int line, const char* function,
 
 // The tests' side -------------------------------------------------------------
 
-bool Account::operator==(const Account& other) const {
-  return objects == other.objects && memory_bytes == other.memory_bytes &&
-         std::equal(blocks, blocks + 3, other.blocks) && sum == other.sum;
-}
-
-std::ostream& operator<<(std::ostream& stream, const Account& account) {
-  return stream << account.objects << " objects; blocks: " << account.blocks[0]
-                << " of operator new, " << account.blocks[1] << " of objects, "
-                << account.blocks[2] << " of memory with "
-                << account.memory_bytes << " bytes; sum " << account.sum;
-}
-
 void Monitor::Reset(bool traced) {
   exempt = 0;
-  const Exempt exemption;
+  const Monitor::Exempt exemption;
   StopFailing();
   TakeLog();
   ThrowOn(Report::None);
   Require(now.objects == 0, "no object is alive at a reset");
   trace = traced;
-  questions = created = 0;
+  created = 0;
 }
-
-bool Monitor::Traces() { return trace; }
-std::size_t Monitor::Questions() { return questions; }
 
 std::string Monitor::TakeLog() { return std::exchange(log, std::string()); }
 
 std::string Monitor::TakeCalls() {
   std::string calls = TakeLog();
-  const auto is_block = [](char c) { return c == '(' || c == ')'; };
-  calls.erase(std::remove_if(calls.begin(), calls.end(), is_block),
-              calls.end());
+  for (const char sign : {'?', '(', ')'}) {
+    calls.erase(std::remove(calls.begin(), calls.end(), sign), calls.end());
+  }
   return calls;
 }
 
 void Monitor::Note(const char* text) {
-  const Exempt exemption;
+  const Monitor::Exempt exemption;
   log += text;
 }
 
@@ -218,7 +191,7 @@ namespace vorn::foundation::debug {
 
 using namespace support;  // the state above
 
-bool ObjectMonitor::_IsTrace() { return ++questions, trace; }
+bool ObjectMonitor::_IsTrace() { return Monitor::Note("?"), trace; }
 
 unsigned char* ObjectMonitor::_Alloc(unsigned int size) {
   Monitor::Note("(");
@@ -243,7 +216,7 @@ void ObjectMonitor::_IncLeak(void* object, const char* file, int line,
               header->source != Source::MemoryMonitor,
           "an object has its memory from where tracing says");
   header->number = ++created;
-  CountObject(*header, true);
+  ++now.objects;
   LogCall('+', file, line, function, created);
 }
 

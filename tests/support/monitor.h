@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <iosfwd>
 #include <string>
 
 // The monitors of tests and fuzz targets. A program that links this defines the
@@ -20,27 +19,24 @@ enum class Source { OperatorNew, ObjectMonitor, MemoryMonitor, List };
 // What a report throws when it is told to.
 struct MonitorFailure {};
 
-// What is out at a moment: recorded objects, and blocks of each source but the
-// list, which has none. The sum is over all their addresses and sizes.
+// What is out at a moment: recorded objects and blocks. The sum is over the
+// addresses and sizes of all blocks.
 struct Account {
-  std::size_t objects = 0;
-  std::size_t blocks[3] = {};
+  std::size_t objects = 0, blocks = 0;
   std::size_t memory_bytes = 0;  // of the memory monitor's blocks
   std::size_t sum = 0;
 
-  bool operator==(const Account& other) const;
+  bool operator==(const Account& other) const {
+    return objects == other.objects && blocks == other.blocks &&
+           memory_bytes == other.memory_bytes && sum == other.sum;
+  }
 };
-std::ostream& operator<<(std::ostream& stream, const Account& account);
 
 class Monitor {
  public:
   // Forgets the log and the injected failures, numbers objects from 1 again and
   // sets what _IsTrace() answers. Call it only while no object is alive.
   static void Reset(bool trace);
-  static bool Traces();
-
-  // The calls of _IsTrace() since Reset().
-  static std::size_t Questions();
 
   // The log since it was last taken: the same with tracing off and on.
   //   +FILE:LINE FUNCTION #1   a creation; "null" in place of a null object
@@ -50,7 +46,8 @@ class Monitor {
   // one that is not as tracing is) does not hold.
   static std::string TakeCalls();
 
-  // The same with "(" for each _Alloc() and ")" for each _Dealloc().
+  // The same with "?" for each _IsTrace(), "(" for each _Alloc() and ")" for
+  // each _Dealloc().
   static std::string TakeLog();
 
   // Adds a text of the test's own to the log.
