@@ -37,131 +37,15 @@ Child Read(std::string_view text) {
   return Node::Of(*reader.getJson(), reader.getJson()->clone());
 }
 
-// A new value, or a copy of one in the tree.
+// A new value, a copy of one in the tree, or null, which edits take as well.
 Child NewValue(Input& in, Node& root) {
   constexpr const char* kTexts[] = {"[]",   "{}",  "[]",    "{}",
                                     "null", "nan", "false", R"("\\\n")"};
   const unsigned int n = in.Below(10);
+  if (in.Below(16) == 0) return nullptr;
   if (n < 8) return Read(kTexts[n]);
   const Node& source = root.Find(in);
   return Node::Of(*source.it, source.it->clone());
-}
-
-// Edits -----------------------------------------------------------------------
-
-enum class Act { Append, SetElement, SetMember, Remove, Clear, Detach, Assign };
-
-struct Edit {
-  Act act;
-  unsigned int n;  // an index, or which scalar is assigned
-  SafeString key;  // or the string that is assigned
-  Child value;     // null is handed over as well
-};
-
-Edit NextEdit(Input& in, Node& root, const Node& node, const Keys& keys) {
-  constexpr Act kArray[] = {Act::Clear,      Act::Detach, Act::SetElement,
-                            Act::SetElement, Act::Append, Act::Append};
-  constexpr Act kObject[] = {Act::Remove, Act::Remove, Act::SetMember};
-  const unsigned int n = in.Below(16);
-  const Act act = node.kind == '['        ? kArray[n % 6]
-                  : node.kind != '{'      ? Act::Assign
-                  : n == 0 && in.Below(2) ? Act::Clear
-                  : n == 0                ? Act::Detach
-                                          : kObject[std::min(n / 3, 2U)];
-  Edit edit{act, in.Below(node.elements.size() + 4),
-            keys[in.Below(keys.size())], nullptr};
-  if (act == Act::Assign) edit.key.resize(in.Below(40), 'x');
-  const bool takes =
-      act == Act::Append || act == Act::SetElement || act == Act::SetMember;
-  if (takes && in.Below(16) != 0) edit.value = NewValue(in, root);
-  return edit;
-}
-
-// The texts that numbers are assigned.
-constexpr const char* kNumbers[] = {"-7", "-1234567890123456789",
-                                    "1.7976931348623157e+308",
-                                    "0x123456789ABCDEF0"};
-void Assign(const Edit& edit, JBase* it) {
-  auto& number = static_cast<JNumber&>(*it);
-  switch (it->type()) {
-    case JType::Bool:
-      return static_cast<JBool*>(it)->setValue(edit.n != 0);
-    case JType::String:
-      return static_cast<JString*>(it)->setValue(edit.key);
-    case JType::Number:
-      if (edit.n == 0) number.setValue(-7);
-      if (edit.n == 1) number.setValue(-1234567890123456789LL);
-      if (edit.n == 2) number.setValue(1.7976931348623157e+308);
-      if (edit.n == 3) number.fromString(" 0x123456789ABCDEF0 ");
-      return;
-    default:
-      return;
-  }
-}
-
-// Returns what the edit returns.
-bool Do(const Edit& edit, const Node& node) {
-  JBase* const value = edit.value ? edit.value->it : nullptr;
-  const bool array = node.kind == '[';
-  switch (edit.act) {
-    case Act::Append:
-      return ArrayOf(node).append(value), true;
-    case Act::SetElement:
-      return ArrayOf(node).setValue(edit.n, value);
-    case Act::SetMember:
-      return ObjectOf(node).setValue(edit.key, value), true;
-    case Act::Remove:
-      return ObjectOf(node).remove(edit.key);
-    case Act::Clear:
-      return array ? ArrayOf(node).clear() : ObjectOf(node).clear(), true;
-    case Act::Detach:
-      array ? ArrayOf(node).detach() : ObjectOf(node).detach();
-      node.ForEachChild([](const Node& child) { child.it->dispose(); });
-      return true;
-    default:
-      return Assign(edit, node.it), true;
-  }
-}
-
-// Takes the member out of the model, and returns its disposal.
-std::string Erase(Node& node, const SafeString& key) {
-  const auto member = node.members.find(std::string(key));
-  if (member == node.members.end()) return "";
-  std::string calls = member->second->Disposal();
-  node.members.erase(member);
-  return calls;
-}
-
-// Lets the model follow, and returns what the edit returns. Adds what it
-// disposes to the calls.
-bool Follow(Edit& edit, Node& node, std::string& calls) {
-  const JType type = node.it->type();
-  switch (edit.act) {
-    case Act::Append:
-      if (edit.value) node.elements.push_back(std::move(edit.value));
-      return true;
-    case Act::SetElement:
-      if (!edit.value) return false;
-      if (edit.n < node.elements.size()) edit.value.swap(node.elements[edit.n]);
-      calls += edit.value->Disposal();
-      return edit.n < node.elements.size();
-    case Act::SetMember:
-      if (!edit.value) return true;
-      calls += Erase(node, edit.key);
-      node.members.emplace(edit.key, std::move(edit.value));
-      return true;
-    case Act::Remove:
-      return !(calls += Erase(node, edit.key)).empty();
-    case Act::Assign:
-      if (type == JType::Bool) node.text = edit.n ? "true" : "false";
-      if (type == JType::Number) node.text = kNumbers[edit.n];
-      if (type == JType::String) node.text = Quoted(std::string(edit.key));
-      return true;
-    default:
-      node.ForEachChild([&](const Node& child) { calls += child.Disposal(); });
-      node.elements.clear();
-      return node.members.clear(), true;
-  }
 }
 
 // Comparison ------------------------------------------------------------------
@@ -214,27 +98,138 @@ void CheckReading(const Node& node, Failing failing) {
        [&] { return ObjectOf(node).keys().size() == node.members.size(); });
 }
 
-// With requests failing until it passes.
-void CheckEdit(Edit edit, Node& node, Failing failing) {
+// Edits -----------------------------------------------------------------------
+
+// Takes the member out of the model, and returns its disposal.
+std::string Erase(Node& node, const SafeString& key) {
+  const auto member = node.members.find(std::string(key));
+  if (member == node.members.end()) return "";
+  std::string calls = member->second->Disposal();
+  node.members.erase(member);
+  return calls;
+}
+
+// Edits the node, with requests failing until it passes, and then the model.
+// Both return what the edit returns; follow() says what it disposes. The member
+// that is replaced may be gone when a request fails.
+template <class Run, class Follow>
+void CheckEdit(Node& node, Failing failing, Run run, Follow follow,
+               const SafeString* replaced = nullptr) {
   End end = End::Passed;
   std::string calls;
   Monitor::TakeLog();
-  const auto passed = [&](End ended, std::size_t, bool failed) {
+  Sweep(failing, run, [&](End ended, std::size_t, bool failed) {
     end = ended;
     if (end != End::Exhausted) return true;
     Require(failed, "memory is exhausted when a request fails");
-    // The value is ours; the member that it was to replace may be gone.
-    const bool gone =
-        edit.act == Act::SetMember && !ObjectOf(node).existed(edit.key);
-    Require(Monitor::TakeCalls() == (gone ? Erase(node, edit.key) : ""),
+    const bool gone = replaced != nullptr && !ObjectOf(node).existed(*replaced);
+    Require(Monitor::TakeCalls() == (gone ? Erase(node, *replaced) : ""),
             "what a failed edit disposes");
     Compare(node);
     return false;
-  };
-  Sweep(
-      failing, [&] { return Do(edit, node); }, passed);
-  Require((end == End::Passed) == Follow(edit, node, calls), "the result");
+  });
+  Require((end == End::Passed) == follow(calls), "the result");
   Require(Monitor::TakeCalls() == calls, "what an edit disposes");
+}
+
+template <class Container>
+void Empty(Container& it, bool detach, Node& node, Failing failing) {
+  const auto run = [&] {
+    if (!detach) return it.clear(), true;
+    it.detach();
+    node.ForEachChild([](const Node& child) { child.it->dispose(); });
+    return true;
+  };
+  CheckEdit(node, failing, run, [&](std::string& calls) {
+    node.ForEachChild([&](const Node& child) { calls += child.Disposal(); });
+    node.elements.clear();
+    return node.members.clear(), true;
+  });
+}
+
+void EditArray(Input& in, Node& root, Node& node, Failing failing) {
+  JArray& array = ArrayOf(node);
+  auto& elements = node.elements;
+  const unsigned int index = in.Below(elements.size() + 4), act = in.Below(6);
+  if (act < 2) return Empty(array, act == 0, node, failing);
+  Child value = NewValue(in, root);
+  JBase* const it = value ? value->it : nullptr;
+  const auto append = [&](std::string&) {
+    if (value) elements.push_back(std::move(value));
+    return true;
+  };
+  const auto set = [&](std::string& calls) {
+    const bool within = index < elements.size();
+    if (value && within) value.swap(elements[index]);
+    if (value) calls = value->Disposal();
+    return it != nullptr && within;
+  };
+  act < 4 ? CheckEdit(
+                node, failing, [&] { return array.append(it), true; }, append)
+          : CheckEdit(
+                node, failing, [&] { return array.setValue(index, it); }, set);
+}
+
+void SetMember(Node& node, const SafeString& key, Child value,
+               Failing failing) {
+  JBase* const it = value ? value->it : nullptr;
+  const auto run = [&] { return ObjectOf(node).setValue(key, it), true; };
+  const auto follow = [&](std::string& calls) {
+    if (!value) return true;
+    calls = Erase(node, key);
+    return node.members.emplace(key, std::move(value)).second;
+  };
+  // Where requests fail, the cost is the square of the size.
+  CheckEdit(node, failing.OrNone(node.members.size() < 100), run, follow, &key);
+}
+
+void EditObject(Input& in, Node& root, Node& node, const Keys& keys,
+                Failing failing) {
+  const SafeString& key = keys[in.Below(keys.size())];
+  const unsigned int act = in.Below(16);
+  if (act == 0) return Empty(ObjectOf(node), in.Below(2) != 0, node, failing);
+  if (act < 6) {
+    return CheckEdit(
+        node, failing, [&] { return ObjectOf(node).remove(key); },
+        [&](std::string& calls) {
+          return !(calls = Erase(node, key)).empty();
+        });
+  }
+  SetMember(node, key, NewValue(in, root), failing);
+  for (auto more = in.Below(8) == 0 ? in.Below(keys.size()) : 0; more > 0;) {
+    SetMember(node, keys[--more], Read("0"), failing);
+  }
+}
+
+constexpr struct {
+  const char* text;
+  void (*assign)(JNumber& number);
+} kNumbers[] = {
+    {"-7", [](JNumber& number) { number.setValue(-7); }},
+    {"-1234567890123456789",
+     [](JNumber& number) { number.setValue(-1234567890123456789LL); }},
+    {"1.7976931348623157e+308",
+     [](JNumber& number) { number.setValue(1.7976931348623157e+308); }},
+    {"0x123456789ABCDEF0",
+     [](JNumber& number) { number.fromString(" 0x123456789ABCDEF0 "); }}};
+
+void EditScalar(Input& in, Node& node, SafeString string, Failing failing) {
+  string.resize(in.Below(40), 'x');
+  const unsigned int n = in.Below(4);
+  const JType type = node.it->type();
+  const auto run = [&] {
+    if (type == JType::Bool) static_cast<JBool*>(node.it)->setValue(n != 0);
+    if (type == JType::String) static_cast<JString*>(node.it)->setValue(string);
+    if (type == JType::Number)
+      kNumbers[n].assign(static_cast<JNumber&>(*node.it));
+    return true;
+  };
+  CheckEdit(node, failing, run, [&](std::string&) {
+    if (type == JType::Bool) node.text = n ? "true" : "false";
+    if (type == JType::String) node.text = Quoted(std::string(string));
+    if (type == JType::Number) node.text = kNumbers[n].text;
+    return true;
+  });
 }
 
 }  // namespace
@@ -246,22 +241,13 @@ void CheckTree(Input& in) {
   std::size_t size = root->Text().size();
   for (unsigned int step = 0; !in.empty() && size < 20000; ++step) {
     Node& node = root->Find(in);
-    const Failing failing(in);
-    const bool fails = in.Below(8) == 0;
-    Edit edit = NextEdit(in, *root, node, keys);
-    const bool sets = edit.act == Act::SetMember && in.Below(8) == 0;
-    // Where requests fail, the cost is the square of the size.
-    const auto edits = [&](Edit next) {
-      const bool small = node.members.size() < 100;
-      CheckEdit(std::move(next), node, failing.OrNone(fails && small));
-    };
-    edits(std::move(edit));
-    for (unsigned int more = sets ? in.Below(keys.size()) : 0; more > 0;) {
-      edits({Act::SetMember, 0, keys[--more], Read("0")});
-    }
+    const Failing failing(in), rarely = failing.OrNone(in.Below(8) == 0);
+    const SafeString& key = keys[step % keys.size()];
+    node.kind == '['   ? EditArray(in, *root, node, rarely)
+    : node.kind == '{' ? EditObject(in, *root, node, keys, rarely)
+                       : EditScalar(in, node, key, rarely);
     if (in.Below(8) == 0 && size < 2000) CheckClone(node, failing);
     if (in.Below(8) == 0 && size < 2000) CheckReading(node, failing);
-    const SafeString& key = keys[step % keys.size()];
     Require(node.kind != '{' || ObjectOf(node).existed(key) ==
                                     (node.members.count(std::string(key)) != 0),
             "existed");
