@@ -188,7 +188,7 @@ void CheckWrite(const Write& write, Node& node, JsonArchiver& archiver,
           "what is replaced");
 }
 
-// Rendering and loading -------------------------------------------------------
+// Rendering -------------------------------------------------------------------
 
 void CheckRendering(const JsonArchiver& archiver, const Node& node,
                     Failing failing) {
@@ -197,35 +197,6 @@ void CheckRendering(const JsonArchiver& archiver, const Node& node,
   Look(failing, [&] { return std::string_view(archiver.compress()) == text; });
   Look(failing, [&] { return archiver.format().empty() == text.empty(); });
   Look(failing, [&] { return archiver.fields().size() == fields; });
-}
-
-// Loads the text into another archiver, which is then as the model of the tree.
-void CheckLoading(const SafeString& text, Failing failing) {
-  JsonReader reader;
-  reader.fromString(text);
-  const auto loaded = std::make_unique<JsonArchiver>();
-  const Account before = Monitor::Now();
-  const auto load = [&] { return loaded->fromString(text); };
-  Monitor::TakeLog();
-  Sweep(failing, load, [&](End end, std::size_t, bool failed) {
-    Require(Monitor::TakeCalls().find("!#") == std::string::npos,
-            "what was finished is released by its owner");
-    Require(loaded->isValid() == (end == End::Passed),
-            "it is loaded, or empty");
-    Require(failed ? end != End::AccessNull
-                   : (end == End::Passed) == reader.valid(),
-            "how loading ends");
-    const bool partial = failed && failing.source == Source::ObjectMonitor;
-    if (end == End::Passed && !partial) {
-      const Child model = Node::Of(*reader.getJson(), loaded.get());
-      Require(Reads(*model), "what is loaded");
-      Require(std::string_view(loaded->compress()) == Copy(*model)->Text(),
-              "the same is loaded");
-    }
-    loaded->fromString(nullptr);
-    Require(Monitor::Now() == before, "loading leaves nothing");
-    return false;
-  });
 }
 
 }  // namespace
@@ -238,7 +209,6 @@ void CheckArchiver(Input& in) {
     JsonReader reader;
     const SafeString text(in.Document());
     reader.fromString(text);
-    CheckLoading(text, Failing(in));
     if (archiver->fromString(text)) {
       root = Node::Of(*reader.getJson(), archiver.get());
     }
@@ -260,7 +230,6 @@ void CheckArchiver(Input& in) {
     }
     Require(Reads(node), "what is read");
     if (in.Below(16) == 0) CheckRendering(*archiver, *root, failing);
-    if (in.Below(16) == 0) CheckLoading(archiver->format(), failing);
     if (step % (1 + size / 1000) != 0) continue;
     const std::string text = Copy(*root)->Text();
     Require(std::string_view(archiver->compress()) == text, "what is written");

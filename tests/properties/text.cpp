@@ -36,13 +36,36 @@ void WriteAndRead(const JBase* tree) {
   Require(Sorted(line.format()) == Sorted(text), "no character is lost");
 }
 
-// Whether the tree was read whole, or without some of its values.
-bool IsIn(const JBase* part, const JBase* all, bool whole) {
-  const std::string some = Sorted(JsonReader::Compress(part)),
-                    every = Sorted(JsonReader::Compress(all));
-  return whole ? JsonReader::IsEqual(part, all)
-               : std::includes(every.begin(), every.end(), some.begin(),
-                               some.end());
+// Whether a text has the characters of the other, or else some of them.
+bool IsOf(const SafeString& text, const SafeString& other, bool all) {
+  const std::string some = Sorted(text), every = Sorted(other);
+  return all ? some == every
+             : std::includes(every.begin(), every.end(), some.begin(),
+                             some.end());
+}
+
+// Reads the text into a reader or an archiver with requests failing. Values for
+// which the object monitor has no memory may be missing.
+template <class Reader>
+void CheckReading(Reader& reader, bool (Reader::*is_valid)() const,
+                  const SafeString& text, bool whole, Failing failing,
+                  End without_memory) {
+  const Account before = Monitor::Now();
+  Monitor::TakeLog();
+  const auto read = [&] { return reader.fromString(text); };
+  Sweep(failing, read, [&](End end, std::size_t, bool failed) {
+    const bool object = failed && failing.source == Source::ObjectMonitor;
+    Require(Monitor::TakeCalls().find("!#") == std::string::npos,
+            "what was finished is released by its owner");
+    Require((reader.*is_valid)() == (end == End::Passed), "valid when read");
+    Require(end == End::Passed ? whole && IsOf(reader.compress(), text, !object)
+            : failed           ? end == End::Nothing || end == without_memory
+                               : end == End::Nothing && !whole,
+            "how reading ends, and what is read");
+    reader.fromString(nullptr);
+    Require(Monitor::Now() == before, "reading leaves nothing");
+    return false;
+  });
 }
 
 }  // namespace
@@ -73,25 +96,12 @@ void CheckText(Input& in) {
   if (!fails) return;
   // Where an object is missing, a repeated key may leave the former member.
   JsonReader all, reader;
+  JsonArchiver archiver;
   Require(all.fromString(text.get()) == whole, "a reader takes the same");
   const SafeString again = whole ? all.compress() : SafeString(text.get());
-  const Account before = Monitor::Now();
-  const auto read = [&] { return reader.fromString(again); };
-  Sweep(failing, read, [&](End end, std::size_t, bool failed) {
-    Require(reader.valid() == (end == End::Passed), "it is valid when read");
-    Require(failed ? end == End::Passed || end == End::Nothing
-                   : whole == (end == End::Passed),
-            "how reading ends");
-    if (end == End::Passed) {
-      Require(whole, "malformed text is refused, whatever fails");
-      const bool object = failed && failing.source == Source::ObjectMonitor;
-      Require(IsIn(reader.getJson(), all.getJson(), !object),
-              "what is read when a request fails");
-    }
-    reader.reset();
-    Require(Monitor::Now() == before, "reading leaves nothing");
-    return false;
-  });
+  CheckReading(reader, &JsonReader::valid, again, whole, failing, End::Nothing);
+  CheckReading(archiver, &JsonArchiver::isValid, again, whole, failing,
+               End::Exhausted);
 }
 
 }  // namespace support
