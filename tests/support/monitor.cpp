@@ -18,12 +18,11 @@ using vorn::foundation::debug::LeakInfo;
 
 namespace {
 
-int exempt = 1;  // until the first Reset()
 bool trace = false;
 unsigned int created = 0;
 std::string log;
 Account now;
-std::size_t failed = 0, injected = 0;
+std::size_t failed = 0;
 Monitor::Report throwing = Monitor::Report::None;
 
 constexpr auto kNever = static_cast<std::size_t>(-1);
@@ -47,10 +46,10 @@ std::uintptr_t MarkOf(const Header* header) {
 
 // Whether this request must fail.
 bool Fails(Source source) {
-  if (exempt != 0 || source != failing.source) return false;
+  if (Monitor::Exempt::count != 0 || source != failing.source) return false;
   const std::size_t number = failing.made++;
   if (number < failing.first || number > failing.last) return false;
-  return ++failed, ++injected, true;
+  return ++failed, true;
 }
 
 // Puts the block into the account, or takes it out of it.
@@ -67,24 +66,25 @@ void Count(const Header& header, bool in) {
 unsigned char* Allocate(Source source, std::size_t size) {
   if (Fails(source)) return pthread_testcancel(), nullptr;
   auto* const header = static_cast<Header*>(std::malloc(sizeof(Header) + size));
-  const bool counted = exempt == 0 || source != Source::OperatorNew;
+  const bool counted =
+      Monitor::Exempt::count == 0 || source != Source::OperatorNew;
   *header = {MarkOf(header), size, source, 0, counted};
   Count(*header, true);
   return reinterpret_cast<unsigned char*>(header + 1);
 }
 
-// The header in front of what should be a block.
+// The header in front of what must be a block.
 Header* HeaderOf(const void* memory) {
   auto* const header = static_cast<Header*>(const_cast<void*>(memory)) - 1;
-  const bool out = header->mark == MarkOf(header);
-  Require(out, "an address is that of a block");
-  return out ? header : nullptr;
+  if (header->mark == MarkOf(header)) return header;
+  Require(false, "an address is that of a block");
+  std::abort();
 }
 
 // A size of kNever is any.
 void Free(Source source, void* memory, std::size_t size) {
-  Header* const header = memory != nullptr ? HeaderOf(memory) : nullptr;
-  if (header == nullptr) return;
+  if (memory == nullptr) return;
+  Header* const header = HeaderOf(memory);
   Require(header->source == source, "a block goes where it came from");
   Require(size == kNever || header->size == size, "a block keeps its size");
   Require(header->number == 0, "an object is released before its memory");
@@ -105,8 +105,7 @@ void LogCall(char sign, const char* file, int line, const char* function,
   const Monitor::Exempt exemption;
   std::string call(1, sign);
   if (file != nullptr) {
-    (((call += file) += ':') += std::to_string(line)) += ' ';
-    (call += function) += ' ';
+    call = call + file + ':' + std::to_string(line) + ' ' + function + ' ';
   }
   const bool disposal =
       call ==
@@ -121,11 +120,9 @@ LeakInfo Release(void* object, const char* file, int line, const char* function,
   ThrowIfTold(Monitor::Report::Release);
   Require(traced == trace, "a release is as tracing is");
   Header* const header = HeaderOf(object);
-  if (header == nullptr) return LeakInfo{nullptr, 0};
   Require(header->number != 0, "what is released was recorded");
   LogCall('!', file, line, function, header->number);
-  if (header->number != 0) --now.objects;
-  header->number = 0;
+  if (std::exchange(header->number, 0) != 0) --now.objects;
   return LeakInfo{static_cast<unsigned char*>(object),
                   static_cast<unsigned int>(header->size)};
 }
@@ -135,7 +132,7 @@ LeakInfo Release(void* object, const char* file, int line, const char* function,
 // The tests' side -------------------------------------------------------------
 
 void Monitor::Reset(bool traced) {
-  exempt = 0;
+  Exempt::count = 0;
   const Monitor::Exempt exemption;
   StopFailing();
   TakeLog();
@@ -161,8 +158,7 @@ void Monitor::Note(const char* text) {
 }
 
 unsigned int Monitor::Number(const void* object) {
-  const Header* const header = HeaderOf(object);
-  return header != nullptr ? header->number : 0;
+  return HeaderOf(object)->number;
 }
 
 Account Monitor::Now() { return now; }
@@ -176,12 +172,7 @@ std::size_t Monitor::StopFailing() {
   return std::exchange(failed, 0);
 }
 
-std::size_t Monitor::Injected() { return injected; }
-
 void Monitor::ThrowOn(Report report) { throwing = report; }
-
-Monitor::Exempt::Exempt() { ++exempt; }
-Monitor::Exempt::~Exempt() { --exempt; }
 
 }  // namespace support
 
@@ -209,7 +200,6 @@ void ObjectMonitor::_IncLeak(void* object, const char* file, int line,
   if (object == nullptr) return LogCall('+', file, line, function, 0);
   ThrowIfTold(Monitor::Report::Creation);
   Header* const header = HeaderOf(object);
-  if (header == nullptr) return;
   Require(header->number == 0, "an object is recorded once");
   Require(header->size == size, "an object has its block's size");
   Require(trace == (header->source == Source::ObjectMonitor) &&

@@ -118,6 +118,9 @@ struct Failing {
   std::size_t first = 0;  // the first request that fails
 };
 
+// The requests that failed in all sweeps.
+inline std::size_t injected = 0;
+
 // Runs the operation with request 0, 1, 2, ... failing, of the higher numbers
 // only some. After each run calls passed(end, number, failed), with all
 // requests granted again; stops when that is true, or when no request failed.
@@ -126,8 +129,9 @@ void Sweep(Failing failing, Operation operate, Passed passed) {
   for (std::size_t number = failing.first;; number += 1 + number / 16) {
     Monitor::FailRequest(failing.source, number, failing.forever);
     const End end = EndOf(operate);
-    const bool failed = Monitor::StopFailing() != 0;
-    if (passed(end, number, failed) || !failed) return;
+    const std::size_t failed = Monitor::StopFailing();
+    injected += failed;
+    if (passed(end, number, failed != 0) || failed == 0) return;
   }
 }
 
