@@ -100,17 +100,14 @@ bool Set(JObject& object, const SafeString& key) {
   return object.at(key) == guard.release();
 }
 
-bool Remove(JObject& object, const SafeString& key) {
-  return object.remove(key);
-}
-
 // Sets all members, removes them, and sets them twice.
 bool Edit(Subject& subject) {
   auto& it = static_cast<Flooded&>(subject);
   bool right = true;
-  for (const auto edit : {Set, Remove, Set, Set}) {
-    for (const SafeString& key : it.keys)
-      right &= Attempt(edit, it.object, key);
+  for (const bool set : {true, false, true, true}) {
+    for (const SafeString& key : it.keys) {
+      right &= set ? Attempt(Set, it.object, key) : it.object.remove(key);
+    }
   }
   return right;
 }

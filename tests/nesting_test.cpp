@@ -9,6 +9,7 @@
 #include <pthread.h>
 
 #include <cstdio>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -20,33 +21,30 @@ using namespace support;
 // sanitizer, frames are larger.
 constexpr std::size_t kMost = kOptimized ? 256 << 10 : 4 << 20;
 
-struct Task {
-  const Operation& operation;
-  Subject& subject;
-  bool right = false;
-};
+using Work = std::function<bool()>;
 
-void* Run(void* argument) {
-  Task& task = *static_cast<Task*>(argument);
-  task.right = task.operation.run(task.subject);
-  return nullptr;
-}
-
-// Runs the task on a thread, and returns how many bytes of the stack it
-// touched.
-std::size_t RunOnStack(Task& task) {
+// Does the work on a thread, which succeeds or not, and returns how many bytes
+// of the stack were touched.
+std::size_t RunOnStack(Work work, bool succeeds) {
   constexpr int kPaint = 0x5A5A5A5A;
   std::vector<int> stack(2 * kMost / sizeof(int), kPaint);
+  const auto run = [](void* argument) -> void* {
+    return (*static_cast<Work*>(argument))() ? argument : nullptr;
+  };
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   EXPECT_EQ(pthread_attr_setstack(&attributes, stack.data(), 2 * kMost), 0);
   pthread_t thread;
-  EXPECT_EQ(pthread_create(&thread, &attributes, Run, &task), 0);
-  pthread_join(thread, nullptr);
+  EXPECT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
+  void* result;
+  pthread_join(thread, &result);
   pthread_attr_destroy(&attributes);
+  EXPECT_EQ(result != nullptr, succeeds);
   std::size_t untouched = 0;
   while (untouched < stack.size() && stack[untouched] == kPaint) ++untouched;
-  return (stack.size() - untouched) * sizeof(int);
+  const std::size_t touched = (stack.size() - untouched) * sizeof(int);
+  EXPECT_LE(touched, kMost);
+  return touched;
 }
 
 // Two levels of nesting.
@@ -68,17 +66,14 @@ TEST_P(NestingTest, FitsASmallStackAndIsRefusedBeyondTheLimit) {
       subject.text = (Repeat(pairs, shape.open) + "0").c_str();
       subject.text += Repeat(pairs, shape.close).c_str();
     }
-    for (const Operation& operation : kOperations) {
-      Task little{operation, two}, much{operation, all};
-      const std::size_t least = RunOnStack(little), most = RunOnStack(much);
-      EXPECT_TRUE(little.right && much.right && most <= kMost)
-          << operation.name << shape.name;
-      std::printf("  %-10s %-8s %7zu (%zu)\n", operation.name, shape.name, most,
+    for (const auto& [name, run] : kOperations) {
+      SCOPED_TRACE(std::string(name) + " " + shape.name);
+      const std::size_t least = RunOnStack(std::bind(run, std::ref(two)), true);
+      const std::size_t most = RunOnStack(std::bind(run, std::ref(all)), true);
+      std::printf("  %-8s %-8s %7zu (%zu)\n", name, shape.name, most,
                   (most - least) / 1022);
     }
-    Task refused{kOperations[0], beyond};
-    EXPECT_LE(RunOnStack(refused), kMost);
-    EXPECT_FALSE(refused.right);
+    RunOnStack(std::bind(kOperations[0].run, std::ref(beyond)), false);
   }
 }
 

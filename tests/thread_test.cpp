@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <iterator>
 #include <sstream>
 #include <string>
@@ -144,7 +143,6 @@ bool UseAll(int line) {
 
 TEST_P(ThreadTest, AChildOfForkCanDoAllThatItsParentCan) {
   if (kSanitized) GTEST_SKIP() << "its heap hangs in the child";
-  const char* const many = std::getenv("VORN_TEST_CHILDREN");
   std::atomic<bool> is_over{false};
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
@@ -152,8 +150,8 @@ TEST_P(ThreadTest, AChildOfForkCanDoAllThatItsParentCan) {
       for (int line = i; !is_over; line = (line + 4) % 10000) UseAll(line);
     });
   }
-  int i = many == nullptr ? 20 : std::atoi(many);
-  for (int status = 0; i > 0 && status == 0; --i) {
+  int status = 0;
+  for (int i = 0; i < 20 && status == 0; ++i) {
     const pid_t child = fork();
     if (child == 0) {
       alarm(60);  // ends one that hangs

@@ -38,19 +38,15 @@ TEST_P(ValuesTest, TakeNullAndNoMoreThanTheMonitorCounts) {
 TEST_P(ValuesTest, AnArrayGivesItsStorageBack) {
   JArray array;
   const Account none = Monitor::Now();
-  for (void (JArray::*empty)() : {&JArray::clear, &JArray::detach}) {
-    JBase* kept[9];
-    for (JBase*& value : kept) {
-      array.append(value = Make<JNull>());
-      const bool same = Monitor::Now().memory_bytes == none.memory_bytes;
-      EXPECT_EQ(same, array.length() <= 2);
-    }
-    (array.*empty)();
-    for (JBase* value : kept) {
-      if (empty == &JArray::detach) value->dispose();
-    }
-    EXPECT_EQ(Monitor::Now(), none);
+  JBase* kept[9];
+  for (JBase*& value : kept) {
+    array.append(value = Make<JNull>());
+    const bool same = Monitor::Now().memory_bytes == none.memory_bytes;
+    EXPECT_EQ(same, array.length() <= 2);
   }
+  array.detach();
+  for (JBase* value : kept) value->dispose();
+  EXPECT_EQ(Monitor::Now(), none);
 }
 
 // What a monitor refuses to release stays alive, and nothing reaches it again.
@@ -129,7 +125,6 @@ TEST_P(ValuesTest, WritesIntoTheContextOfACaller) {
 
 // What a foreign value does with the stream, and what the array then comes to.
 TEST_P(ValuesTest, TheContextsStreamIsAStringStream) {
-  static std::stringbuf aside;
   const std::pair<void (*)(Context&), const char*> table[] = {
       {[](Context& it) { it.stream << it.stream.str(); }, "[1,[1,,2]"},
       {[](Context& it) { it.stream.seekp(1) << 7; }, "[7,2]"},
@@ -137,15 +132,8 @@ TEST_P(ValuesTest, TheContextsStreamIsAStringStream) {
       {[](Context& it) { it.stream.rdbuf()->sputn("text", 4); }, "[1,text,2]"},
       {[](Context& it) {
          it.stream.exceptions(std::ios::goodbit);
-         it.stream.setstate(std::ios::eofbit);
-       },
-       "[1,"},
-      {[](Context& it) {
-         it.stream.exceptions(std::ios::goodbit);
          static_cast<std::ios&>(it.stream).rdbuf(nullptr);
        },
-       "[1,"},
-      {[](Context& it) { static_cast<std::ios&>(it.stream).rdbuf(&aside); },
        "[1,"}};
   for (const auto& [write, text] : table) {
     SCOPED_TRACE(text);
@@ -163,7 +151,6 @@ TEST_P(ValuesTest, TheContextsStreamIsAStringStream) {
     it.depth = 9;
   });
   EXPECT_EQ(JsonReader::Format(&array), ",\n    2\n]9 and all that is behind");
-  std::stringbuf().swap(aside);
 }
 
 TEST_P(ValuesTest, EqualMeansSameKindAndContent) {
