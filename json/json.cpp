@@ -394,17 +394,21 @@ void JObject::setValue(const SafeString& key, JBase* value) {
 }
 
 // A member that is replaced is removed first, so its place in the order may
-// change, and it is gone when there is no memory for the new one. The key may
-// be a part of the value that is disposed.
+// change. Its node is used again: the key may be a part of the value that is
+// disposed.
 void JObject::setMember(std::string_view key, JBase* value) {
   if (value == nullptr) return;
   const MemberTable::Key hashed(key);
-  const MemberTable::Handle former = members().take(hashed);
-  if (former) ValueOf(*former)->dispose();
-  MemberTable::Handle member =
-      MemberTable::Make(former ? MemberTable::Key(*former) : hashed);
-  member->value = value;
-  members().put(member);
+  MemberTable::Handle member = members().take(hashed);
+  if (member) {
+    ValueOf(*member)->dispose();
+    member->value = value;
+    members().putBack(std::move(member));
+  } else {
+    member = MemberTable::Make(hashed);
+    member->value = value;
+    members().put(member);
+  }
 }
 
 bool JObject::remove(const SafeString& key) {

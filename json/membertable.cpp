@@ -371,6 +371,13 @@ void MemberTable::put(Handle& node) {
   ++count_;
 }
 
+// The chain had room for the member when it was put in.
+void MemberTable::putBack(Handle node) {
+  const std::size_t bucket = BucketOf(node.get());
+  LinkIn(node.release(), bucket, BeforeBucket(bucket));
+  ++count_;
+}
+
 // Gives the node its place in the list, in its bucket, behind what precedes the
 // first member of that.
 void MemberTable::LinkIn(Node* node, std::size_t bucket, Link* before) {

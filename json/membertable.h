@@ -117,6 +117,10 @@ class MemberTable {
   // the node stays where it is.
   void put(Handle& node);
 
+  // Puts a node back that was taken from this table. The table may have changed
+  // since, but not grown, and has no member of that key. Needs no memory.
+  void putBack(Handle node);
+
   // Removes all members. The number of buckets stays, and with it their memory.
   void clear();
 

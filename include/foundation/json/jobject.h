@@ -54,8 +54,8 @@ class __attribute__((visibility("default"))) JObject
 
   // Sets the member. A member of that key is removed first, and its value
   // disposed. Takes ownership of value; null is ignored and changes nothing.
-  // Throws std::bad_alloc when memory is exhausted; value is then still the
-  // caller's, and a member that was to be replaced is gone.
+  // Throws std::bad_alloc when there is no memory for a new member; value is
+  // then still the caller's. Replacing a member needs no memory.
   void setValue(const SafeString& key, JBase* value);
 
   // Removes the member and disposes its value; false when there is none.
