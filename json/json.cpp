@@ -454,11 +454,12 @@ void JObject::detach() { members().clear(); }
 
 JBase* JObject::clone() const {
   ScopedPointer<JObject> copy(Create<JObject>(tags::kCloneObject));
+  MemberTable::Batch batch;
   const auto* member = members().first();
   for (; member != nullptr; member = member->next()) {
     MemberTable& members = copy->members();
     ScopedPointer<JBase> child(Checked(ValueOf(*member)->clone()));
-    MemberTable::Handle node = MemberTable::Make(MemberTable::Key(*member));
+    MemberTable::Handle node = batch.Make(*member);
     node->value = child.get();
     members.put(node);
     child.release();

@@ -46,16 +46,80 @@ MemberTable::Key::Key(std::string_view text) : text_(text), hash_(Hash(text)) {}
 MemberTable::Handle MemberTable::Make(const Key& key) {
   const std::string_view text = key.text();
   char* block = Allocator<char>().allocate(SizeOfNode(text.size()));
-  Handle node(::new (static_cast<void*>(block)) Node(key.hash(), text.size()));
+  Handle node(::new (static_cast<void*>(block))
+                  Node(key.hash(), text.size(), false));
   text.copy(block + sizeof(Node), text.size());
   return node;
 }
 
+// The block of a batch goes with the last of its nodes, and not before the
+// batch is finished. In front of each node stands where the block begins.
+struct MemberTable::Batch::Head {
+  std::size_t size;   // of the block
+  std::size_t users;  // its nodes, and the batch
+};
+
 void MemberTable::Release::operator()(Node* node) const {
+  if (node->shared_) {
+    auto* const head = reinterpret_cast<Batch::Head**>(node)[-1];
+    node->~Node();
+    return Batch::Drop(head);
+  }
   const std::size_t size = SizeOfNode(node->length_);
   node->~Node();
   void* block = node;
   Allocator<char>().deallocate(static_cast<char*>(block), size);
+}
+
+std::size_t MemberTable::Batch::SizeOf(std::string_view key) {
+  const std::size_t size = sizeof(Head*) + SizeOfNode(key.size());
+  return (size + alignof(Node) - 1) / alignof(Node) * alignof(Node);
+}
+
+MemberTable::Handle MemberTable::Batch::Make(const Node& member) {
+  if (left_ == 0) Start(member);
+  const Key key(member);
+  const std::string_view text = key.text();
+  const std::size_t size = SizeOf(text);
+  if (size > left_) return MemberTable::Make(key);
+  ::new (static_cast<void*>(next_)) Head*(head_);
+  char* const place = next_ + sizeof(Head*);
+  Handle node(::new (static_cast<void*>(place))
+                  Node(key.hash(), text.size(), true));
+  ++head_->users;
+  text.copy(place + sizeof(Node), text.size());
+  next_ += size;
+  left_ -= size;
+  if (left_ == 0) Finish();
+  return node;
+}
+
+// Takes a block for the member and those behind it, as many as it may hold. One
+// alone needs none.
+void MemberTable::Batch::Start(const Node& member) {
+  std::size_t size = sizeof(Head), count = 0;
+  for (const Node* node = &member; node != nullptr; node = node->next()) {
+    const std::size_t added = SizeOf(node->key());
+    if (added > kLargest - size) break;
+    size += added;
+    ++count;
+  }
+  if (count < 2) return;
+  char* const block = Allocator<char>().allocate(size);
+  head_ = ::new (static_cast<void*>(block)) Head{size, 1};
+  next_ = block + sizeof(Head);
+  left_ = size - sizeof(Head);
+}
+
+void MemberTable::Batch::Finish() {
+  if (head_ != nullptr) Drop(std::exchange(head_, nullptr));
+  left_ = 0;
+}
+
+void MemberTable::Batch::Drop(Head* head) {
+  if (--head->users != 0) return;
+  void* const block = head;
+  Allocator<char>().deallocate(static_cast<char*>(block), head->size);
 }
 
 // A keyed hash ----------------------------------------------------------------

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -69,14 +70,19 @@ class MemberTable {
     friend class MemberTable;
     friend class Key;
 
-    Node(std::size_t hash, std::size_t length) : hash_(hash), length_(length) {}
+    // No text takes up more than half of the address space.
+    static constexpr std::size_t kLongestKey = ~std::size_t{0} >> 1;
+
+    Node(std::size_t hash, std::size_t length, bool shared)
+        : hash_(hash), length_(length & kLongestKey), shared_(shared) {}
 
     const char* KeyBytes() const {
       return reinterpret_cast<const char*>(this + 1);
     }
 
     std::size_t hash_;
-    std::size_t length_;
+    std::size_t length_ : std::numeric_limits<std::size_t>::digits - 1;
+    std::size_t shared_ : 1;  // whether it is in the block of a batch
   };
 
   struct Release {
@@ -111,6 +117,35 @@ class MemberTable {
   // Makes a node with a copy of the key and a null value. Throws std::bad_alloc
   // when memory is exhausted.
   static Handle Make(const Key& key);
+
+  // Makes nodes in blocks for several. Each node is released by itself; the
+  // last one takes the block along.
+  class Batch {
+   public:
+    Batch() = default;
+    Batch(const Batch&) = delete;
+    Batch& operator=(const Batch&) = delete;
+    ~Batch() { Finish(); }
+
+    // Makes a node with the key of a member, in a block with room for those
+    // that follow the member as well. Throws as MemberTable::Make() does.
+    Handle Make(const Node& member);
+
+   private:
+    friend struct Release;
+    struct Head;
+    // Of a block: what a node keeps that stays alone. Room for some 16.
+    static constexpr std::size_t kLargest = 960;
+
+    static std::size_t SizeOf(std::string_view key);
+    static void Drop(Head* head);
+    void Start(const Node& member);
+    void Finish();
+
+    Head* head_ = nullptr;  // of the block that nodes are made in
+    char* next_ = nullptr;  // where the next one goes
+    std::size_t left_ = 0;  // bytes of room
+  };
 
   // Takes a node over, whose key must not be in the table. Throws
   // std::bad_alloc when memory is exhausted; the table is then unchanged and
