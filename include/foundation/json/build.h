@@ -17,8 +17,8 @@
 // over: a named one by std::move. A null const char*, an absent View and an
 // empty ScopedPointer are null; as a key, a null const char* is the empty text.
 // All but copies has the tag. Exhausted memory throws std::bad_alloc, also
-// while the object monitor traces, and leaves all as it was, but for a member
-// that was to be replaced, which is gone.
+// while the object monitor traces. Nothing is left behind, and all is as it
+// was; of several members, those in front are set.
 namespace vorn::foundation::json {
 
 // The tag of the line that the call stands in.
