@@ -161,9 +161,10 @@ TEST_P(ValuesTest, EqualMeansSameKindAndContent) {
   auto& all = static_cast<JArray&>(*reader.getJson());  // and all differ
   for (const unsigned int size :
        {3U, 9U, 14U, 15U, 16U, 22U, 23U, 24U, 30U, 31U, 32U}) {
+    all.append(Make<JString>(SafeString(size, 'x')));
     for (const std::size_t other : {size - 1, size / 2, 0U}) {
-      SafeString text(size, '\0');
-      text[other] = 'x';
+      SafeString text(size, 'x');
+      text[other] = '\0';
       all.append(Make<JString>(text));
     }
   }
