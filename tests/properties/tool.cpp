@@ -24,24 +24,18 @@ using vjson::Token;
 
 // A file without a name in any folder.
 struct File {
-  explicit File(std::string_view text = {})
-      : name("/proc/self/fd/" + std::to_string(number)) {
-    vjson::files::Write(number, text);
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
+  explicit File(std::string_view text) { vjson::files::Write(number, text); }
   ~File() { close(number); }
 
   const int number = memfd_create("text", 0);
-  const std::string name;
+  const std::string name = "/proc/self/fd/" + std::to_string(number);
 };
 
 // What a command writes, which has to succeed.
 SafeString Run(vjson::Command& command, std::string_view text,
                std::vector<const char*> operands = {},
                std::vector<std::string_view> options = {}) {
-  const File file(text);
-  const File result;
+  const File file(text), result("");
   operands.insert(operands.begin(), file.name.c_str());
   vjson::Output output(result.number, false);
   command({operands, options}, output);
