@@ -175,7 +175,7 @@ void Scanner::Fail(std::string_view rule, std::string_view message) {
   fault.column = static_cast<unsigned int>(position.column);
   rule.copy(fault.rule, sizeof fault.rule - 1);
   message.copy(fault.message, sizeof fault.message - 1);
-  throw fault;
+  throw JsonFault(fault);
 }
 
 // Whole texts -----------------------------------------------------------------
@@ -188,7 +188,7 @@ SafeString HintFor(Input& input, const JsonFault& fault) {
   SafeString text;
   const bool nul = input.Peek() == '\0' && !input.AtEnd();
   if (nul || !input.ReadAgain(text)) return SafeString();
-  SafeString hint = Hint(fault, text.c_str());
+  SafeString hint = Hint(fault, text);
   constexpr std::string_view kLine = " at line ";
   std::size_t at = hint.find(kLine);
   if (input.line() <= 1 || at == hint.npos) return hint;
@@ -218,7 +218,7 @@ void CheckText(Input& input) {
 }
 
 Document LoadDocument(Input& input) {
-  const Document document{input.Subject(), input.ReadAll()};
+  Document document{input.Subject(), input.ReadAll()};
   CheckText(input);
   return document;
 }

@@ -110,7 +110,7 @@ const Entry& TakeCommand(Arguments& arguments) {
     Fail("usage", "vjson [OPTION] COMMAND [FILE]...; see vjson --help");
   }
   const std::string_view name = operands[0];
-  const auto entry =
+  const Entry* const entry =
       std::find_if(std::begin(kCommands), std::end(kCommands),
                    [&](const Entry& row) { return row.name == name; });
   if (entry == std::end(kCommands)) {
