@@ -7,7 +7,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
 
 using namespace vorn::foundation::json;
 
@@ -15,14 +14,11 @@ int main(int count, char** arguments) {
   JsonReader reader;
   FileFault fault;
   const char* const path =
-      arguments[1] != std::string_view("null") ? arguments[1] : nullptr;
+      arguments[1] == std::string_view("null") ? nullptr : arguments[1];
   const bool done =
       count > 2 ? ReadFile(path, std::strtoul(arguments[2], nullptr, 10),
                            reader, fault)
                 : SaveFile(path, *MakeArray(Here(), 1).get(), fault);
-  if (done != (fault.error == 0 && fault.text.kind == JsonFault::Kind::None)) {
-    return 1;
-  }
-  std::printf("%s%s %d at %zu\n", reader.compress().c_str(), fault.step,
-              fault.error, fault.text.offset);
+  std::printf("%d %s%s %d at %zu\n", done, reader.compress().c_str(),
+              fault.step, fault.error, fault.text.offset);
 }

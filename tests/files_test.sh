@@ -9,33 +9,28 @@ trap 'rm -r "$PWD"' EXIT
 check() { # EXPECTED COMMAND...
   diff <(echo "$1") <("${@:2}" 2>&1) || { echo "^ ${*:2}" && exit 1; }
 }
-both() { # EXPECTED PATH
-  check "$1" "${program[@]}" "$2"
-  check "$1" "${program[@]}" "$2" 9
-}
 
-# New, with the umask; again, with its mode; behind links, one to no file yet.
-(umask 027 && check " 0 at 0" "${program[@]}" new)
-check $'-rw-r-----\n[\n    1\n]' eval "stat --format=%A new; cat new"
-echo "[2] // of before" >old
-chmod 604 old
+# New, with the umask; again, with its mode; behind links, one to no file yet;
+# with a long name.
+umask 027
+echo "[2] // of before" >old && chmod 604 old
 mkdir folder && ln -s ../old folder/link && ln -s folder/link link
-check " 0 at 0" "${program[@]}" link
-check $'-rw----r--\n[\n    1\n]' eval "stat --format=%A old; cat old"
 ln -s ../none folder/dangling
-check " 0 at 0" "${program[@]}" folder/dangling
-check "[1] 0 at 0" "${program[@]}" none 10
-check "read 27 at 0" "${program[@]}" none 9
-mkfifo pipe && ln -s loop loop && printf '[1]\0' >nul
-both "open 21 at 0" folder
-both "open 22 at 0" pipe
-both "open 40 at 0" loop
-both "open 2 at 0" nowhere/file
-both "open 2 at 0" ""
-both "open 14 at 0" null
-check " 0 at 3" "${program[@]}" nul 9
 long=$(printf %255s | tr ' ' n)
-check " 0 at 0" "${program[@]}" "$long" && rm "$long"
+for file in new link folder/dangling "$long"; do
+  check "1  0 at 0" "${program[@]}" "$file"
+done
+check "-rw-r----- -rw----r-- -rw-r----- -rw-r-----" \
+  eval 'stat --format=%A new old none "$long" | paste -sd " "'
+check $'[\n    1\n]' cat old
+check "1 [1] 0 at 0" "${program[@]}" none 10
+check "0 read 27 at 0" "${program[@]}" none 9
+mkfifo pipe && ln -s loop loop && printf '[1]\0' >nul
+check "0  0 at 3" "${program[@]}" nul 9
+while read -r error path; do
+  check "0 open $error at 0" "${program[@]}" "$path"
+  check "0 open $error at 0" "${program[@]}" "$path" 9
+done <<<$'21 folder\n22 pipe\n40 loop\n2 nowhere/file\n2\n14 null'
 # An emulator and a sanitizer have calls of their own.
 [[ $# -eq 1 ]] && ! grep -q __asan_init "$1" || exit 0
 
@@ -44,16 +39,10 @@ strace -o calls -e trace=openat,write,fchmod,fsync,rename,unlink "$1" old >resul
 check "openat folder openat beside write write fchmod fsync rename fsync" \
   eval "sed -n '/\"\\.\",/,\$ { s/(.*\"\\.\",.*/ folder/; s/(.*O_EXCL.*/ beside/
     s/(.*//; /^+/!p }' calls | paste -sd ' ' | grep -o '.*fsync'"
-while read -r call when expected; do
+while read -r call when step left; do
   echo former >old
   strace -o calls -e inject="$call:error=EIO:when=$when" "$1" old >result
-  check "$expected" eval "cat result old | paste -sd ' '"
-done <<'END'
-write 1 write 5 at 0 former
-write 2 write 5 at 0 former
-fchmod 1 write 5 at 0 former
-fsync 1 sync 5 at 0 former
-rename 1 rename 5 at 0 former
-fsync 2 sync 5 at 0 [     1 ]
-END
-check "calls folder link loop new none nul old pipe result" eval "echo *"
+  check "0 $step 5 at 0 $left" eval "cat result old | paste -sd ' '"
+done <<<$'write 1 write former\nwrite 2 write former\nfchmod 1 write former
+fsync 1 sync former\nrename 1 rename former\nfsync 2 sync [     1 ]'
+check "calls folder link loop new $long none nul old pipe result" eval "echo *"
