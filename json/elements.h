@@ -32,7 +32,9 @@ class Elements {
   bool empty() const { return size() == 0; }
 
   JBase** begin() {
-    return IsInside() ? rest_.inside : reinterpret_cast<JBase**>(word_);
+    if (IsInside()) return rest_.inside;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): an address, as a number
+    return reinterpret_cast<JBase**>(word_);
   }
   JBase** end() { return begin() + size(); }
   JBase* const* begin() const { return const_cast<Elements*>(this)->begin(); }

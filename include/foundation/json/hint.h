@@ -20,7 +20,7 @@ inline std::size_t Unclosed(std::string_view text, std::size_t& at,
       if (inner != text.npos) return inner;
     } else if (text[token] == '"') {
       for (; at < text.size() && text[at] != '"'; ++at) {
-        if (text[at] == '\\') ++at;
+        at += text[at] == '\\';  // and what is escaped
       }
       if (at++ >= text.size()) return token;
     } else if (text[token] == '/') {
@@ -77,15 +77,15 @@ inline SafeString Hint(const JsonFault& fault, std::string_view text) {
   std::size_t token = 0;
   const auto open = json_internal::Unclosed(taken, token, taken.npos);
   const char begin = open == taken.npos ? '\0' : taken[open];
-  if (begin != '\0' && (at == '\0' || string || (at == ']' && begin == '{') ||
-                        (at == '}' && begin == '['))) {
+  const char* const kind = begin == '"'   ? "string"
+                           : begin == '[' ? "array"
+                                          : "object";
+  const bool other = at == (begin == '{' ? ']' : '}');  // closes another one
+  if (begin != '\0' && (at == '\0' || string || other)) {
     JsonFault place;
     SetPlace(place, taken.data(), open);
     return text::StringUtils::_InternalFormat(
-        "the %s that begins at line %u, column %u is not closed",
-        begin == '"'   ? "string"
-        : begin == '[' ? "array"
-                       : "object",
+        "the %s that begins at line %u, column %u is not closed", kind,
         place.line, place.column);
   }
   if (at == '\0' && fault.message[0] == 'n') return "the text is empty";
