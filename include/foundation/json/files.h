@@ -153,6 +153,7 @@ bool ReadFile(const char* path, std::size_t most, Reader& reader,
               FileFault& fault) {
   reader.fromString(nullptr);
   return json_internal::Try(fault, "read", [&] {
+    if (path == nullptr) json_internal::Fail(EFAULT, "open");
     const json_internal::File file(path, O_RDONLY | O_NONBLOCK);
     const SafeString text = json_internal::Read(file, most);
     const bool read =
@@ -164,11 +165,11 @@ bool ReadFile(const char* path, std::size_t most, Reader& reader,
   });
 }
 
-// Saves the value, formatted, and a line feed. They are written beside the
-// file, and take its name once they are on the disk: whatever fails, a loss of
-// power too, there is the former file or the whole new one. The file keeps its
-// mode; a symbolic link is followed, and only a regular file is replaced. After
-// "sync" alone may the new file be there though the result is false.
+// Saves the value, formatted, and a line feed, beside the file, whose name they
+// take once they are on the disk: whatever fails, also power, the former file
+// or the whole new one is there. The file keeps its mode; a symbolic link is
+// followed, and only a regular file is replaced. After "sync" alone may the new
+// file be there though the result is false.
 inline bool SaveFile(const char* path, const JBase& value, FileFault& fault) {
   return json_internal::Try(fault, "write", [&] {
     json_internal::Save(json_internal::Follow(path), JsonReader::Format(&value),
