@@ -165,11 +165,10 @@ bool ReadFile(const char* path, std::size_t most, Reader& reader,
   });
 }
 
-// Saves the value, formatted, and a line feed, beside the file, whose name they
-// take once they are on the disk: whatever fails, also power, the former file
-// or the whole new one is there. The file keeps its mode; a symbolic link is
-// followed, and only a regular file is replaced. After "sync" alone may the new
-// file be there though the result is false.
+// Saves the value, formatted, and a line feed. Whatever fails, also power, the
+// former file or the whole new one is there, with the same mode. A symbolic
+// link is followed; only a regular file is replaced. After "sync" alone may the
+// new file be there though the result is false.
 inline bool SaveFile(const char* path, const JBase& value, FileFault& fault) {
   return json_internal::Try(fault, "write", [&] {
     json_internal::Save(json_internal::Follow(path), JsonReader::Format(&value),
