@@ -3,11 +3,11 @@
 // copy creates and disposes is in properties/tree.cpp.
 
 #include "support/property.h"
-#include "support/texts.h"
-#include "support/traced.h"
 
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 
@@ -18,7 +18,8 @@ using namespace vorn::foundation;
 using namespace vorn::foundation::json;
 using generic::ScopedPointer;
 
-VORN_TRACED_TEST(CallsTest);
+using CallsTest = testing::TestWithParam<bool>;  // tracing
+INSTANTIATE_TEST_SUITE_P(Tracing, CallsTest, testing::Bool());
 
 // Objects that note their destruction.
 struct Disposable : lang::IDisposable {

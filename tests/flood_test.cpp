@@ -5,7 +5,7 @@
 
 #include "support/keys.h"
 #include "support/operations.h"
-#include "support/texts.h"
+#include "support/property.h"
 
 #include <foundation/debug/memorymonitor.h>
 #include <foundation/debug/tracked.h>

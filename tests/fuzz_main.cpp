@@ -2,15 +2,6 @@
 
 #include "support/property.h"
 
-#include <cstdio>
-#include <cstdlib>
-
-void support::Require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "This does not hold: %s\n", what);
-  std::abort();
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data,
                                       std::size_t size) {
   const void* const bytes = data;

@@ -2,12 +2,13 @@
 // standard compiles it, and none what it must not: see layer_calls.sh.
 
 #include "support/property.h"
-#include "support/traced.h"
 
 #include <foundation/json/build.h>
 #include <foundation/json/fields.h>
 #include <foundation/json/files.h>
 #include <foundation/json/hint.h>
+
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdio>
@@ -23,7 +24,8 @@ using namespace vorn::foundation;
 using namespace vorn::foundation::json;
 using Kind = JsonFault::Kind;
 
-VORN_TRACED_TEST(LayerTest);
+using LayerTest = testing::TestWithParam<bool>;  // tracing
+INSTANTIATE_TEST_SUITE_P(Tracing, LayerTest, testing::Bool());
 
 // Has each request of the work fail, of each source.
 template <class Work, class Check>

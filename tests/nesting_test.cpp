@@ -3,8 +3,9 @@
 
 #include "support/build.h"
 #include "support/operations.h"
-#include "support/texts.h"
-#include "support/traced.h"
+#include "support/property.h"
+
+#include <gtest/gtest.h>
 
 #include <pthread.h>
 
@@ -54,7 +55,8 @@ const struct {
                {"objects", R"({"a":{"a":)", "}}"},
                {"mixed", R"([{"a":)", "}]"}};
 
-VORN_TRACED_TEST(NestingTest);
+using NestingTest = testing::TestWithParam<bool>;  // tracing
+INSTANTIATE_TEST_SUITE_P(Tracing, NestingTest, testing::Bool());
 
 TEST_P(NestingTest, FitsASmallStackAndIsRefusedBeyondTheLimit) {
   std::puts("bytes of stack at 1024 levels (each level)");

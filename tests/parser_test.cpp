@@ -5,8 +5,8 @@
 #include "compile.h"
 #include "support/operations.h"
 #include "support/property.h"
-#include "support/texts.h"
-#include "support/traced.h"
+
+#include <gtest/gtest.h>
 
 #include <pthread.h>
 
@@ -18,7 +18,8 @@ namespace {
 using namespace support;
 using namespace vorn::foundation;
 
-VORN_TRACED_TEST(ParserTest);
+using ParserTest = testing::TestWithParam<bool>;  // tracing
+INSTANTIATE_TEST_SUITE_P(Tracing, ParserTest, testing::Bool());
 
 // What comes of a text: the tree, compressed, or "no object", or the failure,
 // with the rest of the text behind it. Nothing stays alive.

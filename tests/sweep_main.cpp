@@ -7,18 +7,11 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 
 extern "C" int __real_main(int count, char** arguments);
 
 // Files need not outlive the many runs.
 extern "C" int fsync(int) { return 0; }
-
-void support::Require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "This does not hold: %s\n", what);
-  std::abort();
-}
 
 namespace {
 

@@ -3,11 +3,11 @@
 // properties/tree.cpp and properties/archiver.cpp.
 
 #include "support/property.h"
-#include "support/texts.h"
-#include "support/traced.h"
 
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
+
+#include <gtest/gtest.h>
 
 #include <type_traits>
 
@@ -21,7 +21,8 @@ using namespace vorn::foundation::json;
 static_assert(sizeof(JsonException) == 2 * sizeof(SafeString) &&
               !std::is_polymorphic_v<JsonException>);
 
-VORN_TRACED_TEST(ValuesTest);
+using ValuesTest = testing::TestWithParam<bool>;  // tracing
+INSTANTIATE_TEST_SUITE_P(Tracing, ValuesTest, testing::Bool());
 
 TEST_P(ValuesTest, TakeNullAndNoMoreThanTheMonitorCounts) {
   EXPECT_STREQ(lang::Exception(nullptr, "what").where(), "");

@@ -163,7 +163,8 @@ void CheckPlace(std::minstd_rand& random, SafeString& text) {
 // What stands behind a value is cut off after the scanner has seen it.
 void CheckTool(Input& in) {
   const std::string_view bytes = in.Text();
-  std::minstd_rand random(static_cast<unsigned int>(Hash()(bytes)));
+  std::minstd_rand random(
+      static_cast<unsigned int>(std::hash<std::string_view>()(bytes)));
   try {
     vjson::ParsePath(bytes.substr(0, bytes.find('\n')));
   } catch (const vjson::PathFault& fault) {

@@ -14,11 +14,12 @@ void Require(bool holds, const char* what) {
 
 namespace {
 
-// Fails every test that ends with an object, a block or a byte more, or less,
-// than it began with.
+// Traces if the test's parameter is true. Fails every test that ends with an
+// object, a block or a byte more, or less, than it began with.
 class LeakCheck : public testing::EmptyTestEventListener {
-  void OnTestStart(const testing::TestInfo&) override {
-    Monitor::Reset(false);
+  void OnTestStart(const testing::TestInfo& test) override {
+    const char* const parameter = test.value_param();
+    Monitor::Reset(parameter != nullptr && parameter == std::string("true"));
     SCOPED_TRACE("");  // GoogleTest keeps memory for these from the first on
     before_ = Monitor::Now();
   }

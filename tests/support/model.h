@@ -130,7 +130,7 @@ struct Model {
   std::string text{};   // of a scalar
   std::vector<Child> elements{};
   // In the order of an object, which is that of the standard map.
-  std::unordered_map<std::string, Child, Hash> members{};
+  std::unordered_map<std::string, Child> members{};
 };
 
 // Any keys: the empty one, short and long ones, NUL bytes and high bytes.

@@ -6,6 +6,7 @@
 #include <pthread.h>
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
 #include <utility>
@@ -13,6 +14,12 @@
 namespace support {
 
 using vorn::foundation::debug::LeakInfo;
+
+[[gnu::weak]] void Require(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "This does not hold: %s\n", what);
+  std::abort();
+}
 
 // State -----------------------------------------------------------------------
 

@@ -10,7 +10,7 @@
 // one thread at a time.
 namespace support {
 
-// Fails the test, or ends the fuzz target, where something does not hold.
+// Fails the test, or ends what is no test, where something does not hold.
 void Require(bool holds, const char* what);
 
 // Where memory is asked for, or a place in the list of live objects.

@@ -6,11 +6,12 @@
 #include <foundation/lang/exception.h>
 
 #include <cstddef>
-#include <functional>
 #include <new>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 // A property is a function that holds for every input: a case of property_test,
 // and a fuzz target.
@@ -152,12 +153,6 @@ void Look(Failing failing, Operation look, End null = End::AccessNull) {
 
 // Texts -----------------------------------------------------------------------
 
-struct Hash {
-  std::size_t operator()(std::string_view key) const {
-    return std::hash<std::string_view>()(key);
-  }
-};
-
 // A key as it is written.
 inline std::string Quoted(const std::string& key) {
   constexpr std::string_view kEscaped = "\"\\\r\n\t", kLetters = "\"\\rnt";
@@ -168,6 +163,29 @@ inline std::string Quoted(const std::string& key) {
     text += at != kEscaped.npos ? kLetters[at] : c;
   }
   return text += '"';
+}
+
+inline std::string Repeat(int count, const std::string& text) {
+  std::string all;
+  while (count-- > 0) all += text;
+  return all;
+}
+
+inline std::string Replace(std::string text, const std::string& part,
+                           const std::string& by) {
+  for (std::size_t at = 0; (at = text.find(part, at)) != text.npos;) {
+    text.replace(at, part.size(), by);
+    at += by.size();
+  }
+  return text;
+}
+
+// The texts of a table's row, which have bars between them.
+inline std::vector<std::string> Split(const std::string& row) {
+  std::vector<std::string> texts;
+  std::istringstream in(row);
+  for (std::string text; std::getline(in, text, '|');) texts.push_back(text);
+  return texts;
 }
 
 }  // namespace support
