@@ -27,7 +27,7 @@ struct Case {
 constexpr Case kCases[] = {{"Tree", CheckTree, 1000},
                            {"Archiver", CheckArchiver, 1000},
                            {"Text", CheckText, 5000},
-                           {"Number", CheckNumber, 3000},
+                           {"Number", CheckNumber, 1000},
                            {"NumberWithADecimalComma", CheckNumber, 1000, true},
                            {"Tool", CheckTool, 1000}};
 
