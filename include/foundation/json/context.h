@@ -8,15 +8,15 @@
 
 namespace vorn::foundation::json {
 
-// Where a value tree writes its text, and in which layout. Every value writes
-// itself with toString(Context&) into the stream; containers raise depth while
-// their children write themselves, and leave it as they found it.
+// The stream that a tree writes its text to, and the layout of the text. Every
+// value writes itself with toString(Context&). Containers raise depth while
+// their children write themselves, and restore it.
 //
-// A value class of your own finds there all that was written so far, and may do
-// whatever a string stream allows.
+// A value class of your own finds all text written so far in the stream, and
+// may use it like any string stream.
 //
-// The stream throws when it cannot take a text, so that exhausted memory is
-// never passed over.
+// The stream throws if it cannot take a text, so exhausted memory is not
+// missed.
 class __attribute__((visibility("default"))) Context {
  public:
   explicit Context(bool compressed = false) : compress(compressed) {
@@ -27,10 +27,10 @@ class __attribute__((visibility("default"))) Context {
   std::basic_ostringstream<char, std::char_traits<char>, debug::Allocator<char>>
       stream;
 
-  // What indentation is made of, four for each level.
+  // The character of the indentation, four for each level.
   char indentChar = ' ';
 
-  // How many containers are open around the value that is being written.
+  // The number of containers around the value that is being written.
   int depth = 0;
 
   // Whether the text is a single line without blanks.

@@ -16,42 +16,43 @@ class Context;
 //                                                                    JArray
 //                                                                    JObject
 //
-// Values form strict trees. A value is made by debug::Create() and has one
-// owner at a time: the code that made it, the container it was handed to, or a
-// reader. The owner ends its life with dispose(), which takes the whole subtree
-// along. Ask type() and cast to the class it names.
+// Values form strict trees. debug::Create() makes a value. It has one owner at
+// a time: the code that made it, a container, or a reader. The owner calls
+// dispose(), which releases the whole subtree. type() names the class to cast
+// to.
 //
-// A class of your own may derive from JBase, or from one of the six, and have
-// other bases, too, in any order: it is recorded and released under the address
-// of the whole object.
+// A class of your own may derive from JBase or from one of the six, and have
+// other bases in any order. The monitor records the address of the whole
+// object.
 //
-// A tree may be read from several threads while nobody changes it. Copying,
-// comparing, writing and disposing recurse once for each level: trees from
-// parsed text are at most 1024 levels deep, trees built by hand have no limit
-// but the stack.
+// Several threads may read a tree while nobody changes it. Copying, comparing,
+// writing and disposing recurse once a level. Parsed trees have at most 1024
+// levels; the stack alone limits trees that are built by hand.
 class __attribute__((visibility("default"))) JBase : public lang::IDisposable {
  public:
   JBase() = default;
   JBase(const JBase&) = delete;
   JBase& operator=(const JBase&) = delete;
 
-  // The kind of this value.
+  // Returns the kind of this value.
   virtual JType type() const = 0;
 
-  // Makes a deep copy; this value is not changed. The caller owns the result
-  // and releases it with dispose(). When memory is exhausted it throws
-  // std::bad_alloc, or, while the object monitor traces: a scalar and an object
-  // without members give null, and an array and an object with members throw
-  // lang::Exception ("access null") for themselves and std::bad_alloc for a
-  // child. Nothing is left behind.
+  // Returns a deep copy. The caller owns the result and releases it with
+  // dispose(). Throws std::bad_alloc when memory is exhausted. While the object
+  // monitor traces, instead:
+  // - a scalar and an object without members return null;
+  // - an array and an object with members throw lang::Exception ("access null")
+  //   for themselves;
+  // - they throw std::bad_alloc for a child.
+  // Nothing is left behind.
   virtual JBase* clone() const = 0;
 
-  // Writes this value into the context's stream. What the stream throws when
-  // memory is exhausted passes on.
+  // Writes this value to the stream of the context. Exceptions of the stream
+  // propagate.
   virtual void toString(Context& context) const = 0;
 };
 
-// Answers type() for the class of the kind N.
+// Implements type() for the class of the kind N.
 template <JType N>
 class __attribute__((visibility("default"))) JTypeBase : public JBase {
  public:

@@ -25,12 +25,12 @@ inline constexpr bool kIsInteger =
     std::is_integral_v<T> && sizeof(T) <= sizeof(long long) &&
     !kIsOneOf<T, bool, char, wchar_t, char16_t, char32_t, decltype(u8'a')>;
 
-// Such a type that JNumber has no function of its own for.
+// An integer type that JNumber has no function of its own for.
 template <class T>
 using OtherInteger =
     std::enable_if_t<kIsInteger<T> && !kIsOneOf<T, int, long long>>;
 
-// Reading the text of a number.
+// Conversions of the text of a number.
 namespace json_internal {
 
 inline bool IsHexadecimal(std::string_view text) {
@@ -50,8 +50,8 @@ std::optional<Integer> ReadInteger(std::string_view text) {
   return value;
 }
 
-// Of a decimal number that its type cannot hold: whether it is too large rather
-// than too small. It is nowhere near 1, so the power of ten of its first digit
+// Whether a decimal number that its type cannot hold is too large; else it is
+// too small. The number is far from 1, so the power of ten of its first digit
 // other than 0 decides.
 inline bool IsHuge(std::string_view text) {
   const std::size_t end = std::min(text.find_first_of("eE"), text.size());
@@ -82,20 +82,21 @@ std::optional<Float> ReadFloat(std::string_view text) {
 
 }  // namespace json_internal
 
-// A number, kept as its text: what was parsed comes out byte for byte as it
-// went in, and two numbers are equal when their texts are. The conversions read
-// the text afresh on every call; they change nothing and report no error.
+// A number, kept as its text: it is written byte for byte as it was parsed, and
+// two numbers are equal if their texts are. Conversions read the text on every
+// call. They never fail.
 //
-// The constructors and setters throw std::bad_alloc when there is no memory for
-// the text; a setter that fails leaves the former text.
+// Constructors and setters throw std::bad_alloc when memory is exhausted; a
+// setter that fails leaves the former text.
 class __attribute__((visibility("default"))) JNumber
     : public JTypeBase<JType::Number> {
  public:
   // The number "0".
   JNumber();
 
-  // The number with the shortest text that reads back as the value. A double
-  // always gets a fraction or an exponent ("5.0"), or is "nan", "inf", "-inf".
+  // The number with the shortest text that converts to exactly the value. The
+  // text of a double has a fraction or an exponent ("5.0"), or is "nan", "inf"
+  // or "-inf".
   explicit JNumber(int value);
   explicit JNumber(long long value);
   explicit JNumber(double value);
@@ -116,34 +117,32 @@ class __attribute__((visibility("default"))) JNumber
     setText({digits, static_cast<std::size_t>(end - digits)});
   }
 
-  // Takes the text, without the blanks at both ends, if it is a number, and
-  // returns true. Otherwise the number keeps its text and the result is false.
-  // Besides JSON numbers it takes nan, inf, -inf and hexadecimal integers (0x
-  // and up to 16 digits).
+  // Replaces the text by the given one without the blanks at both ends, and
+  // returns true. Returns false, and changes nothing, if it is no JSON number,
+  // nan, inf, -inf or hexadecimal integer (0x and up to 16 digits).
   bool fromString(const SafeString& text);
 
-  // A copy of the text.
+  // Returns a copy of the text.
   SafeString toString() const;
 
-  // The text itself. The number keeps ownership; valid until the number is
+  // Returns the text. The number keeps ownership; valid until the number is
   // changed or destroyed.
   std::string_view view() const;
 
-  // The value, toward zero where the type has no fraction. Out of range, toInt
-  // and toLong give the nearest limit, and 0 for not-a-number; of a hexadecimal
-  // text they give the low 32 and the 64 bits.
+  // Return the value, rounded toward zero. Out of range is the nearest limit,
+  // not-a-number is 0. A hexadecimal text gives its low 32 bits, or its 64
+  // bits.
   int toInt() const;
   long long toLong() const;
 
-  // The value as the nearest double. A text with a fraction or an exponent
-  // gives an infinity, or a zero, of its sign where it is out of range; an
-  // integer is read as toLong() does first, and so loses what 64 bits cannot
-  // hold.
+  // Returns the nearest double. A text with a fraction or an exponent that is
+  // out of range gives an infinity or a zero of its sign. An integer is
+  // converted by toLong() first: beyond 64 bits it is the nearest limit.
   double toFloat() const;
 
-  // The value, or none where the type cannot hold it. An integer type takes
-  // decimal and hexadecimal integers alone, float and double the nearest value
-  // of any text.
+  // Returns the value, or none if the type cannot hold it. Integer types take
+  // only decimal and hexadecimal integers; float and double take the nearest
+  // value of any text.
   template <class T, class = std::enable_if_t<kIsInteger<T> ||
                                               kIsOneOf<T, float, double>>>
   std::optional<T> as() const {

@@ -13,21 +13,21 @@ namespace vorn::foundation::json {
 class Access;
 class MemberTable;
 
-// Exactly std::string_view: what converts to it is the other overloads'.
+// Exactly std::string_view: types that convert to it use the other overloads.
 template <class T>
 using ExactView = std::enable_if_t<std::is_same_v<T, std::string_view>>;
 
 // A set of members, each a key with a value. Keys are unique and may hold any
-// bytes. The object owns its values and disposes them when they are replaced or
-// removed, when it is cleared and when it is destroyed. No value is null.
+// bytes. The object owns its values. It disposes a value when the member is
+// replaced or removed, and all when the object is cleared or destroyed. No
+// value is null.
 //
-// The members are enumerated in the order of a hash map, neither that of
-// insertion nor a sorted one. It stays as it is while the object is not
-// changed, and it is the same for keys(), clear(), clone(), the writer and the
-// comparison.
+// Members are enumerated in the order of a hash map, neither in that of
+// insertion nor sorted. The order changes only when the object does. It is the
+// same for keys(), clear(), clone(), the writer and the comparison.
 //
-// A value handed over must not be disposed by the caller, nor handed to another
-// container, nor be the one that the object already holds under that key.
+// REQUIRES: a value that the object takes is in no other container, and not
+// under that key already. The caller must not dispose it afterwards.
 class __attribute__((visibility("default"))) JObject
     : public JTypeBase<JType::Object> {
  public:
@@ -35,7 +35,7 @@ class __attribute__((visibility("default"))) JObject
   JObject();
   ~JObject() override;
 
-  // The value of the member, or null when there is none. The object keeps
+  // Return the value of the member, or null if there is none. The object keeps
   // ownership; valid until the member is replaced or removed, or the object is
   // cleared or destroyed.
   JBase* at(const SafeString& key);
@@ -52,48 +52,49 @@ class __attribute__((visibility("default"))) JObject
     return find(key) != nullptr;
   }
 
-  // Sets the member. A member of that key is removed first, and its value
-  // disposed. Takes ownership of value; null is ignored and changes nothing.
-  // Throws std::bad_alloc when there is no memory for a new member; value is
-  // then still the caller's. Replacing a member needs no memory.
+  // Sets the member; a former value of that key is disposed. Takes ownership of
+  // value; null is ignored. Throws std::bad_alloc when memory is exhausted;
+  // then nothing changes and the caller still owns value. Replacing a member
+  // needs no memory.
   void setValue(const SafeString& key, JBase* value);
 
-  // Removes the member and disposes its value; false when there is none.
+  // Removes the member and disposes its value. Returns false if there is none.
   bool remove(const SafeString& key);
 
-  // Copies of all keys, in the order of enumeration.
+  // Returns copies of all keys, in the order of enumeration.
   std::vector<SafeString, debug::Allocator<SafeString>> keys() const;
 
-  // Stands on a member, or behind the last. Lends the keys and the values in
-  // the order of enumeration, without a copy. Valid until the object is changed
-  // or destroyed.
+  // Walks over the members in the order of enumeration, without copies. The
+  // object keeps ownership of keys and values; a cursor is valid until the
+  // object is changed or destroyed.
   class Cursor {
    public:
-    // Stands behind the last.
+    // Behind the last member.
     Cursor() = default;
 
     explicit Cursor(const JObject& object) { step(&object); }
 
-    // Whether it stands on a member. All below REQUIRE that.
+    // Whether the cursor is at a member. REQUIRES for all below: it is.
     explicit operator bool() const { return member_ != nullptr; }
 
     std::string_view key() const { return key_; }
     JBase* value() const { return value_; }
 
-    // Goes on to the next member.
+    // Moves to the next member.
     Cursor& operator++() {
       step(nullptr);
       return *this;
     }
 
-    // Whether both stand on the same member, or behind the last.
+    // Whether both are at the same member, or both behind the last.
     bool operator==(const Cursor& other) const {
       return member_ == other.member_;
     }
     bool operator!=(const Cursor& other) const { return !(*this == other); }
 
    private:
-    // Goes to the first member of the object, or, without one, to the next.
+    // Moves to the first member of the object; if it is null, to the next
+    // member.
     void step(const JObject* object);
 
     std::string_view key_;
@@ -101,15 +102,15 @@ class __attribute__((visibility("default"))) JObject
     const void* member_ = nullptr;
   };
 
-  // The number of members.
+  // Returns the number of members.
   unsigned int length() const;
   bool empty() const;
 
   // Disposes every value, in the order of enumeration, and removes all members.
   void clear();
 
-  // Removes all members without disposing their values. The values belong to
-  // the caller, who took their pointers with at() before.
+  // Removes all members without disposing their values. The caller owns the
+  // values: take their pointers with at() before.
   void detach();
 
   JBase* clone() const override;

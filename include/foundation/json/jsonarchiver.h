@@ -14,8 +14,8 @@ namespace vorn::foundation::json {
 
 class JsonArchiverPrivate;
 
-// What the archivers throw: the location is always
-// "vorn.foundation.json.JsonArchiver", the message one of
+// The exception of the archivers. where() is always
+// "vorn.foundation.json.JsonArchiver", what() one of
 //   the type of write archiver is mismatched   a write of another kind than the
 //                                              archiver's own
 //   unexpected write operation at              the same on a child archiver
@@ -28,30 +28,32 @@ class __attribute__((visibility("default"))) JsonException
   using lang::Exception::Exception;
 };
 
-// An archiver over a JSON structure: objects write their state into it and read
-// it back, at once or from the JSON text that it renders and loads.
+// An archiver over a JSON structure. Objects write their state into it and read
+// it back, at once or from JSON text.
 //
-// An archiver is empty until the first write, or the text that is loaded, makes
-// it a scalar, an array or an object; only fromString() changes that. Elements
-// are appended one past the last or replaced, a field is written once. Data is
-// JSON text in the dialect of JsonReader, kept as one scalar even where it is
-// an array or object; a string is kept as it is. Fields are enumerated in the
-// order of a hash map, as those of JObject are.
+// - An archiver is empty at first. The first write, or a loaded text, makes it
+//   a scalar, an array or an object; only fromString() changes that.
+// - An element is appended one past the last, or replaced. A field is written
+//   once.
+// - Data is JSON text in the dialect of JsonReader, and is one scalar, also if
+//   it is an array or object. A string is kept as it is.
+// - Fields are enumerated in the order of a hash map, as members of JObject
+//   are.
 //
-// The archivers that its operations return belong to the archiver. They stay
-// valid until their index, or that of a container around them, is written
-// again, fromString() is called or the archiver is destroyed.
+// The archiver owns the archivers that its operations return. They are valid
+// until their index, or that of a container around them, is written again,
+// until fromString(), or until the archiver is destroyed.
 //
-// Writes throw JsonException as listed above; data that cannot be parsed for
-// want of memory counts as malformed. With exhausted memory every other
-// operation but fromString() throws std::bad_alloc, or lang::Exception ("access
-// null") while the object monitor traces. A write that throws changes nothing,
-// but an empty archiver mostly is of its kind then. Reads of another kind find
-// nothing and throw nothing.
+// Writes throw JsonException as listed above. A failed write changes nothing,
+// with one exception: the first write fixes the kind of the archiver even if it
+// fails. Reads of another kind find nothing and do not throw.
 //
-// What is written by hand may be nested deeper than a text may be, and strings
-// may hold NUL bytes, which a text cannot: such content is rendered, but not
-// loaded again.
+// Out of memory: data counts as malformed if parsing it fails. Every other
+// operation except fromString() throws std::bad_alloc, or, while the object
+// monitor traces, also lang::Exception ("access null").
+//
+// Written content may have more levels than a text, and strings with NUL bytes.
+// It is rendered, but cannot be loaded again.
 class __attribute__((visibility("default"))) JsonArchiver
     : public io::IArchiver {
  public:
@@ -61,11 +63,12 @@ class __attribute__((visibility("default"))) JsonArchiver
   JsonArchiver& operator=(const JsonArchiver&) = delete;
   ~JsonArchiver() override;
 
-  // Drops the content, then loads the text: an object or array becomes an
-  // archiver of that kind, with an archiver for each value in it, anything else
-  // a scalar. False for null, for malformed text and where the reader found no
-  // memory; the archiver is then empty. Throws std::bad_alloc when memory is
-  // exhausted behind the reader; the archiver is empty then, too.
+  // Drops the content, then loads the text. An object or array becomes an
+  // archiver of that kind, with an archiver for each value in it; any other
+  // value a scalar. Returns true on success. Returns false if the text is null
+  // or malformed, or when memory is exhausted while it is read. Throws
+  // std::bad_alloc when memory is exhausted afterwards. The archiver is empty
+  // after each failure.
   bool fromString(const char* text);
 
   // The same with the text of a string, up to its first NUL byte.
@@ -75,8 +78,8 @@ class __attribute__((visibility("default"))) JsonArchiver
     return fromString(text.c_str());
   }
 
-  // The same; the fault says why and where a text was not read, as that of
-  // JsonReader does. It is NoMemory where these throw.
+  // The same; the fault tells why and where a text was not read, as in
+  // JsonReader. It is NoMemory if the call throws.
   bool fromString(const char* text, JsonFault& fault);
   bool fromString(const SafeString& text, JsonFault& fault) {
     return fromString(text.c_str(), fault);
@@ -93,8 +96,8 @@ class __attribute__((visibility("default"))) JsonArchiver
   // Whether the archiver is not empty.
   bool isValid() const;
 
-  // The content as JSON text, on indented lines or on a single one; empty when
-  // the archiver is.
+  // Return the content as JSON text, on indented lines or on a single one. An
+  // empty archiver gives an empty text.
   SafeString format() const;
   SafeString compress() const;
 
@@ -113,8 +116,8 @@ class __attribute__((visibility("default"))) JsonArchiver
   io::IArchiver* writeArrayByField(const SafeString& field) override;
   io::IArchiver* writeObjectByField(const SafeString& field) override;
 
-  // A string's characters, without quotes or escapes, and any other scalar as
-  // compressed JSON text.
+  // Replaces out by the characters of a string, without quotes or escapes, or
+  // by the compressed JSON text of any other scalar.
   bool read(SafeString& out) override;
   io::IArchiver* readByIndex(unsigned int index) override;
   io::IArchiver* readByField(const SafeString& field) override;
@@ -124,7 +127,7 @@ class __attribute__((visibility("default"))) JsonArchiver
   std::vector<SafeString, debug::Allocator<SafeString>> fields() const override;
 
  private:
-  // Replaces the content by that of the value; null makes the archiver empty.
+  // Replaces the content by a copy of the value; null empties the archiver.
   void load(const JBase* value);
 
   JsonArchiverPrivate* private_;

@@ -6,10 +6,10 @@
 
 namespace vorn::foundation::json {
 
-// Why and where a text was not read. Holds no memory of its own.
+// The reason and the place where reading a text failed. Owns no memory.
 struct JsonFault {
-  // None: it was read. NoText: the text was null. Malformed: the parser refused
-  // it. NoMemory: any other failure; no place and no texts are set then.
+  // None: the text was read. NoText: it was null. Malformed: the parser refused
+  // it. NoMemory: any other failure; place and texts are not set.
   enum class Kind { None, NoText, Malformed, NoMemory };
 
   Kind kind = Kind::None;
@@ -19,8 +19,8 @@ struct JsonFault {
   char message[64] = "";              // "field not combined with ':'"
 };
 
-// Sets the offset, and the line and column that it has in the text. LF, CR and
-// CR LF each end a line. REQUIRES: text has at least offset bytes.
+// Sets the offset, and its line and column in the text. LF, CR and CR LF each
+// end a line. REQUIRES: text has at least offset bytes.
 inline void SetPlace(JsonFault& fault, const char* text, std::size_t offset) {
   const char* const end = text + offset;
   const char* line = text;

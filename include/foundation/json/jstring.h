@@ -9,9 +9,9 @@ namespace vorn::foundation::json {
 
 class Access;
 
-// A string of any bytes, the byte 0 included; no encoding is checked.
+// A string of any bytes, also the byte 0. No encoding is checked.
 //
-// What copies a text throws std::bad_alloc when there is no memory for it; a
+// Functions that copy a text throw std::bad_alloc when memory is exhausted; a
 // setter that fails leaves the former text.
 class __attribute__((visibility("default"))) JString
     : public JTypeBase<JType::String> {
@@ -22,18 +22,18 @@ class __attribute__((visibility("default"))) JString
   // A copy of the text.
   explicit JString(const SafeString& text);
 
-  // Takes the text over without a copy.
+  // Takes the bytes of the text; a long text is not copied.
   explicit JString(SafeString&& text);
   ~JString() override;
 
-  // A copy of the text.
+  // Returns a copy of the text.
   SafeString value() const;
 
-  // The text itself. The string keeps ownership; valid until setValue() or
-  // until the string is destroyed.
+  // Returns the text. The string keeps ownership; valid until setValue() or the
+  // end of the string.
   std::string_view view() const;
 
-  // Replaces the text by a copy of the given one.
+  // Replaces the text by a copy of text.
   void setValue(const SafeString& text);
 
   JBase* clone() const override;
