@@ -8,8 +8,8 @@
 
 namespace vorn::foundation::debug {
 
-// The allocator of every string and every container. Its memory comes from the
-// memory monitor. It has no state, so all allocators are equal.
+/// The allocator of every string and every container. Its memory comes from the
+/// memory monitor. It has no state, so all allocators are equal.
 template <class T>
 class __attribute__((visibility("default"))) Allocator {
  public:
@@ -19,10 +19,10 @@ class __attribute__((visibility("default"))) Allocator {
   template <class U>
   Allocator(const Allocator<U>&) noexcept {}
 
-  // Returns memory for count objects; only for a count of 0 may it be null. The
-  // caller owns the memory and releases it with deallocate(). Throws
-  // std::bad_alloc when no memory is left, or when the byte count does not fit
-  // into an unsigned int.
+  /// Returns memory for count objects; only for a count of 0 may it be null.
+  /// The caller owns the memory and releases it with deallocate(). Throws
+  /// std::bad_alloc when no memory is left, or when the byte count does not fit
+  /// into an unsigned int.
   T* allocate(std::size_t count) {
     if (count > std::numeric_limits<unsigned int>::max() / sizeof(T)) {
       throw std::bad_alloc();
@@ -32,7 +32,7 @@ class __attribute__((visibility("default"))) Allocator {
     return static_cast<T*>(static_cast<void*>(block));
   }
 
-  // Releases memory. REQUIRES: allocate() returned it for the same count.
+  /// Releases memory. REQUIRES: allocate() returned it for the same count.
   void deallocate(T* memory, std::size_t count) noexcept {
     void* block = memory;
     MemoryMonitor::Dealloc(static_cast<unsigned char*>(block),

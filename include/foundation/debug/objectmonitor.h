@@ -5,100 +5,101 @@
 
 namespace vorn::foundation::debug {
 
-// The memory block of an object, which the object monitor returns when the
-// object is released.
+/// The memory block of an object, which the object monitor returns when the
+/// object is released.
 struct LeakInfo {
-  unsigned char* address;  // of the block, as _Alloc() returned it
-  unsigned int size;       // in bytes, as reported to _IncLeak()
+  unsigned char* address;  ///< of the block, as _Alloc() returned it
+  unsigned int size;       ///< in bytes, as reported to _IncLeak()
 };
 
-// The layout of a report: columns for a reader, or, for a program, fields
-// between tabs with their names in the first line.
+/// The layout of a report: columns for a reader, or, for a program, fields
+/// between tabs with their names in the first line.
 enum class ReportLayout { Text, Tabs };
 
-// Keeps the list of live objects, each with the source file, line and function
-// that created it, so that a leak is traced to its origin. While tracing is on,
-// the monitor also supplies the memory of the objects, and checks each block
-// when it is released. Programs use Create() and Destroy() of tracked.h, which
-// make these calls in the right order.
-//
-// Safe to call from several threads. Recording and releasing an object take no
-// lock if its tag is known and its address is one of malloc's.
-//
-// The list allocates 8 KiB for each 128 KiB of memory (64 KiB on 32 bits) that
-// an object has been in, and never releases them. An object at an address that
-// is none of malloc's may take an entry of its own.
-//
-// The monitor finds a tag by the addresses of its texts, its line and the size
-// of the object, and prints copies of the texts, made when the tag is first
-// used. The texts must not change, and may go when their library is unloaded. A
-// library that is loaded in its place later is counted under the former tags
-// where addresses, line and size are the same. Tags beyond the 32,767th are
-// counted together, as "more tags".
+/// Keeps the list of live objects, each with the source file, line and function
+/// that created it, so that a leak is traced to its origin. While tracing is
+/// on, the monitor also supplies the memory of the objects, and checks each
+/// block when it is released. Programs use Create() and Destroy() of tracked.h,
+/// which make these calls in the right order.
+///
+/// Safe to call from several threads. Recording and releasing an object take no
+/// lock if its tag is known and its address is one of malloc's.
+///
+/// The list allocates 8 KiB for each 128 KiB of memory (64 KiB on 32 bits) that
+/// an object has been in, and never releases them. An object at an address that
+/// is none of malloc's may take an entry of its own.
+///
+/// The monitor finds a tag by the addresses of its texts, its line and the size
+/// of the object, and prints copies of the texts, made when the tag is first
+/// used. The texts must not change, and may go when their library is unloaded.
+/// A library that is loaded in its place later is counted under the former tags
+/// where addresses, line and size are the same. Tags beyond the 32,767th are
+/// counted together, as "more tags".
 class __attribute__((visibility("default"))) ObjectMonitor {
  public:
-  // Whether tracing is on. It must not change while an object is alive.
+  /// Whether tracing is on. It must not change while an object is alive.
   static bool _IsTrace();
 
-  // Returns a block of that many bytes, aligned for any type, or null when no
-  // memory is left. The caller owns the block and releases it with _Dealloc().
+  /// Returns a block of that many bytes, aligned for any type, or null when no
+  /// memory is left. The caller owns the block and releases it with _Dealloc().
   static unsigned char* _Alloc(unsigned int size);
 
-  // Releases a block; null is ignored. Does not throw. Ends the process with a
-  // message on standard error if the block was written past its end or has
-  // another size. REQUIRES: _Alloc(size) returned the address.
+  /// Releases a block; null is ignored. Does not throw. Ends the process with a
+  /// message on standard error if the block was written past its end or has
+  /// another size. REQUIRES: _Alloc(size) returned the address.
   static void _Dealloc(unsigned char* address, unsigned int size);
 
-  // Records a live object with its creation tag and size; null is ignored, and
-  // a null text is an empty one. Throws std::bad_alloc when there is no memory
-  // for the list or the tag; the object is then not recorded.
+  /// Records a live object with its creation tag and size; null is ignored, and
+  /// a null text is an empty one. Throws std::bad_alloc when there is no memory
+  /// for the list or the tag; the object is then not recorded.
   static void _IncLeak(void* object, const char* file, int line,
                        const char* function, unsigned int size);
 
-  // Record the release of an object, without and with a tag. A release of an
-  // object that is not in the list is counted and otherwise ignored.
+  /// Record the release of an object, without and with a tag. A release of an
+  /// object that is not in the list is counted and otherwise ignored.
   static void _DecLeak(void* object);
   static void _DecLeakEx(void* object, const char* file, int line,
                          const char* function);
 
-  // The same for an object in a block of _Alloc(): also return the block, or a
-  // null address if the object is not in the list. The caller releases the
-  // block.
+  /// The same for an object in a block of _Alloc(): also return the block, or a
+  /// null address if the object is not in the list. The caller releases the
+  /// block.
   static LeakInfo _DecLeakInfo(void* object);
   static LeakInfo _DecLeakInfoEx(void* object, const char* file, int line,
                                  const char* function);
 
-  // Turns tracing on or off; it is off at first. Call it only while no object
-  // is alive.
+  /// Turns tracing on or off; it is off at first. Call it only while no object
+  /// is alive.
   static void SetTrace(bool trace);
 
-  // Count the live objects, and the bytes of their blocks.
+  /// Count the live objects, and the bytes of their blocks.
   static std::size_t LiveCount();
   static std::size_t LiveBytes();
 
-  // Writes one line for each creation tag that has live objects (file, line,
-  // function, objects, bytes), then the totals, then the number of releases of
-  // objects that were not in the list, if there were any. Throws std::bad_alloc
-  // when memory is exhausted, and then writes nothing. What other threads do
-  // meanwhile may be counted in part.
+  /// Writes one line for each creation tag that has live objects (file, line,
+  /// function, objects, bytes), then the totals, then the number of releases of
+  /// objects that were not in the list, if there were any. Throws
+  /// std::bad_alloc when memory is exhausted, and then writes nothing. What
+  /// other threads do meanwhile may be counted in part.
   static void Report(std::ostream& out);
 
-  // Keeps the present counts under a copy of the name, in the place of a former
-  // mark of that name. Takes 24 bytes (16 on 32 bits) for each creation tag so
-  // far, until the name is used again. Throws std::bad_alloc when memory is
-  // exhausted; the former mark stays then. REQUIRES: name is not null.
+  /// Keeps the present counts under a copy of the name, in the place of a
+  /// former mark of that name. Takes 24 bytes (16 on 32 bits) for each creation
+  /// tag so far, until the name is used again. Throws std::bad_alloc when
+  /// memory is exhausted; the former mark stays then. REQUIRES: name is not
+  /// null.
   static void Mark(const char* name);
 
-  // Writes what has changed since the mark of that name, or since the start of
-  // the program if the name is null:
-  // - a line for each creation tag with live objects or a change: live objects
-  //   and their bytes, the change of both, and the objects made and freed
-  //   since; the line with the most growth in bytes comes first;
-  // - the totals;
-  // - the releases of objects that were not in the list.
-  // Returns false, and writes nothing, if there is no such mark. Throws
-  // std::bad_alloc when memory is exhausted, and then writes nothing. What
-  // other threads do meanwhile may be counted in part.
+  /// Writes what has changed since the mark of that name, or since the start of
+  /// the program if the name is null:
+  /// - a line for each creation tag with live objects or a change: live objects
+  ///   and their bytes, the change of both, and the objects made and freed
+  ///   since; the line with the most growth in bytes comes first;
+  /// - the totals;
+  /// - the releases of objects that were not in the list.
+  /// Returns false, and writes nothing, if there is no such mark. Throws
+  /// std::bad_alloc when memory is exhausted, and then writes nothing. What
+  /// other threads do meanwhile may be counted in part.
   static bool Report(std::ostream& out, const char* mark,
                      ReportLayout layout = ReportLayout::Text);
 };

@@ -9,20 +9,20 @@
 
 namespace vorn::foundation::debug {
 
-// The place in a program that creates or releases an object. The texts must be
-// string literals, or stay as they are while the tag is in use.
+/// The place in a program that creates or releases an object. The texts must be
+/// string literals, or stay as they are while the tag is in use.
 struct Tag {
   const char* file;
   int line;
   const char* function;
 };
 
-// Returns memory for an object; null is possible while the monitor traces.
+/// Returns memory for an object; null is possible while the monitor traces.
 inline void* Allocate(unsigned int size, bool traced) {
   return traced ? ObjectMonitor::_Alloc(size) : ::operator new(size);
 }
 
-// Gives the memory of an object back to where it came from.
+/// Gives the memory of an object back to where it came from.
 inline void GiveBack(void* block, unsigned int size, bool traced) {
   if (traced) {
     ObjectMonitor::_Dealloc(static_cast<unsigned char*>(block), size);
@@ -31,12 +31,12 @@ inline void GiveBack(void* block, unsigned int size, bool traced) {
   }
 }
 
-// Records a new object, or null, which stands at the start of its block. When
-// the monitor throws, the object is destroyed and the block given back. One
-// function serves all classes with the same base.
-//
-// Not inlined: containers construct their children within Create(), whose frame
-// must not hold what is only needed here.
+/// Records a new object, or null, which stands at the start of its block. When
+/// the monitor throws, the object is destroyed and the block given back. One
+/// function serves all classes with the same base.
+///
+/// Not inlined: containers construct their children within Create(), whose
+/// frame must not hold what is only needed here.
 template <class Base>
 [[gnu::noinline]] void Record(Base* object, void* block, unsigned int size,
                               const Tag& tag, bool traced) {
@@ -56,11 +56,11 @@ template <class Base>
   unrecorded.object = nullptr;
 }
 
-// Creates a T from the arguments and records it under the tag. The caller owns
-// the result and releases it with dispose() where T has it, else with
-// Destroy(). When memory is exhausted, the result is null with tracing on, and
-// std::bad_alloc is thrown with tracing off. What the constructor or the
-// monitor throws passes on, and nothing is left behind.
+/// Creates a T from the arguments and records it under the tag. The caller owns
+/// the result and releases it with dispose() where T has it, else with
+/// Destroy(). When memory is exhausted, the result is null with tracing on, and
+/// std::bad_alloc is thrown with tracing off. What the constructor or the
+/// monitor throws passes on, and nothing is left behind.
 template <class T, class... Arguments>
 T* Create(const Tag& tag, Arguments&&... arguments) {
   using Base = std::conditional_t<std::is_convertible_v<T*, lang::Interface*>,
@@ -80,8 +80,8 @@ T* Create(const Tag& tag, Arguments&&... arguments) {
   return created;
 }
 
-// The address under which Create() recorded the object: that of the whole
-// object, which a base of it need not have.
+/// The address under which Create() recorded the object: that of the whole
+/// object, which a base of it need not have.
 template <class T>
 void* Recorded(T* object) {
   if constexpr (std::is_polymorphic_v<T>) {
@@ -91,9 +91,9 @@ void* Recorded(T* object) {
   }
 }
 
-// Reports the release of an object that Create() made, under the tag, and then
-// destroys it and gives its memory back. A class that has a virtual destructor
-// may be released through any of its bases. Null is ignored.
+/// Reports the release of an object that Create() made, under the tag, and then
+/// destroys it and gives its memory back. A class that has a virtual destructor
+/// may be released through any of its bases. Null is ignored.
 template <class T>
 void Destroy(T* object, const Tag& tag) {
   if (object == nullptr) return;
@@ -109,7 +109,7 @@ void Destroy(T* object, const Tag& tag) {
   }
 }
 
-// The same without a tag.
+/// The same without a tag.
 template <class T>
 void Destroy(T* object) {
   if (object == nullptr) return;

@@ -11,7 +11,7 @@
 
 namespace vorn::foundation::generic {
 
-// Throws the exception of a ScopedPointer that is used while it holds nothing.
+/// Throws the exception of a ScopedPointer that is used while it holds nothing.
 [[noreturn]] inline void ThrowAccessNull(const char* type_name) {
   SafeString where("vorn.foundation.generic.ScopedPointer<");
   where += type_name;
@@ -19,37 +19,38 @@ namespace vorn::foundation::generic {
   throw lang::Exception(where.c_str(), "access null");
 }
 
-// Owns one object, or none, and releases it at the end of its own scope: an
-// IDisposable by dispose(), any other object by debug::Destroy(). It guards an
-// object while steps that may throw complete it. REQUIRES: T is complete where
-// the pointer is destroyed.
+/// Owns one object, or none, and releases it at the end of its own scope: an
+/// IDisposable by dispose(), any other object by debug::Destroy(). It guards an
+/// object while steps that may throw complete it. REQUIRES: T is complete where
+/// the pointer is destroyed.
 template <class T>
 class __attribute__((visibility("default"))) ScopedPointer {
  public:
-  // Takes ownership of object, which debug::Create() or clone() made; null
-  // makes an empty pointer.
+  /// Takes ownership of object, which debug::Create() or clone() made; null
+  /// makes an empty pointer.
   explicit ScopedPointer(T* object = nullptr) : object_(object) {}
   ScopedPointer(const ScopedPointer&) = delete;
   ScopedPointer& operator=(const ScopedPointer&) = delete;
   ~ScopedPointer() { Release(object_); }
 
-  // Returns the object. Throws lang::Exception ("access null") if there is
-  // none; its where() names T by typeid. The pointer keeps ownership; valid
-  // until the pointer is reset or destroyed.
+  /// Returns the object. Throws lang::Exception ("access null") if there is
+  /// none; its where() names T by typeid. The pointer keeps ownership; valid
+  /// until the pointer is reset or destroyed.
   T* operator->() const {
     if (object_ == nullptr) ThrowAccessNull(typeid(T).name());
     return object_;
   }
 
-  // Returns the object, or null. The pointer keeps ownership; valid until the
-  // pointer is reset or destroyed.
+  /// Returns the object, or null. The pointer keeps ownership; valid until the
+  /// pointer is reset or destroyed.
   T* get() const { return object_; }
 
-  // Returns the object, or null, and is empty then. The caller owns the result.
+  /// Returns the object, or null, and is empty then. The caller owns the
+  /// result.
   T* release() { return std::exchange(object_, nullptr); }
 
-  // Takes ownership of object, which may be null, then releases the former
-  // object.
+  /// Takes ownership of object, which may be null, then releases the former
+  /// object.
   void reset(T* object = nullptr) { Release(std::exchange(object_, object)); }
 
   explicit operator bool() const { return object_ != nullptr; }

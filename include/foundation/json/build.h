@@ -6,22 +6,22 @@
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/view.h>
 
-// Trees of plain values:
-//
-//   auto pump = MakeObject(Here(), "name", "pump 7",
-//                          "limits", MakeArray(Here(), 0.5, 1000u));
-//   Set(Here(), *pump.get(), "last", nullptr);
-//
-// A value is a bool, a number, a text of any string class, nullptr, a View,
-// which is copied, or the result of MakeObject() or MakeArray(), which is taken
-// over: a named one by std::move. A null const char*, an absent View and an
-// empty ScopedPointer are null; as a key, a null const char* is the empty text.
-// All but copies has the tag. Exhausted memory throws std::bad_alloc, also
-// while the object monitor traces. Nothing is left behind, and all is as it
-// was; of several members, those in front are set.
+/// Trees of plain values:
+///
+///     auto pump = MakeObject(Here(), "name", "pump 7",
+///                            "limits", MakeArray(Here(), 0.5, 1000u));
+///     Set(Here(), *pump.get(), "last", nullptr);
+///
+/// A value is a bool, a number, a text of any string class, nullptr, a View,
+/// which is copied, or the result of MakeObject() or MakeArray(), which is
+/// taken over: a named one by std::move. A null const char*, an absent View and
+/// an empty ScopedPointer are null; as a key, a null const char* is the empty
+/// text. All but copies has the tag. Exhausted memory throws std::bad_alloc,
+/// also while the object monitor traces. Nothing is left behind, and all is as
+/// it was; of several members, those in front are set.
 namespace vorn::foundation::json {
 
-// The tag of the line that the call stands in.
+/// The tag of the line that the call stands in.
 constexpr debug::Tag Here(const char* file = __builtin_FILE(),
                           int line = __builtin_LINE(),
                           const char* function = __builtin_FUNCTION()) {
@@ -29,7 +29,7 @@ constexpr debug::Tag Here(const char* file = __builtin_FILE(),
 }
 
 namespace json_internal {
-// The text of any string class. That of a null pointer is empty.
+/// The text of any string class. That of a null pointer is empty.
 inline std::string_view ToView(std::string_view text) { return text; }
 std::string_view ToView(std::nullptr_t) = delete;
 template <class T, class = std::enable_if_t<std::is_same_v<T, char>>>
@@ -53,14 +53,14 @@ T* New(const debug::Tag& tag, Arguments&&... arguments) {
   return Checked(debug::Create<T>(tag, std::forward<Arguments>(arguments)...));
 }
 
-// What it throws while the object monitor traces is for want of memory, too.
+/// What it throws while the object monitor traces is for want of memory, too.
 inline JBase* Copy(const JBase* value) try {
   return Checked(value->clone());
 } catch (const lang::Exception&) {
   throw std::bad_alloc();
 }
 
-// Creates what the value stands for. The caller owns the result.
+/// Creates what the value stands for. The caller owns the result.
 template <class Value>
 JBase* Create(const debug::Tag& tag, Value&& value) {
   using T = std::decay_t<Value>;
@@ -80,7 +80,7 @@ JBase* Create(const debug::Tag& tag, Value&& value) {
   }
 }
 
-// Has take() hand the value over to a container.
+/// Has take() hand the value over to a container.
 template <class Value, class Take>
 void Give(const debug::Tag& tag, Value&& value, Take take) {
   generic::ScopedPointer<JBase> made(Create(tag, std::forward<Value>(value)));
@@ -96,7 +96,7 @@ void Give(const debug::Tag& tag, generic::ScopedPointer<T>&& value, Take take) {
 
 }  // namespace json_internal
 
-// Sets members of the object: a key, its value, a key and so on.
+/// Sets members of the object: a key, its value, a key and so on.
 template <class... Keys>
 void Set(const debug::Tag&, JObject&, const Keys&...) {
   static_assert(sizeof...(Keys) == 0, "the last key has no value");
@@ -110,7 +110,7 @@ void Set(const debug::Tag& tag, JObject& object, const Key& key, Value&& value,
   Set(tag, object, std::forward<More>(more)...);
 }
 
-// Adds an element behind the last.
+/// Adds an element behind the last.
 template <class Value>
 void Append(const debug::Tag& tag, JArray& array, Value&& value) {
   json_internal::Give(tag, std::forward<Value>(value),

@@ -8,32 +8,32 @@
 
 namespace vorn::foundation::json {
 
-// The stream that a tree writes its text to, and the layout of the text. Every
-// value writes itself with toString(Context&). Containers raise depth while
-// their children write themselves, and restore it.
-//
-// A value class of your own finds all text written so far in the stream, and
-// may use it like any string stream.
-//
-// The stream throws if it cannot take a text, so exhausted memory is not
-// missed.
+/// The stream that a tree writes its text to, and the layout of the text. Every
+/// value writes itself with toString(Context&). Containers raise depth while
+/// their children write themselves, and restore it.
+///
+/// A value class of your own finds all text written so far in the stream, and
+/// may use it like any string stream.
+///
+/// The stream throws if it cannot take a text, so exhausted memory is not
+/// missed.
 class __attribute__((visibility("default"))) Context {
  public:
   explicit Context(bool compressed = false) : compress(compressed) {
     stream.exceptions(std::ios_base::badbit | std::ios_base::failbit);
   }
 
-  // Collects the text.
+  /// Collects the text.
   std::basic_ostringstream<char, std::char_traits<char>, debug::Allocator<char>>
       stream;
 
-  // The character of the indentation, four for each level.
+  /// The character of the indentation, four for each level.
   char indentChar = ' ';
 
-  // The number of containers around the value that is being written.
+  /// The number of containers around the value that is being written.
   int depth = 0;
 
-  // Whether the text is a single line without blanks.
+  /// Whether the text is a single line without blanks.
   bool compress;
 };
 

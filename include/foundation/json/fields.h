@@ -8,24 +8,25 @@
 #include <foundation/json/jnumber.h>
 #include <foundation/lang/exception.h>
 
-// Objects that list their fields once, to be loaded and saved by an archiver:
-//
-//   template <class Fields>
-//   void list(Fields& fields) {
-//     fields.required("name", name);
-//     fields.optional("pin", pin, 0, 63);  // if it is missing, pin stays
-//   }
-//
-// A field is a bool, a number, maybe with a range, a SafeString or std::string,
-// an object that lists its own fields, or a std::vector of these. An archiver
-// does not tell 5 from "5": either is a number and a text, and null is neither.
+/// Objects that list their fields once, to be loaded and saved by an archiver:
+///
+///     template <class Fields>
+///     void list(Fields& fields) {
+///       fields.required("name", name);
+///       fields.optional("pin", pin, 0, 63);  // if it is missing, pin stays
+///     }
+///
+/// A field is a bool, a number, maybe with a range, a SafeString or
+/// std::string, an object that lists its own fields, or a std::vector of these.
+/// An archiver does not tell 5 from "5": either is a number and a text, and
+/// null is neither.
 namespace vorn::foundation::json {
 
 namespace json_internal {
 using Name = const char*;
 using Text = const SafeString&;
 
-// A field is not as listed. No other exception is changed on its way.
+/// A field is not as listed. No other exception is changed on its way.
 struct FieldFault : lang::Exception {
   using lang::Exception::Exception;
 };
@@ -34,7 +35,7 @@ inline void Expect(bool met, Text expected) {
   if (!met) throw FieldFault("", ("expected " + expected).c_str());
 }
 
-// Loads what is at a place, and puts that in front of the place of a fault.
+/// Loads what is at a place, and puts that in front of the place of a fault.
 template <class Load>
 void At(Text place, io::IArchiver* from, Load load) try {
   if (from == nullptr) throw FieldFault("", "is missing");
@@ -108,7 +109,7 @@ struct Saver {
     required(name, value);
   }
 
-  // Saves the field of that name, or the element at that index.
+  /// Saves the field of that name, or the element at that index.
   template <class Key, class T, class... Range>
   void required(Key key, const T& value, Range...) {
     if constexpr (std::is_convertible_v<T, std::string_view>) {
@@ -141,15 +142,15 @@ struct Saver {
 
 }  // namespace json_internal
 
-// Loads an object of that name. For a field that is not as listed it throws
-// lang::Exception("settings.sensors[0].pin", "is missing"); the rest stays.
+/// Loads an object of that name. For a field that is not as listed it throws
+/// lang::Exception("settings.sensors[0].pin", "is missing"); the rest stays.
 template <class T>
 void LoadFields(io::IArchiver& from, const char* name, T& object) {
   json_internal::At(name, &from,
                     [&](auto& at) { json_internal::Loader{at}.load(object); });
 }
 
-// Saves the object. Throws what the archiver throws.
+/// Saves the object. Throws what the archiver throws.
 template <class T>
 void SaveFields(io::IArchiver& to, const T& object) {
   json_internal::Saver members{*to.writeObject()};

@@ -15,9 +15,9 @@
 
 namespace vorn::foundation::json {
 
-// Why a file was not read or saved: a fault in its text, or else an errno and
-// the step that failed, "open", "read", "write", "sync" or "rename". Exhausted
-// memory is both, with ENOMEM.
+/// Why a file was not read or saved: a fault in its text, or else an errno and
+/// the step that failed, "open", "read", "write", "sync" or "rename". Exhausted
+/// memory is both, with ENOMEM.
 struct FileFault {
   JsonFault text;
   int error = 0;
@@ -25,7 +25,7 @@ struct FileFault {
 };
 
 namespace json_internal {  // POSIX, with exceptions
-// Does the work. False, with the fault set, where that throws.
+/// Does the work. False, with the fault set, where that throws.
 template <class Work>
 bool Try(FileFault& fault, const char* step, Work work) try {
   fault = FileFault();
@@ -42,7 +42,7 @@ bool Try(FileFault& fault, const char* step, Work work) try {
   throw FileFault{JsonFault(), error, step};
 }
 
-// Makes a system call, again where a signal interrupts it.
+/// Makes a system call, again where a signal interrupts it.
 template <class Call>
 auto Do(const char* step, Call call) {
   auto result = call();
@@ -51,8 +51,8 @@ auto Do(const char* step, Call call) {
   return result;
 }
 
-// An open file. With a mode, a new one in a folder, which is removed at the
-// end, unless rename() was called.
+/// An open file. With a mode, a new one in a folder, which is removed at the
+/// end, unless rename() was called.
 class File {
  public:
   File(const char* path, int flags)
@@ -89,7 +89,7 @@ inline void CheckRegular(mode_t mode) {
   if (!S_ISREG(mode)) Fail(S_ISDIR(mode) ? EISDIR : EINVAL, "open");
 }
 
-// The file that the path names, or would name, behind all symbolic links.
+/// The file that the path names, or would name, behind all symbolic links.
 inline SafeString Follow(const char* name) {
   if (name == nullptr || *name == '\0') Fail(name ? ENOENT : EFAULT, "open");
   SafeString path(name);
@@ -146,8 +146,8 @@ inline void Save(const SafeString& path, std::string_view text,
 
 }  // namespace json_internal
 
-// Reads a regular file of at most so many bytes into a JsonReader, or into a
-// JsonArchiver. Otherwise that is empty, and the fault says why.
+/// Reads a regular file of at most so many bytes into a JsonReader, or into a
+/// JsonArchiver. Otherwise that is empty, and the fault says why.
 template <class Reader>
 bool ReadFile(const char* path, std::size_t most, Reader& reader,
               FileFault& fault) {
@@ -165,10 +165,10 @@ bool ReadFile(const char* path, std::size_t most, Reader& reader,
   });
 }
 
-// Saves the value, formatted, and a line feed. Whatever fails, also power, the
-// former file or the whole new one is there, with the same mode. A symbolic
-// link is followed; only a regular file is replaced. After "sync" alone may the
-// new file be there though the result is false.
+/// Saves the value, formatted, and a line feed. Whatever fails, also power, the
+/// former file or the whole new one is there, with the same mode. A symbolic
+/// link is followed; only a regular file is replaced. After "sync" alone may
+/// the new file be there though the result is false.
 inline bool SaveFile(const char* path, const JBase& value, FileFault& fault) {
   return json_internal::Try(fault, "write", [&] {
     json_internal::Save(json_internal::Follow(path), JsonReader::Format(&value),

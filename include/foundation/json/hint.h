@@ -8,8 +8,8 @@
 namespace vorn::foundation::json {
 
 namespace json_internal {
-// What is not closed in a text that the parser took: a string, or the innermost
-// container, by its first byte. Else npos. A container began before, at open.
+/// The first byte of what is not closed in a text that the parser took: a
+/// string or the innermost container; else npos. open: a container before it.
 inline std::size_t Unclosed(std::string_view text, std::size_t& at,
                             std::size_t open) {
   while (at < text.size()) {
@@ -30,8 +30,8 @@ inline std::size_t Unclosed(std::string_view text, std::size_t& at,
   return open;
 }
 
-// What the parser's message has in it, one of the bytes at the fault ("" for
-// any), and what the text has there. The first that fits is meant.
+/// What the parser's message has in it, one of the bytes at the fault ("" for
+/// any), and what the text has there. The first that fits is meant.
 struct Mistake {
   std::string_view message, bytes, text;
   const char* hint;
@@ -62,9 +62,9 @@ inline constexpr Mistake kMistakes[] = {
 
 }  // namespace json_internal
 
-// One sentence of help, without a full stop, for the common mistakes; empty
-// where there is nothing to say. Throws std::bad_alloc when memory is
-// exhausted. REQUIRES: the fault is of this text. A const char* ends at a NUL.
+/// One sentence of help, without a full stop, for the common mistakes; empty
+/// where there is nothing to say. Throws std::bad_alloc when memory is
+/// exhausted. REQUIRES: the fault is of this text. A const char* ends at a NUL.
 inline SafeString Hint(const JsonFault& fault, std::string_view text) {
   if (fault.kind != JsonFault::Kind::Malformed) return SafeString();
   std::string_view taken = text.substr(0, fault.offset);

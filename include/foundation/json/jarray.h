@@ -6,45 +6,45 @@ namespace vorn::foundation::json {
 
 class Access;
 
-// A sequence of values. The array owns its elements and disposes an element
-// when it is replaced, and all when the array is cleared or destroyed. No
-// element is null.
-//
-// REQUIRES: a value that the array takes is in no other container, and not in
-// this array already. The caller must not dispose it afterwards.
+/// A sequence of values. The array owns its elements and disposes an element
+/// when it is replaced, and all when the array is cleared or destroyed. No
+/// element is null.
+///
+/// REQUIRES: a value that the array takes is in no other container, and not in
+/// this array already. The caller must not dispose it afterwards.
 class __attribute__((visibility("default"))) JArray
     : public JTypeBase<JType::Array> {
  public:
-  // The empty array. It needs no memory.
+  /// The empty array. It needs no memory.
   JArray();
   ~JArray() override;
 
-  // Adds value behind the last element. Takes ownership of value; null is
-  // ignored. Throws std::bad_alloc when memory is exhausted; then nothing
-  // changes and the caller still owns value. The first two elements need no
-  // memory.
+  /// Adds value behind the last element. Takes ownership of value; null is
+  /// ignored. Throws std::bad_alloc when memory is exhausted; then nothing
+  /// changes and the caller still owns value. The first two elements need no
+  /// memory.
   void append(JBase* value);
 
-  // Return the element at the index, or null if the index is past the last. The
-  // array keeps ownership; valid until the element is replaced or the array is
-  // cleared or destroyed.
+  /// Return the element at the index, or null if the index is past the last.
+  /// The array keeps ownership; valid until the element is replaced or the
+  /// array is cleared or destroyed.
   JBase* at(unsigned int index);
   JBase* at(unsigned int index) const;
 
-  // Disposes the element at the index, puts value in its place and returns
-  // true. If the index is past the last, disposes value and returns false. If
-  // value is null, does nothing and returns false. Takes ownership of value in
-  // every case.
+  /// Disposes the element at the index, puts value in its place and returns
+  /// true. If the index is past the last, disposes value and returns false. If
+  /// value is null, does nothing and returns false. Takes ownership of value in
+  /// every case.
   bool setValue(unsigned int index, JBase* value);
 
   unsigned int length() const;
   bool empty() const;
 
-  // Disposes every element, first to last, and releases the storage.
+  /// Disposes every element, first to last, and releases the storage.
   void clear();
 
-  // Removes every element without disposing it, and releases the storage. The
-  // caller owns the elements: take their pointers with at() before.
+  /// Removes every element without disposing it, and releases the storage. The
+  /// caller owns the elements: take their pointers with at() before.
   void detach();
 
   JBase* clone() const override;
@@ -53,7 +53,7 @@ class __attribute__((visibility("default"))) JArray
  private:
   friend class Access;
 
-  // The elements, built in place: their class is the library's own.
+  /// The elements, built in place: their class is the library's own.
   alignas(void*) unsigned char elements_[3 * sizeof(void*)];
 };
 

@@ -7,52 +7,52 @@ namespace vorn::foundation::json {
 
 class Context;
 
-// A JSON value of any kind: the base of the six value classes.
-//
-//   lang::Interface <- lang::IDisposable <- JBase <- JTypeBase<N> <- JNull
-//                                                                    JBool
-//                                                                    JNumber
-//                                                                    JString
-//                                                                    JArray
-//                                                                    JObject
-//
-// Values form strict trees. debug::Create() makes a value. It has one owner at
-// a time: the code that made it, a container, or a reader. The owner calls
-// dispose(), which releases the whole subtree. type() names the class to cast
-// to.
-//
-// A class of your own may derive from JBase or from one of the six, and have
-// other bases in any order. The monitor records the address of the whole
-// object.
-//
-// Several threads may read a tree while nobody changes it. Copying, comparing,
-// writing and disposing recurse once a level. Parsed trees have at most 1024
-// levels; the stack alone limits trees that are built by hand.
+/// A JSON value of any kind: the base of the six value classes.
+///
+///     lang::Interface <- lang::IDisposable <- JBase <- JTypeBase<N> <- JNull
+///                                                                      JBool
+///                                                                      JNumber
+///                                                                      JString
+///                                                                      JArray
+///                                                                      JObject
+///
+/// Values form strict trees. debug::Create() makes a value. It has one owner at
+/// a time: the code that made it, a container, or a reader. The owner calls
+/// dispose(), which releases the whole subtree. type() names the class to cast
+/// to.
+///
+/// A class of your own may derive from JBase or from one of the six, and have
+/// other bases in any order. The monitor records the address of the whole
+/// object.
+///
+/// Several threads may read a tree while nobody changes it. Copying, comparing,
+/// writing and disposing recurse once a level. Parsed trees have at most 1024
+/// levels; the stack alone limits trees that are built by hand.
 class __attribute__((visibility("default"))) JBase : public lang::IDisposable {
  public:
   JBase() = default;
   JBase(const JBase&) = delete;
   JBase& operator=(const JBase&) = delete;
 
-  // Returns the kind of this value.
+  /// Returns the kind of this value.
   virtual JType type() const = 0;
 
-  // Returns a deep copy. The caller owns the result and releases it with
-  // dispose(). Throws std::bad_alloc when memory is exhausted. While the object
-  // monitor traces, instead:
-  // - a scalar and an object without members return null;
-  // - an array and an object with members throw lang::Exception ("access null")
-  //   for themselves;
-  // - they throw std::bad_alloc for a child.
-  // Nothing is left behind.
+  /// Returns a deep copy. The caller owns the result and releases it with
+  /// dispose(). Throws std::bad_alloc when memory is exhausted. While the
+  /// object monitor traces, instead:
+  /// - a scalar and an object without members return null;
+  /// - an array and an object with members throw lang::Exception ("access
+  ///   null") for themselves;
+  /// - they throw std::bad_alloc for a child.
+  /// Nothing is left behind.
   virtual JBase* clone() const = 0;
 
-  // Writes this value to the stream of the context. Exceptions of the stream
-  // propagate.
+  /// Writes this value to the stream of the context. Exceptions of the stream
+  /// propagate.
   virtual void toString(Context& context) const = 0;
 };
 
-// Implements type() for the class of the kind N.
+/// Implements type() for the class of the kind N.
 template <JType N>
 class __attribute__((visibility("default"))) JTypeBase : public JBase {
  public:

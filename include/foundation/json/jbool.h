@@ -4,14 +4,14 @@
 
 namespace vorn::foundation::json {
 
-// A boolean, false by default.
+/// A boolean, false by default.
 class __attribute__((visibility("default"))) JBool
     : public JTypeBase<JType::Bool> {
  public:
   JBool();
   explicit JBool(bool value);
 
-  // Pointers do not convert to true: write pointer != nullptr.
+  /// Pointers do not convert to true: write pointer != nullptr.
   template <class T>
   explicit JBool(T*) = delete;
   template <class T, class C>

@@ -4,7 +4,7 @@
 
 namespace vorn::foundation::json {
 
-// The null value.
+/// The null value.
 class __attribute__((visibility("default"))) JNull
     : public JTypeBase<JType::Null> {
  public:

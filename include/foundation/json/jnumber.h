@@ -14,23 +14,23 @@ namespace vorn::foundation::json {
 
 class Access;
 
-// Whether T is one of those types.
+/// Whether T is one of those types.
 template <class T, class... Types>
 inline constexpr bool kIsOneOf = (std::is_same_v<T, Types> || ...);
 
-// Whether T is an integer type of up to 64 bits, and neither bool nor a
-// character type.
+/// Whether T is an integer type of up to 64 bits, and neither bool nor a
+/// character type.
 template <class T>
 inline constexpr bool kIsInteger =
     std::is_integral_v<T> && sizeof(T) <= sizeof(long long) &&
     !kIsOneOf<T, bool, char, wchar_t, char16_t, char32_t, decltype(u8'a')>;
 
-// An integer type that JNumber has no function of its own for.
+/// An integer type that JNumber has no function of its own for.
 template <class T>
 using OtherInteger =
     std::enable_if_t<kIsInteger<T> && !kIsOneOf<T, int, long long>>;
 
-// Conversions of the text of a number.
+/// Conversions of the text of a number.
 namespace json_internal {
 
 inline bool IsHexadecimal(std::string_view text) {
@@ -50,9 +50,9 @@ std::optional<Integer> ReadInteger(std::string_view text) {
   return value;
 }
 
-// Whether a decimal number that its type cannot hold is too large; else it is
-// too small. The number is far from 1, so the power of ten of its first digit
-// other than 0 decides.
+/// Whether a decimal number that its type cannot hold is too large; else it is
+/// too small. The number is far from 1, so the power of ten of its first digit
+/// other than 0 decides.
 inline bool IsHuge(std::string_view text) {
   const std::size_t end = std::min(text.find_first_of("eE"), text.size());
   const auto point = static_cast<long long>(std::min(text.find('.'), end));
@@ -82,21 +82,21 @@ std::optional<Float> ReadFloat(std::string_view text) {
 
 }  // namespace json_internal
 
-// A number, kept as its text: it is written byte for byte as it was parsed, and
-// two numbers are equal if their texts are. Conversions read the text on every
-// call. They never fail.
-//
-// Constructors and setters throw std::bad_alloc when memory is exhausted; a
-// setter that fails leaves the former text.
+/// A number, kept as its text: it is written byte for byte as it was parsed,
+/// and two numbers are equal if their texts are. Conversions read the text on
+/// every call. They never fail.
+///
+/// Constructors and setters throw std::bad_alloc when memory is exhausted; a
+/// setter that fails leaves the former text.
 class __attribute__((visibility("default"))) JNumber
     : public JTypeBase<JType::Number> {
  public:
-  // The number "0".
+  /// The number "0".
   JNumber();
 
-  // The number with the shortest text that converts to exactly the value. The
-  // text of a double has a fraction or an exponent ("5.0"), or is "nan", "inf"
-  // or "-inf".
+  /// The number with the shortest text that converts to exactly the value. The
+  /// text of a double has a fraction or an exponent ("5.0"), or is "nan", "inf"
+  /// or "-inf".
   explicit JNumber(int value);
   explicit JNumber(long long value);
   explicit JNumber(double value);
@@ -106,7 +106,7 @@ class __attribute__((visibility("default"))) JNumber
   }
   ~JNumber() override;
 
-  // Replace the text by that of the value, as the constructors do.
+  /// Replace the text by that of the value, as the constructors do.
   void setValue(int value);
   void setValue(long long value);
   void setValue(double value);
@@ -117,32 +117,32 @@ class __attribute__((visibility("default"))) JNumber
     setText({digits, static_cast<std::size_t>(end - digits)});
   }
 
-  // Replaces the text by the given one without the blanks at both ends, and
-  // returns true. Returns false, and changes nothing, if it is no JSON number,
-  // nan, inf, -inf or hexadecimal integer (0x and up to 16 digits).
+  /// Replaces the text by the given one without the blanks at both ends, and
+  /// returns true. Returns false, and changes nothing, if it is no JSON number,
+  /// nan, inf, -inf or hexadecimal integer (0x and up to 16 digits).
   bool fromString(const SafeString& text);
 
-  // Returns a copy of the text.
+  /// Returns a copy of the text.
   SafeString toString() const;
 
-  // Returns the text. The number keeps ownership; valid until the number is
-  // changed or destroyed.
+  /// Returns the text. The number keeps ownership; valid until the number is
+  /// changed or destroyed.
   std::string_view view() const;
 
-  // Return the value, rounded toward zero. Out of range is the nearest limit,
-  // not-a-number is 0. A hexadecimal text gives its low 32 bits, or its 64
-  // bits.
+  /// Return the value, rounded toward zero. Out of range is the nearest limit,
+  /// not-a-number is 0. A hexadecimal text gives its low 32 bits, or its 64
+  /// bits.
   int toInt() const;
   long long toLong() const;
 
-  // Returns the nearest double. A text with a fraction or an exponent that is
-  // out of range gives an infinity or a zero of its sign. An integer is
-  // converted by toLong() first: beyond 64 bits it is the nearest limit.
+  /// Returns the nearest double. A text with a fraction or an exponent that is
+  /// out of range gives an infinity or a zero of its sign. An integer is
+  /// converted by toLong() first: beyond 64 bits it is the nearest limit.
   double toFloat() const;
 
-  // Returns the value, or none if the type cannot hold it. Integer types take
-  // only decimal and hexadecimal integers; float and double take the nearest
-  // value of any text.
+  /// Returns the value, or none if the type cannot hold it. Integer types take
+  /// only decimal and hexadecimal integers; float and double take the nearest
+  /// value of any text.
   template <class T, class = std::enable_if_t<kIsInteger<T> ||
                                               kIsOneOf<T, float, double>>>
   std::optional<T> as() const {
@@ -161,7 +161,7 @@ class __attribute__((visibility("default"))) JNumber
 
   void setText(std::string_view text);
 
-  // The text, built in place: its class is the library's own.
+  /// The text, built in place: its class is the library's own.
   alignas(SafeString) unsigned char text_[sizeof(SafeString)];
 };
 

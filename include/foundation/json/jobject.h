@@ -13,31 +13,31 @@ namespace vorn::foundation::json {
 class Access;
 class MemberTable;
 
-// Exactly std::string_view: types that convert to it use the other overloads.
+/// Exactly std::string_view: types that convert to it use the other overloads.
 template <class T>
 using ExactView = std::enable_if_t<std::is_same_v<T, std::string_view>>;
 
-// A set of members, each a key with a value. Keys are unique and may hold any
-// bytes. The object owns its values. It disposes a value when the member is
-// replaced or removed, and all when the object is cleared or destroyed. No
-// value is null.
-//
-// Members are enumerated in the order of a hash map, neither in that of
-// insertion nor sorted. The order changes only when the object does. It is the
-// same for keys(), clear(), clone(), the writer and the comparison.
-//
-// REQUIRES: a value that the object takes is in no other container, and not
-// under that key already. The caller must not dispose it afterwards.
+/// A set of members, each a key with a value. Keys are unique and may hold any
+/// bytes. The object owns its values. It disposes a value when the member is
+/// replaced or removed, and all when the object is cleared or destroyed. No
+/// value is null.
+///
+/// Members are enumerated in the order of a hash map, neither in that of
+/// insertion nor sorted. The order changes only when the object does. It is the
+/// same for keys(), clear(), clone(), the writer and the comparison.
+///
+/// REQUIRES: a value that the object takes is in no other container, and not
+/// under that key already. The caller must not dispose it afterwards.
 class __attribute__((visibility("default"))) JObject
     : public JTypeBase<JType::Object> {
  public:
-  // The object without members.
+  /// The object without members.
   JObject();
   ~JObject() override;
 
-  // Return the value of the member, or null if there is none. The object keeps
-  // ownership; valid until the member is replaced or removed, or the object is
-  // cleared or destroyed.
+  /// Return the value of the member, or null if there is none. The object keeps
+  /// ownership; valid until the member is replaced or removed, or the object is
+  /// cleared or destroyed.
   JBase* at(const SafeString& key);
   JBase* at(const SafeString& key) const;
   template <class View, class = ExactView<View>>
@@ -45,56 +45,56 @@ class __attribute__((visibility("default"))) JObject
     return find(key);
   }
 
-  // Whether there is a member of that key.
+  /// Whether there is a member of that key.
   bool existed(const SafeString& key) const;
   template <class View, class = ExactView<View>>
   bool existed(View key) const {
     return find(key) != nullptr;
   }
 
-  // Sets the member; a former value of that key is disposed. Takes ownership of
-  // value; null is ignored. Throws std::bad_alloc when memory is exhausted;
-  // then nothing changes and the caller still owns value. Replacing a member
-  // needs no memory.
+  /// Sets the member; a former value of that key is disposed. Takes ownership
+  /// of value; null is ignored. Throws std::bad_alloc when memory is exhausted;
+  /// then nothing changes and the caller still owns value. Replacing a member
+  /// needs no memory.
   void setValue(const SafeString& key, JBase* value);
 
-  // Removes the member and disposes its value. Returns false if there is none.
+  /// Removes the member and disposes its value. Returns false if there is none.
   bool remove(const SafeString& key);
 
-  // Returns copies of all keys, in the order of enumeration.
+  /// Returns copies of all keys, in the order of enumeration.
   std::vector<SafeString, debug::Allocator<SafeString>> keys() const;
 
-  // Walks over the members in the order of enumeration, without copies. The
-  // object keeps ownership of keys and values; a cursor is valid until the
-  // object is changed or destroyed.
+  /// Walks over the members in the order of enumeration, without copies. The
+  /// object keeps ownership of keys and values; a cursor is valid until the
+  /// object is changed or destroyed.
   class Cursor {
    public:
-    // Behind the last member.
+    /// Behind the last member.
     Cursor() = default;
 
     explicit Cursor(const JObject& object) { step(&object); }
 
-    // Whether the cursor is at a member. REQUIRES for all below: it is.
+    /// Whether the cursor is at a member. REQUIRES for all below: it is.
     explicit operator bool() const { return member_ != nullptr; }
 
     std::string_view key() const { return key_; }
     JBase* value() const { return value_; }
 
-    // Moves to the next member.
+    /// Moves to the next member.
     Cursor& operator++() {
       step(nullptr);
       return *this;
     }
 
-    // Whether both are at the same member, or both behind the last.
+    /// Whether both are at the same member, or both behind the last.
     bool operator==(const Cursor& other) const {
       return member_ == other.member_;
     }
     bool operator!=(const Cursor& other) const { return !(*this == other); }
 
    private:
-    // Moves to the first member of the object; if it is null, to the next
-    // member.
+    /// Moves to the first member of the object; if it is null, to the next
+    /// member.
     void step(const JObject* object);
 
     std::string_view key_;
@@ -102,15 +102,16 @@ class __attribute__((visibility("default"))) JObject
     const void* member_ = nullptr;
   };
 
-  // Returns the number of members.
+  /// Returns the number of members.
   unsigned int length() const;
   bool empty() const;
 
-  // Disposes every value, in the order of enumeration, and removes all members.
+  /// Disposes every value, in the order of enumeration, and removes all
+  /// members.
   void clear();
 
-  // Removes all members without disposing their values. The caller owns the
-  // values: take their pointers with at() before.
+  /// Removes all members without disposing their values. The caller owns the
+  /// values: take their pointers with at() before.
   void detach();
 
   JBase* clone() const override;
@@ -124,7 +125,7 @@ class __attribute__((visibility("default"))) JObject
   MemberTable& members();
   const MemberTable& members() const;
 
-  // The member table, built in place: its class is the library's own.
+  /// The member table, built in place: its class is the library's own.
   alignas(void*) unsigned char members_[2 * sizeof(void*) +
                                         2 * sizeof(unsigned int)];
 };

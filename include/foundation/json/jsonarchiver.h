@@ -14,72 +14,72 @@ namespace vorn::foundation::json {
 
 class JsonArchiverPrivate;
 
-// The exception of the archivers. where() is always
-// "vorn.foundation.json.JsonArchiver", what() one of
-//   the type of write archiver is mismatched   a write of another kind than the
-//                                              archiver's own
-//   unexpected write operation at              the same on a child archiver
-//   try to write to error index <%u>           an index past the end
-//   field <%s> is already existing             a field that was written before
-//   try to write error format data             data that is no JSON text
+/// The exception of the archivers. where() is always
+/// "vorn.foundation.json.JsonArchiver", what() one of
+/// - `the type of write archiver is mismatched`: a write of another kind than
+///   the archiver's own;
+/// - `unexpected write operation at`: the same on a child archiver;
+/// - `try to write to error index <%u>`: an index past the end;
+/// - `field <%s> is already existing`: a field that was written before;
+/// - `try to write error format data`: data that is no JSON text.
 class __attribute__((visibility("default"))) JsonException
     : public lang::Exception {
  public:
   using lang::Exception::Exception;
 };
 
-// An archiver over a JSON structure. Objects write their state into it and read
-// it back, at once or from JSON text.
-//
-// - An archiver is empty at first. The first write, or a loaded text, makes it
-//   a scalar, an array or an object; only fromString() changes that.
-// - An element is appended one past the last, or replaced. A field is written
-//   once.
-// - Data is JSON text in the dialect of JsonReader, and is one scalar, also if
-//   it is an array or object. A string is kept as it is.
-// - Fields are enumerated in the order of a hash map, as members of JObject
-//   are.
-//
-// The archiver owns the archivers that its operations return. They are valid
-// until their index, or that of a container around them, is written again,
-// until fromString(), or until the archiver is destroyed.
-//
-// Writes throw JsonException as listed above. A failed write changes nothing,
-// with one exception: the first write fixes the kind of the archiver even if it
-// fails. Reads of another kind find nothing and do not throw.
-//
-// Out of memory: data counts as malformed if parsing it fails. Every other
-// operation except fromString() throws std::bad_alloc, or, while the object
-// monitor traces, also lang::Exception ("access null").
-//
-// Written content may have more levels than a text, and strings with NUL bytes.
-// It is rendered, but cannot be loaded again.
+/// An archiver over a JSON structure. Objects write their state into it and
+/// read it back, at once or from JSON text.
+///
+/// - An archiver is empty at first. The first write, or a loaded text, makes it
+///   a scalar, an array or an object; only fromString() changes that.
+/// - An element is appended one past the last, or replaced. A field is written
+///   once.
+/// - Data is JSON text in the dialect of JsonReader, and is one scalar, also if
+///   it is an array or object. A string is kept as it is.
+/// - Fields are enumerated in the order of a hash map, as members of JObject
+///   are.
+///
+/// The archiver owns the archivers that its operations return. They are valid
+/// until their index, or that of a container around them, is written again,
+/// until fromString(), or until the archiver is destroyed.
+///
+/// Writes throw JsonException as listed above. A failed write changes nothing,
+/// with one exception: the first write fixes the kind of the archiver even if
+/// it fails. Reads of another kind find nothing and do not throw.
+///
+/// Out of memory: data counts as malformed if parsing it fails. Every other
+/// operation except fromString() throws std::bad_alloc, or, while the object
+/// monitor traces, also lang::Exception ("access null").
+///
+/// Written content may have more levels than a text, and strings with NUL
+/// bytes. It is rendered, but cannot be loaded again.
 class __attribute__((visibility("default"))) JsonArchiver
     : public io::IArchiver {
  public:
-  // The empty archiver.
+  /// The empty archiver.
   JsonArchiver();
   JsonArchiver(const JsonArchiver&) = delete;
   JsonArchiver& operator=(const JsonArchiver&) = delete;
   ~JsonArchiver() override;
 
-  // Drops the content, then loads the text. An object or array becomes an
-  // archiver of that kind, with an archiver for each value in it; any other
-  // value a scalar. Returns true on success. Returns false if the text is null
-  // or malformed, or when memory is exhausted while it is read. Throws
-  // std::bad_alloc when memory is exhausted afterwards. The archiver is empty
-  // after each failure.
+  /// Drops the content, then loads the text. An object or array becomes an
+  /// archiver of that kind, with an archiver for each value in it; any other
+  /// value a scalar. Returns true on success. Returns false if the text is null
+  /// or malformed, or when memory is exhausted while it is read. Throws
+  /// std::bad_alloc when memory is exhausted afterwards. The archiver is empty
+  /// after each failure.
   bool fromString(const char* text);
 
-  // The same with the text of a string, up to its first NUL byte.
+  /// The same with the text of a string, up to its first NUL byte.
   bool fromString(const SafeString& text);
   template <class Traits, class A>
   bool fromString(const std::basic_string<char, Traits, A>& text) {
     return fromString(text.c_str());
   }
 
-  // The same; the fault tells why and where a text was not read, as in
-  // JsonReader. It is NoMemory if the call throws.
+  /// The same; the fault tells why and where a text was not read, as in
+  /// JsonReader. It is NoMemory if the call throws.
   bool fromString(const char* text, JsonFault& fault);
   bool fromString(const SafeString& text, JsonFault& fault) {
     return fromString(text.c_str(), fault);
@@ -93,11 +93,11 @@ class __attribute__((visibility("default"))) JsonArchiver
     return ReadSized(*this, text, size, fault);
   }
 
-  // Whether the archiver is not empty.
+  /// Whether the archiver is not empty.
   bool isValid() const;
 
-  // Return the content as JSON text, on indented lines or on a single one. An
-  // empty archiver gives an empty text.
+  /// Return the content as JSON text, on indented lines or on a single one. An
+  /// empty archiver gives an empty text.
   SafeString format() const;
   SafeString compress() const;
 
@@ -116,8 +116,8 @@ class __attribute__((visibility("default"))) JsonArchiver
   io::IArchiver* writeArrayByField(const SafeString& field) override;
   io::IArchiver* writeObjectByField(const SafeString& field) override;
 
-  // Replaces out by the characters of a string, without quotes or escapes, or
-  // by the compressed JSON text of any other scalar.
+  /// Replaces out by the characters of a string, without quotes or escapes, or
+  /// by the compressed JSON text of any other scalar.
   bool read(SafeString& out) override;
   io::IArchiver* readByIndex(unsigned int index) override;
   io::IArchiver* readByField(const SafeString& field) override;
@@ -127,7 +127,7 @@ class __attribute__((visibility("default"))) JsonArchiver
   std::vector<SafeString, debug::Allocator<SafeString>> fields() const override;
 
  private:
-  // Replaces the content by a copy of the value; null empties the archiver.
+  /// Replaces the content by a copy of the value; null empties the archiver.
   void load(const JBase* value);
 
   JsonArchiverPrivate* private_;

@@ -6,21 +6,21 @@
 
 namespace vorn::foundation::json {
 
-// The reason and the place where reading a text failed. Owns no memory.
+/// The reason and the place where reading a text failed. Owns no memory.
 struct JsonFault {
-  // None: the text was read. NoText: it was null. Malformed: the parser refused
-  // it. NoMemory: any other failure; place and texts are not set.
+  /// None: the text was read. NoText: it was null. Malformed: the parser
+  /// refused it. NoMemory: any other failure; place and texts are not set.
   enum class Kind { None, NoText, Malformed, NoMemory };
 
   Kind kind = Kind::None;
-  std::size_t offset = 0;             // of the byte that no rule takes, from 0
-  unsigned int line = 0, column = 0;  // from 1; a column is a byte
-  char rule[24] = "";                 // "ParseObject"
-  char message[64] = "";              // "field not combined with ':'"
+  std::size_t offset = 0;  ///< of the byte that no rule takes, from 0
+  unsigned int line = 0, column = 0;  ///< from 1; a column is a byte
+  char rule[24] = "";                 ///< "ParseObject"
+  char message[64] = "";              ///< "field not combined with ':'"
 };
 
-// Sets the offset, and its line and column in the text. LF, CR and CR LF each
-// end a line. REQUIRES: text has at least offset bytes.
+/// Sets the offset, and its line and column in the text. LF, CR and CR LF each
+/// end a line. REQUIRES: text has at least offset bytes.
 inline void SetPlace(JsonFault& fault, const char* text, std::size_t offset) {
   const char* const end = text + offset;
   const char* line = text;

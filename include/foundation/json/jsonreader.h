@@ -11,9 +11,9 @@
 
 namespace vorn::foundation::json {
 
-// Lets the reader or archiver read a text of size bytes. A text without a NUL
-// is copied, since the parser needs one. If the parser reads a value up to a
-// NUL inside the text, that NUL is the fault.
+/// Lets the reader or archiver read a text of size bytes. A text without a NUL
+/// is copied, since the parser needs one. If the parser reads a value up to a
+/// NUL inside the text, that NUL is the fault.
 template <class Reader>
 __attribute__((no_sanitize("null"))) bool ReadSized(Reader& reader,
                                                     const char* text,
@@ -44,50 +44,52 @@ __attribute__((no_sanitize("null"))) bool ReadSized(Reader& reader,
   return false;
 }
 
-// Reads JSON text into a tree of values and owns the tree; also writes and
-// compares trees. A reader is empty, or holds the whole tree of one text.
-//
-// The dialect differs from JSON:
-// - a line comment, from "//" to the end of the line, is a blank; blanks are
-//   those of isspace() in the C locale;
-// - nan, inf and -inf are numbers;
-// - \\ \" \r \n \t are the only escapes, read and written; any other backslash
-//   is kept as it is. Strings may contain unescaped control characters;
-// - a literal ends with its last letter, whatever follows;
-// - numbers keep their text;
-// - the last of several members with one key counts;
-// - more than 1024 levels of containers are malformed;
-// - the text ends at its first NUL.
+/// Reads JSON text into a tree of values and owns the tree; also writes and
+/// compares trees. A reader is empty, or holds the whole tree of one text.
+///
+/// The dialect differs from JSON:
+/// - a line comment, from "//" to the end of the line, is a blank; blanks are
+///   those of isspace() in the C locale;
+/// - nan, inf and -inf are numbers;
+/// - `\\ \" \r \n \t` are the only escapes, read and written; any other
+///   backslash is kept as it is. Strings may contain unescaped control
+///   characters;
+/// - a literal ends with its last letter, whatever follows;
+/// - numbers keep their text;
+/// - the last of several members with one key counts;
+/// - more than 1024 levels of containers are malformed;
+/// - the text ends at its first NUL.
 class __attribute__((visibility("default"))) JsonReader {
  public:
-  // The empty reader.
+  /// The empty reader.
   JsonReader();
   JsonReader(const JsonReader&) = delete;
   JsonReader& operator=(const JsonReader&) = delete;
 
-  // Disposes the tree.
+  /// Disposes the tree.
   ~JsonReader();
 
-  // Disposes the former tree, then reads the text, one JSON value of any kind.
-  // Returns true if the reader holds its tree. Returns false, and is empty, if
-  // the text is null or malformed, or when memory is exhausted. Throws only
-  // what a monitor throws while the former tree is disposed. Nothing is left
-  // behind, also when the thread is cancelled while a monitor creates or
-  // records an object or supplies memory.
-  //
-  // While the object monitor traces: a value without memory is left out of its
-  // array or object, and reading continues.
+  /// Disposes the former tree, then reads the text, one JSON value of any kind.
+  /// Returns true if the reader holds its tree. Returns false, and is empty, if
+  /// the text is null or malformed, or when memory is exhausted. Throws only
+  /// what a monitor throws while the former tree is disposed. Nothing is left
+  /// behind, also when the thread is cancelled while a monitor creates or
+  /// records an object or supplies memory.
+  ///
+  /// While the object monitor traces: a value without memory is left out of its
+  /// array or object, and reading continues.
   bool fromString(const char* text);
 
-  // The same with the text of a string, up to its first NUL byte.
+  /// The same with the text of a string, up to its first NUL byte.
   bool fromString(const SafeString& text);
   template <class Traits, class A>
   bool fromString(const std::basic_string<char, Traits, A>& text) {
     return fromString(text.c_str());
   }
 
-  // The same; the fault tells why and where a text was not read. Success resets
-  // it, also if a value was left out. It is NoMemory if a monitor throws.
+  /// The same; the fault tells why and where a text was not read. Success
+  /// resets it, also if a value was left out. It is NoMemory if a monitor
+  /// throws.
   bool fromString(const char* text, JsonFault& fault) {
     fault = JsonFault();
     fault.kind = JsonFault::Kind::NoMemory;
@@ -106,44 +108,44 @@ class __attribute__((visibility("default"))) JsonReader {
     return fromString(text.c_str(), fault);
   }
 
-  // The same with a text of size bytes. The text needs no NUL at its end, and
-  // may be copied. A NUL inside it is a fault.
+  /// The same with a text of size bytes. The text needs no NUL at its end, and
+  /// may be copied. A NUL inside it is a fault.
   bool fromString(const char* text, std::size_t size, JsonFault& fault) {
     return ReadSized(*this, text, size, fault);
   }
 
-  // Returns the tree, or null. The reader keeps ownership; valid until the next
-  // fromString() or reset(), or the end of the reader.
+  /// Returns the tree, or null. The reader keeps ownership; valid until the
+  /// next fromString() or reset(), or the end of the reader.
   JBase* getJson() const;
 
-  // Returns the tree, or null, and is empty then. The caller owns the result
-  // and releases it with dispose().
+  /// Returns the tree, or null, and is empty then. The caller owns the result
+  /// and releases it with dispose().
   JBase* transfer();
 
-  // Whether the reader holds a tree.
+  /// Whether the reader holds a tree.
   bool valid() const;
 
-  // Disposes the tree, if there is one.
+  /// Disposes the tree, if there is one.
   void reset();
 
-  // Return the text of the tree: one value a line, indented by four blanks a
-  // level, or a single line without blanks. An empty reader gives an empty
-  // text. Throw std::bad_alloc when memory is exhausted.
+  /// Return the text of the tree: one value a line, indented by four blanks a
+  /// level, or a single line without blanks. An empty reader gives an empty
+  /// text. Throw std::bad_alloc when memory is exhausted.
   SafeString format() const;
   SafeString compress() const;
 
-  // The same for any value; null gives an empty text.
+  /// The same for any value; null gives an empty text.
   static SafeString Format(const JBase* value);
   static SafeString Compress(const JBase* value);
 
-  // Whether two trees are equal: the same kinds and contents, elements in the
-  // same order, members in any order, numbers by their text ("1" is not "1.0").
-  // A null pointer equals only a null pointer. A value of a kind beyond the six
-  // equals nothing, not even itself.
+  /// Whether two trees are equal: the same kinds and contents, elements in the
+  /// same order, members in any order, numbers by their text ("1" is not
+  /// "1.0"). A null pointer equals only a null pointer. A value of a kind
+  /// beyond the six equals nothing, not even itself.
   static bool IsEqual(const JBase* first, const JBase* second);
 
  private:
-  // Reads into an empty reader. Sets the fault if the parser refuses the text.
+  /// Reads into an empty reader. Sets the fault if the parser refuses the text.
   bool read(const char* text, JsonFault* fault);
 
   JBase* tree_;

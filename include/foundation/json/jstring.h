@@ -9,31 +9,31 @@ namespace vorn::foundation::json {
 
 class Access;
 
-// A string of any bytes, also the byte 0. No encoding is checked.
-//
-// Functions that copy a text throw std::bad_alloc when memory is exhausted; a
-// setter that fails leaves the former text.
+/// A string of any bytes, also the byte 0. No encoding is checked.
+///
+/// Functions that copy a text throw std::bad_alloc when memory is exhausted; a
+/// setter that fails leaves the former text.
 class __attribute__((visibility("default"))) JString
     : public JTypeBase<JType::String> {
  public:
-  // The empty string.
+  /// The empty string.
   JString();
 
-  // A copy of the text.
+  /// A copy of the text.
   explicit JString(const SafeString& text);
 
-  // Takes the bytes of the text; a long text is not copied.
+  /// Takes the bytes of the text; a long text is not copied.
   explicit JString(SafeString&& text);
   ~JString() override;
 
-  // Returns a copy of the text.
+  /// Returns a copy of the text.
   SafeString value() const;
 
-  // Returns the text. The string keeps ownership; valid until setValue() or the
-  // end of the string.
+  /// Returns the text. The string keeps ownership; valid until setValue() or
+  /// the end of the string.
   std::string_view view() const;
 
-  // Replaces the text by a copy of text.
+  /// Replaces the text by a copy of text.
   void setValue(const SafeString& text);
 
   JBase* clone() const override;
@@ -42,7 +42,7 @@ class __attribute__((visibility("default"))) JString
  private:
   friend class Access;
 
-  // The text, built in place: its class is the library's own.
+  /// The text, built in place: its class is the library's own.
   alignas(SafeString) unsigned char text_[sizeof(SafeString)];
 };
 

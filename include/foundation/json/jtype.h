@@ -7,7 +7,7 @@
 
 namespace vorn::foundation::json {
 
-// The kinds of JSON value. The numbers are fixed.
+/// The kinds of JSON value. The numbers are fixed.
 enum class JType {
   Null = 0,
   Bool = 1,

@@ -9,14 +9,14 @@ namespace vorn::foundation::json {
 
 struct Member;
 namespace json_internal {
-// The types that as() and value() give.
+/// The types that as() and value() give.
 template <class T>
 using Readable =
     std::enable_if_t<kIsInteger<T> ||
                      kIsOneOf<T, bool, float, double, std::string_view,
                               std::string, SafeString>>;
 
-// Whether a step of a path means the key: "~1" is "/" and "~0" is "~".
+/// Whether a step of a path means the key: "~1" is "/" and "~0" is "~".
 inline bool Means(std::string_view step, std::string_view key) {
   for (const char& character : key) {
     std::string_view wanted(&character, 1);
@@ -29,29 +29,28 @@ inline bool Means(std::string_view step, std::string_view key) {
 
 }  // namespace json_internal
 
-// Lends a value that may be absent. What is looked for in an absent value, or
-// in one of another kind, is absent. Valid as long as what the value belongs to
-// lends it. Throws nothing but the std::bad_alloc of a std::string or
-// SafeString that is asked for.
+/// Lends a value that may be absent. What is looked for in an absent value, or
+/// in one of another kind, is absent. Valid as long as the value's owner lends
+/// it. Only a std::string or SafeString that is asked for may throw bad_alloc.
 class View {
  public:
   View() = default;
   View(const JBase* value) : value_(value) {}
   View(const JsonReader& reader) : value_(reader.getJson()) {}
 
-  // Whether there is a value, and the value, or null.
+  /// Whether there is a value, and the value, or null.
   explicit operator bool() const { return value_ != nullptr; }
   const JBase* get() const { return value_; }
 
   bool is(JType type) const { return value_ && value_->type() == type; }
 
-  // The number of elements or members.
+  /// The number of elements or members.
   std::size_t size() const {
     if (const auto* array = to<JArray>()) return array->length();
     return is(JType::Object) ? to<JObject>()->length() : 0;
   }
 
-  // The member, and the element.
+  /// The member, and the element.
   View operator[](std::string_view key) const {
     return is(JType::Object) ? to<JObject>()->at(key) : nullptr;
   }
@@ -61,7 +60,7 @@ class View {
     return array->at(static_cast<unsigned int>(index));
   }
 
-  // What a path of RFC 6901 leads to: "/wifi/a~1b". The empty path leads here.
+  /// What a path of RFC 6901 leads to: "/wifi/a~1b". The empty path leads here.
   View at(std::string_view path) const {
     if (path.empty() || path[0] != '/') return path.empty() ? *this : View();
     path.remove_prefix(1);
@@ -70,9 +69,9 @@ class View {
     return found ? found.at(path.substr(step.size())) : found;
   }
 
-  // The value of a boolean, a number or a string. An integer type takes decimal
-  // and hexadecimal integers, float and double the nearest value of any number.
-  // Absent is a value of another kind, and what the type cannot hold.
+  /// The value of a boolean, a number or a string. An integer type takes
+  /// decimal and hexadecimal integers, float and double the nearest value of
+  /// any number. A value of another kind, or beyond the type, is absent.
   template <class T, class = json_internal::Readable<T>>
   std::optional<T> as() const {
     if constexpr (std::is_same_v<T, bool>) {
@@ -85,8 +84,8 @@ class View {
     return std::nullopt;
   }
 
-  // The same, or else the given value. A literal, and a null const char*, which
-  // is the empty text, give a std::string_view.
+  /// The same, or else the given value. A literal, and a null const char*,
+  /// which is the empty text, give a std::string_view.
   template <class T, class = json_internal::Readable<T>>
   T value(T otherwise) const {
     return as<T>().value_or(std::move(otherwise));
@@ -96,7 +95,7 @@ class View {
   }
   std::string_view value(std::nullptr_t) const = delete;
 
-  // for (View element : view), over an array.
+  /// for (View element : view), over an array.
   struct Element {
     using iterator_category = std::input_iterator_tag;
     using value_type = View;
@@ -117,8 +116,8 @@ class View {
     return {nullptr, is(JType::Array) ? to<JArray>()->length() : 0};
   }
 
-  // for (auto [key, value] : view.members()), over an object, in the order of
-  // enumeration.
+  /// for (auto [key, value] : view.members()), over an object, in the order of
+  /// enumeration.
   struct Members {
     JObject::Cursor cursor;
 
@@ -134,13 +133,13 @@ class View {
   }
 
  private:
-  // The value if it is of that class, else null.
+  /// The value if it is of that class, else null.
   template <class Value>
   const Value* to() const {
     return is(Value::kType) ? static_cast<const Value*>(value_) : nullptr;
   }
 
-  // Where a step of a path leads.
+  /// Where a step of a path leads.
   View follow(std::string_view step) const {
     if (is(JType::Array)) {
       const bool plain = step == "0" || step.find_first_of("123456789") == 0;
@@ -157,7 +156,7 @@ class View {
   const JBase* value_ = nullptr;
 };
 
-// A member of an object: lends its key and its value.
+/// A member of an object: lends its key and its value.
 struct Member {
   std::string_view key;
   View value;

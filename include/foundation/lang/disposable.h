@@ -5,15 +5,15 @@
 
 namespace vorn::foundation::lang {
 
-// An object that releases itself. Its owner calls dispose(), never delete,
-// since only dispose() reports the release to the object monitor.
+/// An object that releases itself. Its owner calls dispose(), never delete,
+/// since only dispose() reports the release to the object monitor.
 class __attribute__((visibility("default"))) IDisposable : public Interface {
  public:
-  // Reports the release, destroys the object with everything it owns and
-  // releases its memory. The pointer must not be used again.
-  //
-  // The tag names this place. It stays the same when the source changes, so
-  // that reports of different builds can be compared.
+  /// Reports the release, destroys the object with everything it owns and
+  /// releases its memory. The pointer must not be used again.
+  ///
+  /// The tag names this place. It stays the same when the source changes, so
+  /// that reports of different builds can be compared.
   virtual void dispose() {
     debug::Destroy(
         this, debug::Tag{"../../../include/foundation/json/../lang/disposable",
