@@ -21,6 +21,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/lang/exception.h>
@@ -459,7 +460,7 @@ JBase* JObject::clone() const {
   for (; member != nullptr; member = member->next()) {
     MemberTable& members = copy->members();
     ScopedPointer<JBase> child(Checked(ValueOf(*member)->clone()));
-    MemberTable::Handle node = batch.Make(*member);
+    MemberTable::Handle node = batch.MakeLike(*member);
     node->value = child.get();
     members.put(node);
     child.release();
@@ -947,9 +948,17 @@ JBase* ParseNumber(const char*& cursor, SafeString& token) {
 
 // Containers
 
+// A member of an object under construction.
+struct Member {
+  MemberTable::Key key;
+  JBase* value;
+};
+using Members = std::vector<Member, debug::Allocator<Member>>;
+
 // What a whole parse keeps.
 struct Scratch {
   Elements waiting;  // of the arrays that are open
+  Members members;   // of the objects that are open
   SafeString token;  // a number that is judged
 };
 
@@ -1001,6 +1010,118 @@ class OpenArray {
   ScopedPointer<JArray> array_;
   Elements& waiting_;
   const std::size_t first_;
+};
+
+// An object under construction. New members wait behind those of the objects
+// around it until there are nodes for several at once; a key that is there
+// already is set at once, as it disposes a value.
+class OpenObject {
+ public:
+  explicit OpenObject(Members& waiting)
+      : object_(Create<JObject>(tags::kParseObject)),
+        waiting_(waiting),
+        first_(waiting.size()),
+        next_(first_) {}
+  OpenObject(const OpenObject&) = delete;
+  OpenObject& operator=(const OpenObject&) = delete;
+
+  // Asks for no memory, and so cannot be interrupted by what a monitor throws
+  // there.
+  ~OpenObject() {
+    if (!object_) return;
+    object_.reset();
+    for (; next_ != waiting_.size(); ++next_) waiting_[next_].value->dispose();
+    Forget();
+  }
+
+  // Takes the value over; null is ignored. Throws when there was no memory for
+  // the object itself. Most keys go from the text straight into their place.
+  [[gnu::noinline]] void Add(const Quoted& key, ScopedPointer<JBase>& value) {
+    JObject& object = *object_.operator->();
+    if (!value) return;
+    const MemberTable::Key hashed(key.text);
+    const std::size_t size = MemberTable::Batch::SizeOf(key.text);
+    if (size > MemberTable::Batch::kLargest - size_) Store();
+    if (key.escapes != 0) {
+      Store();
+      Access::SetMember(object, Decode(key), value.get());
+    } else if (size > MemberTable::Batch::kLargest || IsRepeated(hashed)) {
+      Store();
+      Access::SetMember(object, key.text, value.get());
+    } else {
+      waiting_.push_back({hashed, value.get()});
+      size_ += size;
+      bits_ |= BitOf(hashed);
+    }
+    value.release();
+  }
+
+  // The finished object, which the caller owns.
+  JBase* Close() {
+    if (object_) Store();
+    return object_.release();
+  }
+
+  // To be called before an object that stays unfinished goes: the object then
+  // disposes its values in its order. Those that it has no room to take go
+  // after it. Catches nothing else, since the end of a cancelled thread must
+  // not be caught while an exception is.
+  void Abandon() {
+    try {
+      if (object_) Store();
+    } catch (const std::bad_alloc&) {
+    }
+  }
+
+ private:
+  // A bit of the hash each: of most keys none is there that is like them.
+  static std::size_t BitOf(const MemberTable::Key& key) {
+    constexpr auto kBits = std::numeric_limits<std::size_t>::digits;
+    return std::size_t{1} << key.hash() % kBits;
+  }
+
+  bool IsRepeated(const MemberTable::Key& key) const {
+    return ((bits_ & BitOf(key)) != 0 && IsWaiting(key)) ||
+           Access::Of(*object_.get()).find(key) != nullptr;
+  }
+
+  bool IsWaiting(const MemberTable::Key& key) const {
+    for (std::size_t i = first_; i != waiting_.size(); ++i) {
+      const MemberTable::Key& other = waiting_[i].key;
+      if (other.hash() == key.hash() && SameText(other.text(), key.text())) {
+        return true;
+      }
+    }
+    return false;
+  }
+
+  void Store() {
+    if (waiting_.size() == first_) return;
+    MemberTable& members = Access::Of(*object_.get());
+    MemberTable::Batch batch;
+    if (waiting_.size() - first_ > 1) batch.Start(size_);
+    for (; next_ != waiting_.size(); ++next_) {
+      MemberTable::Handle node = batch.Make(waiting_[next_].key);
+      node->value = waiting_[next_].value;
+      members.put(node);
+    }
+    Forget();
+  }
+
+  void Forget() {
+    waiting_.erase(waiting_.begin() + static_cast<std::ptrdiff_t>(first_),
+                   waiting_.end());
+    next_ = first_;
+    size_ = 0;
+    bits_ = 0;
+  }
+
+  ScopedPointer<JObject> object_;
+  Members& waiting_;
+  const std::size_t first_;
+  std::size_t next_;      // of those that have no node yet
+  std::size_t size_ = 0;  // of their nodes
+  std::size_t bits_ = 0;  // of their keys
 };
 
 JBase* ParseValue(const char*& cursor, Scratch& scratch, unsigned int depth);
@@ -1057,36 +1178,29 @@ Quoted ParseField(const char*& cursor) {
   return key;
 }
 
-// Hands the value over to the object. Most keys go from the text straight into
-// their place.
-[[gnu::noinline]] void SetMember(JObject& object, const Quoted& key,
-                                 ScopedPointer<JBase>& value) {
-  if (key.escapes == 0) {
-    Access::SetMember(object, key.text, value.get());
-  } else {
-    Access::SetMember(object, Decode(key), value.get());
-  }
-  value.release();
-}
-
 // object = "{" [ field value *( "," field value ) ] "}"
 JBase* ParseObject(const char*& cursor, Scratch& scratch, unsigned int depth) {
   CheckDepth(depth);
-  ScopedPointer<JObject> object(Create<JObject>(tags::kParseObject));
-  bool more = ParseKey(cursor);
-  while (more) {
-    const Quoted key = ParseField(cursor);
-    ScopedPointer<JBase> value(ParseValue(cursor, scratch, depth + 1));
-    SetMember(*object.operator->(), key, value);
-    if (*cursor != ',' && *cursor != '}') {
-      Fail("ParseObject", "missing '}' or have some extra data characters");
+  OpenObject object(scratch.members);
+  try {
+    bool more = ParseKey(cursor);
+    while (more) {
+      const Quoted key = ParseField(cursor);
+      ScopedPointer<JBase> value(ParseValue(cursor, scratch, depth + 1));
+      object.Add(key, value);
+      if (*cursor != ',' && *cursor != '}') {
+        Fail("ParseObject", "missing '}' or have some extra data characters");
+      }
+      more = *cursor == ',';
+      if (more) ParseKey(cursor);
     }
-    more = *cursor == ',';
-    if (more) ParseKey(cursor);
+    ++cursor;
+    SkipBlanks(cursor);
+    return object.Close();
+  } catch (...) {
+    object.Abandon();
+    throw;
   }
-  ++cursor;
-  SkipBlanks(cursor);
-  return object.release();
 }
 
 // value = blanks ( object / array / string / bool / null-or-nan / number )

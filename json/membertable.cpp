@@ -76,9 +76,16 @@ std::size_t MemberTable::Batch::SizeOf(std::string_view key) {
   return (size + alignof(Node) - 1) / alignof(Node) * alignof(Node);
 }
 
-MemberTable::Handle MemberTable::Batch::Make(const Node& member) {
-  if (left_ == 0) Start(member);
-  const Key key(member);
+void MemberTable::Batch::Start(std::size_t size) {
+  Finish();
+  size += sizeof(Head);
+  char* const block = Allocator<char>().allocate(size);
+  head_ = ::new (static_cast<void*>(block)) Head{size, 1};
+  next_ = block + sizeof(Head);
+  left_ = size - sizeof(Head);
+}
+
+MemberTable::Handle MemberTable::Batch::Make(const Key& key) {
   const std::string_view text = key.text();
   const std::size_t size = SizeOf(text);
   if (size > left_) return MemberTable::Make(key);
@@ -90,25 +97,21 @@ MemberTable::Handle MemberTable::Batch::Make(const Node& member) {
   text.copy(place + sizeof(Node), text.size());
   next_ += size;
   left_ -= size;
-  if (left_ == 0) Finish();
   return node;
 }
 
-// Takes a block for the member and those behind it, as many as it may hold. One
-// alone needs none.
-void MemberTable::Batch::Start(const Node& member) {
-  std::size_t size = sizeof(Head), count = 0;
-  for (const Node* node = &member; node != nullptr; node = node->next()) {
-    const std::size_t added = SizeOf(node->key());
-    if (added > kLargest - size) break;
-    size += added;
-    ++count;
+MemberTable::Handle MemberTable::Batch::MakeLike(const Node& member) {
+  if (left_ == 0) {
+    std::size_t size = 0, count = 0;
+    for (const Node* node = &member; node != nullptr; node = node->next()) {
+      const std::size_t added = SizeOf(node->key());
+      if (added > kLargest - size) break;
+      size += added;
+      ++count;
+    }
+    if (count > 1) Start(size);
   }
-  if (count < 2) return;
-  char* const block = Allocator<char>().allocate(size);
-  head_ = ::new (static_cast<void*>(block)) Head{size, 1};
-  next_ = block + sizeof(Head);
-  left_ = size - sizeof(Head);
+  return Make(Key(member));
 }
 
 void MemberTable::Batch::Finish() {

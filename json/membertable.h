@@ -122,24 +122,34 @@ class MemberTable {
   // last one takes the block along.
   class Batch {
    public:
+    // Of a block: what a node keeps that stays alone. Room for some 16.
+    static constexpr std::size_t kLargest = 960;
+
+    // What a node takes of a block.
+    static std::size_t SizeOf(std::string_view key);
+
     Batch() = default;
     Batch(const Batch&) = delete;
     Batch& operator=(const Batch&) = delete;
     ~Batch() { Finish(); }
 
-    // Makes a node with the key of a member, in a block with room for those
-    // that follow the member as well. Throws as MemberTable::Make() does.
-    Handle Make(const Node& member);
+    // Takes a block for nodes of that size together. Throws std::bad_alloc when
+    // memory is exhausted.
+    void Start(std::size_t size);
+
+    // Makes a node, in a block of its own where this one has no room. Throws as
+    // MemberTable::Make() does.
+    Handle Make(const Key& key);
+
+    // The same for the key of a member. Starts with those that follow the
+    // member as well.
+    Handle MakeLike(const Node& member);
 
    private:
     friend struct Release;
     struct Head;
-    // Of a block: what a node keeps that stays alone. Room for some 16.
-    static constexpr std::size_t kLargest = 960;
 
-    static std::size_t SizeOf(std::string_view key);
     static void Drop(Head* head);
-    void Start(const Node& member);
     void Finish();
 
     Head* head_ = nullptr;  // of the block that nodes are made in

@@ -113,10 +113,10 @@ TEST_P(CallsTest, OfTheLibrary) {
        "+278 ParseNullOrNan #5+283 ParseNullOrNan #6+293 ParseNumber #7"
        "+300 ParseNumber #8+309 ParseNumber #9+259 ParseString #10"
        "-#1-#2-#3-#4-#5-#6-#7-#8-#9-#10"},
-      {read(R"([null,{"k":[false,[],-}]])"),
+      {read(R"([null,{"a":false,"b":true,"k":[[],-}]])"),
        "+235 ParseArray #1+278 ParseNullOrNan #2+208 ParseObject #3"
-       "+235 ParseArray #4+265 ParseBool #5+235 ParseArray #6"
-       "+309 ParseNumber #7!315 ParseNumber #7-#4-#5-#6-#3-#1-#2"},
+       "+265 ParseBool #4+270 ParseBool #5+235 ParseArray #6+235 ParseArray #7"
+       "+309 ParseNumber #8!315 ParseNumber #8-#6-#7-#3-#5-#4-#1-#2"},
       {read(R"({"k":{},"k":0 1})"),
        "+208 ParseObject #1+208 ParseObject #2+309 ParseNumber #3-#2-#1-#3"},
       {read("[true]]"), "+235 ParseArray #1+270 ParseBool #2!69 Compile #1-#2"},
