@@ -11,12 +11,12 @@ namespace vorn::foundation::json {
 
 class JBase;
 
-// Pointers to values, in the room of three pointers: up to two stand in that
-// room themselves and need no memory, more have a block. The values belong to
-// whoever uses this.
+// A list of pointers to values, in the room of three pointers. Up to two
+// pointers stand in that room and need no memory; more are in a block. The user
+// of the list owns the values.
 //
-// The first word tells which of the two: the address of the block, which is
-// even, or twice the number of pointers in the room and one.
+// The first word is the address of the block, which is even, or, without a
+// block, twice the number of pointers plus one.
 class Elements {
  public:
   Elements() = default;
@@ -40,8 +40,8 @@ class Elements {
   JBase* const* begin() const { return const_cast<Elements*>(this)->begin(); }
   JBase* const* end() const { return begin() + size(); }
 
-  // Makes room for as many as that in all. Throws std::bad_alloc when memory is
-  // exhausted; nothing changes then.
+  // Makes room for count pointers in all. Throws std::bad_alloc when memory is
+  // exhausted, and then changes nothing.
   void Reserve(std::size_t count) {
     if (count <= Capacity()) return;
     JBase** const block = debug::Allocator<JBase*>().allocate(count);
@@ -51,14 +51,15 @@ class Elements {
     HoldBlock(block, former.size(), count);
   }
 
-  // The same for one more, with room for others, and adds it.
+  // Adds the pointer, and makes room for others if it needs a larger block.
+  // Throws as Reserve() does.
   void Append(JBase* element) {
     if (size() == Capacity()) Reserve(2 * size());
     *end() = element;
     Resize(size() + 1);
   }
 
-  // REQUIRES: there is room for as many.
+  // REQUIRES: there is room for count pointers.
   void Resize(std::size_t count) {
     if (IsInside()) {
       word_ = 2 * count + 1;
@@ -72,7 +73,7 @@ class Elements {
     std::swap(rest_, other.rest_);
   }
 
-  // Holds pointers that stand elsewhere, and stay there. REQUIRES: it is empty.
+  // Refers to pointers that somebody else stores. REQUIRES: the list is empty.
   void Borrow(JBase** first, std::size_t count) { HoldBlock(first, count, 0); }
 
  private:

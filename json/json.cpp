@@ -27,10 +27,10 @@
 #include <foundation/lang/exception.h>
 #include <foundation/text/stringutils.h>
 
-#include "checked.h"
 #include "compile.h"
 #include "elements.h"
 #include "membertable.h"
+#include "orbadalloc.h"
 #include "storedtext.h"
 #include "tags.h"
 
@@ -342,7 +342,7 @@ JBase* JArray::clone() const {
   Elements& copies = Access::Of(*copy.operator->());
   copies.Reserve(elements.size());  // no Append() fails
   for (const JBase* element : elements) {
-    copies.Append(Checked(element->clone()));
+    copies.Append(OrBadAlloc(element->clone()));
   }
   return copy.release();
 }
@@ -459,7 +459,7 @@ JBase* JObject::clone() const {
   const auto* member = members().first();
   for (; member != nullptr; member = member->next()) {
     MemberTable& members = copy->members();
-    ScopedPointer<JBase> child(Checked(ValueOf(*member)->clone()));
+    ScopedPointer<JBase> child(OrBadAlloc(ValueOf(*member)->clone()));
     MemberTable::Handle node = batch.MakeLike(*member);
     node->value = child.get();
     members.put(node);

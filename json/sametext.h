@@ -6,8 +6,8 @@
 
 namespace vorn::foundation::json {
 
-// Whether both texts have the same bytes. Most are too short for the call of a
-// library function to pay; the last word overlaps the one before it.
+// Whether both texts have the same bytes. Compares words, of which the last
+// overlaps the one before it: most texts are too short for a call to memcmp().
 inline bool SameText(std::string_view first, std::string_view second) {
   using Word = std::size_t;
   const std::size_t size = first.size();

@@ -12,12 +12,12 @@
 
 namespace vorn::foundation::json {
 
-// The text of a number or a string, in the room of one SafeString: the text
-// itself where it is short, which then needs no memory, else a SafeString.
+// The text of a number or a string, in the room of one SafeString. A short text
+// stands in that room and needs no memory; a long one is in a SafeString.
 //
-// The first byte tells which of the two. A SafeString begins with the address
-// of its characters, which is even when they have a block of their own. In
-// front of a short text stands an odd byte, which also holds its size.
+// The first byte is odd for a short text, and holds its size. A SafeString
+// begins with the address of its characters, which is even if they have a
+// block.
 class StoredText {
  public:
   // The longest text that needs no memory, in bytes.
@@ -37,31 +37,30 @@ class StoredText {
     return {reinterpret_cast<const char*>(room_) + 1, room_[0] / 2U};
   }
 
-  // The text as a SafeString, or null where it is short. Valid until the text
-  // is set.
+  // Returns the SafeString of a long text, or null if the text is short. Valid
+  // until the text is set.
   const SafeString* string() const {
     const void* const room = room_;
     if (IsShort()) return nullptr;
     return std::launder(static_cast<const SafeString*>(room));
   }
 
-  // Replaces the text by a copy. Where there is no memory for that, throws
-  // std::bad_alloc, and the former text stays.
+  // Replaces the text by a copy. Throws std::bad_alloc when memory is
+  // exhausted, and then keeps the former text.
   void Set(std::string_view text) {
     if (text.size() > kLongestShort) return Take(SafeString(text));
     text.copy(Shorten(text.size()), text.size());
   }
 
-  // The same without a copy of a long text, which is then the SafeString's no
-  // more.
+  // The same, but takes a long text from the SafeString without a copy.
   void Take(SafeString&& text) {
     if (text.size() <= kLongestShort) return Set(text);
     Shorten(0);
     ::new (static_cast<void*>(room_)) SafeString(std::move(text));
   }
 
-  // Replaces the text by a short one of that size, and returns where its bytes
-  // go.
+  // Replaces the text by a short one of that size, and returns the place of its
+  // bytes, which are not set.
   char* Shorten(std::size_t size) {
     if (const SafeString* const text = string()) text->~SafeString();
     const Word end = 0;
@@ -70,8 +69,8 @@ class StoredText {
     return reinterpret_cast<char*>(room_) + 1;
   }
 
-  // Whether both are the same text. Short ones are compared word by word: what
-  // the last word has behind the text is 0.
+  // Whether both texts are the same. Short ones are compared word by word: the
+  // bytes of the last word behind the text are 0.
   friend bool operator==(const StoredText& first, const StoredText& second) {
     const Word begin = first.WordAt(0);
     if (begin % 2 == 0) {

@@ -4,10 +4,10 @@
 
 namespace vorn::foundation::json::tags {
 
-// Every tag that the library reports, but for that of dispose(), which stands
-// in <foundation/lang/disposable.h>. The numbers name places, in the order of
-// file and line. They are kept as they are, so that the leak reports of
-// different builds can be compared, and do not follow the source.
+// Every tag that the library reports, except that of dispose(), which stands in
+// <foundation/lang/disposable.h>. The numbers name places, in the order of file
+// and line. They stay the same when the source changes, so that leak reports of
+// different builds can be compared.
 
 using debug::Tag;
 

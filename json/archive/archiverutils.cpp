@@ -1,6 +1,6 @@
 #include "archiverutils.h"
 
-#include "../checked.h"
+#include "../orbadalloc.h"
 #include "../tags.h"
 #include "arrayarchiver.h"
 #include "genericarchiver.h"
@@ -44,7 +44,7 @@ void MakeChild(Child& child, ArchiverKind kind, const SafeString* data,
   } else if (text != nullptr) {
     child->writeString(*text);
   } else {
-    Checked(child.get());
+    OrBadAlloc(child.get());
   }
 }
 

@@ -6,30 +6,28 @@
 
 namespace vorn::foundation::json {
 
-// The making and destroying of typed archivers. Only a child that was never
-// placed, because its first write or its insertion threw, goes another way: its
-// guard releases it.
+// Makes and destroys typed archivers. One exception: if the first write to a
+// child or its insertion throws, the guard of the child releases it.
 class ArchiverUtils {
  public:
-  // Makes an empty archiver of the kind. The caller owns the result; null when
-  // the object monitor, while it traces, has no memory for the archiver itself.
-  // Throws std::bad_alloc when memory is exhausted otherwise.
+  // Returns an empty archiver of the kind. The caller owns the result. Throws
+  // std::bad_alloc when memory is exhausted; returns null instead if the object
+  // monitor traces and has no memory for the archiver itself.
   static ITypedArchiver* Create(ArchiverKind kind);
 
-  // Makes an archiver tree with the content of json, which is not changed. The
-  // caller owns the result; null and failures are as for Create(), and nothing
-  // is left behind.
+  // Returns an archiver tree with a copy of the content of json. The caller
+  // owns the result. Fails as Create() does, and leaves nothing behind.
   static ITypedArchiver* FromJson(const JBase* json);
 
   // Destroys the archiver with everything it owns; null is ignored.
   static void Destroy(ITypedArchiver* archiver);
 };
 
-// A child that has no place yet.
+// Guards a child that is not inserted yet.
 using Child = generic::ScopedPointer<ITypedArchiver>;
 
-// Makes a child of the kind and writes the data, or else the text, into it, if
-// there is any.
+// Makes a child of the kind and writes the data or the text into it, if one of
+// them is not null.
 void MakeChild(Child& child, ArchiverKind kind, const SafeString* data,
                const SafeString* text);
 

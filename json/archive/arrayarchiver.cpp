@@ -4,17 +4,17 @@
 
 #include <foundation/text/stringutils.h>
 
-#include "../checked.h"
+#include "../orbadalloc.h"
 #include "../tags.h"
 #include "archiverutils.h"
 
 namespace vorn::foundation::json {
 
-// It delegates, so that the destructor runs when a child cannot be made.
+// Delegates, so that the destructor runs if making a child throws.
 ArrayArchiver::ArrayArchiver(const JArray& source) : ArrayArchiver() {
   elements_.reserve(source.length());
   for (unsigned int i = 0; i < source.length(); ++i) {
-    Child child(Checked(ArchiverUtils::FromJson(source.at(i))));
+    Child child(OrBadAlloc(ArchiverUtils::FromJson(source.at(i))));
     PlaceElement(i, child);
   }
 }
@@ -34,9 +34,9 @@ void ArrayArchiver::CheckIndex(unsigned int index) const {
                 .c_str());
 }
 
-// Gives the finished child its place and returns it; the element that was there
-// is destroyed. When there is no memory for one more element, the child stays
-// with its guard.
+// Inserts the finished child at the index, destroys the former element and
+// returns the child. Throws std::bad_alloc when memory is exhausted; then the
+// guard still owns the child.
 ITypedArchiver* ArrayArchiver::PlaceElement(unsigned int index, Child& child) {
   if (index < size()) {
     ITypedArchiver* placed = child.release();
@@ -49,7 +49,7 @@ ITypedArchiver* ArrayArchiver::PlaceElement(unsigned int index, Child& child) {
 
 io::IArchiver* ArrayArchiver::writeArray() { return this; }
 
-// Places a new child of the kind, with the data or the text in it.
+// Inserts a new child of the kind with the data or the text, and returns it.
 ITypedArchiver* ArrayArchiver::Write(unsigned int index, ArchiverKind kind,
                                      const SafeString* data,
                                      const SafeString* text) {
@@ -94,7 +94,7 @@ JBase* ArrayArchiver::snapshot() const {
       debug::Create<JArray>(tags::kSnapshotArray));
   for (const ITypedArchiver* element : elements_) {
     JArray* const target = array.operator->();
-    generic::ScopedPointer<JBase> child(Checked(element->snapshot()));
+    generic::ScopedPointer<JBase> child(OrBadAlloc(element->snapshot()));
     target->append(child.get());
     child.release();
   }

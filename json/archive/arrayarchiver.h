@@ -12,7 +12,7 @@ class ArrayArchiver : public ITypedArchiver {
  public:
   ArrayArchiver() = default;
 
-  // Mirrors the elements of source, which is not kept.
+  // Copies the elements of source.
   explicit ArrayArchiver(const JArray& source);
   ~ArrayArchiver() override;
 

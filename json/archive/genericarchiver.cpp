@@ -4,16 +4,16 @@
 #include <foundation/json/jsonreader.h>
 #include <foundation/json/jstring.h>
 
-#include "../checked.h"
+#include "../orbadalloc.h"
 #include "../tags.h"
 
 namespace vorn::foundation::json {
 
 GenericArchiver::GenericArchiver()
-    : value_(Checked(debug::Create<JNull>(tags::kGenericArchiver))) {}
+    : value_(OrBadAlloc(debug::Create<JNull>(tags::kGenericArchiver))) {}
 
 GenericArchiver::GenericArchiver(const JBase* source)
-    : value_(Checked(source->clone())) {}
+    : value_(OrBadAlloc(source->clone())) {}
 
 ArchiverKind GenericArchiver::kind() const { return ArchiverKind::Generic; }
 
@@ -24,7 +24,7 @@ void GenericArchiver::writeData(const SafeString& data) {
 }
 
 void GenericArchiver::writeString(const SafeString& text) {
-  value_.reset(Checked(debug::Create<JString>(tags::kWriteString, text)));
+  value_.reset(OrBadAlloc(debug::Create<JString>(tags::kWriteString, text)));
 }
 
 bool GenericArchiver::read(SafeString& out) {

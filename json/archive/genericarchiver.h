@@ -6,13 +6,12 @@
 
 namespace vorn::foundation::json {
 
-// The archiver of a single value of any kind, arrays and objects included,
-// which only read() and snapshot() look into. It owns the value, which is never
-// null.
+// The archiver of one value of any kind, also an array or object. Only read()
+// and snapshot() use its content. It owns the value, which is never null.
 class GenericArchiver : public ITypedArchiver {
  public:
-  // Holds a new null value. Throws std::bad_alloc when memory is exhausted, as
-  // all that make a value here do.
+  // Holds a new JNull. This and all below that make a value throw
+  // std::bad_alloc when memory is exhausted.
   GenericArchiver();
 
   // Holds a copy of source.
@@ -20,7 +19,7 @@ class GenericArchiver : public ITypedArchiver {
 
   ArchiverKind kind() const override;
 
-  // Both replace the value. One that throws leaves the former value.
+  // Replace the value. If they throw, the former value stays.
   void writeData(const SafeString& data) override;
   void writeString(const SafeString& text) override;
 

@@ -8,9 +8,9 @@ namespace vorn::foundation::json {
 // The kinds of archiver.
 enum class ArchiverKind { Generic = 0, Array = 1, Object = 2 };
 
-// A node of an archiver tree. It answers the operations of its own kind; this
-// base answers all others: writes throw, reads find nothing. A node owns the
-// nodes below it. ArchiverUtils makes and destroys them.
+// A node of an archiver tree. Each class implements the operations of its own
+// kind; this base implements all others: writes throw, reads find nothing. A
+// node owns the nodes below it. ArchiverUtils makes and destroys nodes.
 class ITypedArchiver : public io::IArchiver {
  public:
   ITypedArchiver() = default;
@@ -39,14 +39,14 @@ class ITypedArchiver : public io::IArchiver {
   bool isObject() const override;
   std::vector<SafeString, debug::Allocator<SafeString>> fields() const override;
 
-  // Which kind of archiver this is.
+  // Returns the kind of this archiver.
   virtual ArchiverKind kind() const = 0;
 
-  // Makes a value tree of the whole content, which shares nothing with the
-  // archiver. The caller owns the result and releases it with dispose(). Null
-  // when the object monitor, while it traces, has no memory for a scalar or an
-  // empty container; for any other container it then throws lang::Exception
-  // ("access null"). Exhausted memory throws std::bad_alloc otherwise.
+  // Returns a tree of values with a copy of the whole content. The caller owns
+  // the result and releases it with dispose(). Throws std::bad_alloc when
+  // memory is exhausted. While the object monitor traces and has no memory for
+  // the value itself, a scalar or an empty container returns null instead, any
+  // other container throws lang::Exception ("access null").
   virtual JBase* snapshot() const = 0;
 };
 

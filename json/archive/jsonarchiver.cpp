@@ -1,5 +1,4 @@
-// The archiver facade, and what its typed archivers share: the answers to
-// operations of another kind.
+// The archiver facade, and the operations that a typed archiver does not have.
 
 #include <foundation/json/jsonarchiver.h>
 
@@ -8,7 +7,7 @@
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/jsonreader.h>
 
-#include "../checked.h"
+#include "../orbadalloc.h"
 #include "../tags.h"
 #include "archiverutils.h"
 
@@ -81,23 +80,24 @@ class JsonArchiverPrivate {
     ArchiverUtils::Destroy(std::exchange(root_, root));
   }
 
-  // The root for a write of that kind; the first write makes it.
+  // Returns the root for a write of that kind. The first write makes the root.
   ITypedArchiver& ToWrite(ArchiverKind kind) {
-    if (root_ == nullptr) root_ = Checked(ArchiverUtils::Create(kind));
+    if (root_ == nullptr) root_ = OrBadAlloc(ArchiverUtils::Create(kind));
     if (root_->kind() != kind) {
       FailWrite("the type of write archiver is mismatched");
     }
     return *root_;
   }
 
-  // The root if it is of that kind, else null.
+  // Returns the root if it is of that kind, else null.
   ITypedArchiver* ToRead(ArchiverKind kind) const {
     return root_ != nullptr && root_->kind() == kind ? root_ : nullptr;
   }
 
-  // The content as a value tree, which the caller owns; null when empty.
+  // Returns the content as a tree of values, which the caller owns, or null if
+  // the archiver is empty.
   JBase* Snapshot() const {
-    return root_ != nullptr ? Checked(root_->snapshot()) : nullptr;
+    return root_ != nullptr ? OrBadAlloc(root_->snapshot()) : nullptr;
   }
 
  private:
@@ -108,14 +108,15 @@ class JsonArchiverPrivate {
 
 JsonArchiver::JsonArchiver()
     : private_(
-          Checked(debug::Create<JsonArchiverPrivate>(tags::kJsonArchiver))) {}
+          OrBadAlloc(debug::Create<JsonArchiverPrivate>(tags::kJsonArchiver))) {
+}
 
 JsonArchiver::~JsonArchiver() {
   debug::Destroy(private_, tags::kJsonArchiverDestructor);
 }
 
 void JsonArchiver::load(const JBase* value) {
-  private_->Reset(value != nullptr ? Checked(ArchiverUtils::FromJson(value))
+  private_->Reset(value != nullptr ? OrBadAlloc(ArchiverUtils::FromJson(value))
                                    : nullptr);
 }
 

@@ -4,7 +4,7 @@
 
 #include <foundation/text/stringutils.h>
 
-#include "../checked.h"
+#include "../orbadalloc.h"
 #include "../tags.h"
 #include "archiverutils.h"
 
@@ -18,12 +18,12 @@ ITypedArchiver* ChildOf(const MemberTable::Node& member) {
 
 }  // namespace
 
-// It delegates, so that the destructor runs when a child cannot be made. The
-// name is there first: nothing can fail once the child is finished.
+// Delegates, so that the destructor runs if making a child throws. Adds the
+// name before the child: nothing can fail once the child is finished.
 ObjectArchiver::ObjectArchiver(const JObject& source) : ObjectArchiver() {
   for (const SafeString& name : source.keys()) {
     MemberTable::Node& member = AddField(name);
-    member.value = Checked(ArchiverUtils::FromJson(source.at(name)));
+    member.value = OrBadAlloc(ArchiverUtils::FromJson(source.at(name)));
   }
 }
 
@@ -45,7 +45,7 @@ void ObjectArchiver::CheckNewField(const SafeString& field) const {
                 .c_str());
 }
 
-// Adds a name that is not there yet, without a child.
+// Adds a new name without a child.
 //
 // Not inlined: loading recurses through the constructor, whose frame must not
 // hold what is only needed here.
@@ -57,8 +57,8 @@ void ObjectArchiver::CheckNewField(const SafeString& field) const {
   return added;
 }
 
-// Adds the finished child under a name that is not there yet, and returns the
-// child. When memory is exhausted, the child stays with its guard.
+// Inserts the finished child under a new name and returns it. Throws
+// std::bad_alloc when memory is exhausted; then the guard still owns the child.
 ITypedArchiver* ObjectArchiver::Insert(const SafeString& field, Child& child) {
   MemberTable::Node& member = AddField(field);
   member.value = child.get();
@@ -67,7 +67,7 @@ ITypedArchiver* ObjectArchiver::Insert(const SafeString& field, Child& child) {
 
 io::IArchiver* ObjectArchiver::writeObject() { return this; }
 
-// Adds a new child of the kind, with the data or the text in it.
+// Inserts a new child of the kind with the data or the text, and returns it.
 ITypedArchiver* ObjectArchiver::Write(const SafeString& field,
                                       ArchiverKind kind, const SafeString* data,
                                       const SafeString* text) {
@@ -115,7 +115,8 @@ JBase* ObjectArchiver::snapshot() const {
   const auto* member = members_.first();
   for (; member != nullptr; member = member->next()) {
     JObject* const target = object.operator->();
-    generic::ScopedPointer<JBase> child(Checked(ChildOf(*member)->snapshot()));
+    generic::ScopedPointer<JBase> child(
+        OrBadAlloc(ChildOf(*member)->snapshot()));
     target->setValue(SafeString(member->key()), child.get());
     child.release();
   }

@@ -8,13 +8,13 @@
 namespace vorn::foundation::json {
 
 // The archiver of an object: child archivers addressed by field name. It owns
-// them; no child is null, but the one that is just being loaded. Each field is
+// them. No child is null, except the one that is being loaded. Each field is
 // written once.
 class ObjectArchiver : public ITypedArchiver {
  public:
   ObjectArchiver() = default;
 
-  // Mirrors the members of source, which is not kept.
+  // Copies the members of source.
   explicit ObjectArchiver(const JObject& source);
   ~ObjectArchiver() override;
 

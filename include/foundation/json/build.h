@@ -12,13 +12,12 @@
 ///                            "limits", MakeArray(Here(), 0.5, 1000u));
 ///     Set(Here(), *pump.get(), "last", nullptr);
 ///
-/// A value is a bool, a number, a text of any string class, nullptr, a View,
-/// which is copied, or the result of MakeObject() or MakeArray(), which is
-/// taken over: a named one by std::move. A null const char*, an absent View and
-/// an empty ScopedPointer are null; as a key, a null const char* is the empty
-/// text. All but copies has the tag. Exhausted memory throws std::bad_alloc,
-/// also while the object monitor traces. Nothing is left behind, and all is as
-/// it was; of several members, those in front are set.
+/// A value is a bool, a number, a text of any string class, nullptr, a View
+/// (copied) or a result of MakeObject() or MakeArray() (taken; std::move a
+/// named one). A null const char*, an absent View and an empty ScopedPointer
+/// are null; a null key is the empty text. New values have the tag. Throws
+/// std::bad_alloc when memory is exhausted, also while the object monitor
+/// traces: nothing is left behind; of several members, those in front are set.
 namespace vorn::foundation::json {
 
 /// The tag of the line that the call stands in.
@@ -43,19 +42,20 @@ std::string_view ToView(const String<char, Traits, More...>& text) {
 }
 
 template <class T>
-T* Checked(T* created) {
+T* OrBadAlloc(T* created) {
   if (created == nullptr) throw std::bad_alloc();
   return created;
 }
 
 template <class T, class... Arguments>
 T* New(const debug::Tag& tag, Arguments&&... arguments) {
-  return Checked(debug::Create<T>(tag, std::forward<Arguments>(arguments)...));
+  return OrBadAlloc(
+      debug::Create<T>(tag, std::forward<Arguments>(arguments)...));
 }
 
 /// What it throws while the object monitor traces is for want of memory, too.
 inline JBase* Copy(const JBase* value) try {
-  return Checked(value->clone());
+  return OrBadAlloc(value->clone());
 } catch (const lang::Exception&) {
   throw std::bad_alloc();
 }

@@ -4,10 +4,10 @@
 
 namespace vorn::foundation::json {
 
-// Passes a tracked creation's result on. Throws std::bad_alloc where there is
-// none: the object monitor, which yields null while it traces, had no memory.
+// Returns the result of a tracked creation. Throws std::bad_alloc if it is
+// null: the object monitor traces and had no memory.
 template <class T>
-T* Checked(T* created) {
+T* OrBadAlloc(T* created) {
   if (created == nullptr) throw std::bad_alloc();
   return created;
 }
