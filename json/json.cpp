@@ -1,10 +1,11 @@
 // The values and their text, from the bottom up: the value model, writing,
 // parsing, equality, the reader.
 //
-// Three rules hold all through. A created object is in a guard in the same
-// statement, and the guard lets go only after the next owner has taken the
-// object. A tracked creation may yield null; what then happens is said where it
-// matters. Releases neither allocate nor throw, as long as the monitors do not.
+// Three rules hold everywhere:
+// - A created object is in a guard in the same statement. The guard releases it
+//   only after the next owner has taken it.
+// - A tracked creation may return null; comments say what happens then.
+// - Releases neither allocate nor throw, unless a monitor throws.
 
 #include <foundation/json/json.h>
 
@@ -41,7 +42,7 @@ using debug::Destroy;
 using generic::ScopedPointer;
 using text::StringUtils;
 
-// What the sections below see of the values that callers do not.
+// Gives the sections below access to the private parts of the values.
 class Access {
  public:
   // Of a number or a string.
@@ -142,9 +143,9 @@ constexpr int kInteger = 1;
 constexpr int kFloat = 2;
 constexpr int kHexadecimal = 3;
 
-// The value without its fraction, at the nearest limit where Integer cannot
-// hold it; 0 for not-a-number. The lower limit is a power of two and so exact
-// as a double, and the first value past the upper one is its negative.
+// Returns the value without its fraction, the nearest limit if Integer cannot
+// hold it, and 0 for not-a-number. The lower limit is a power of two, which a
+// double holds exactly; its negative is the first value past the upper limit.
 template <class Integer>
 Integer Truncate(double value) {
   using Limits = std::numeric_limits<Integer>;
@@ -155,8 +156,8 @@ Integer Truncate(double value) {
   return static_cast<Integer>(value);
 }
 
-// The text of a number as StringUtils wants it; none where there is no memory
-// for a copy of a short one.
+// The text of a number as a SafeString, which StringUtils takes; none if there
+// is no memory for the copy of a short text.
 class Wanted {
  public:
   explicit Wanted(const StoredText& text) : text_(text.string()) {
@@ -176,7 +177,7 @@ class Wanted {
   const SafeString* text_;
 };
 
-// The value of a short number, as the bundled StringUtils reads it.
+// The value of a short number, converted as the bundled StringUtils does.
 struct ShortNumber {
   explicit ShortNumber(std::string_view text);
 
@@ -326,8 +327,8 @@ unsigned int JArray::length() const {
 
 bool JArray::empty() const { return Access::Of(*this).empty(); }
 
-// The array lets go of its elements first, so that nothing can reach one that
-// is already disposed.
+// Removes the elements from the array first, so that nothing reaches a disposed
+// element.
 void JArray::clear() {
   Elements elements;
   elements.Swap(Access::Of(*this));
@@ -394,9 +395,9 @@ void JObject::setValue(const SafeString& key, JBase* value) {
   setMember(key, value);
 }
 
-// A member that is replaced is removed first, so its place in the order may
-// change. Its node is used again: the key may be a part of the value that is
-// disposed.
+// Removes a member of that key first, so its place in the order may change. Its
+// node is used again, without reading the key, which may be a part of the
+// disposed value.
 void JObject::setMember(std::string_view key, JBase* value) {
   if (value == nullptr) return;
   const MemberTable::Key hashed(key);
@@ -438,8 +439,8 @@ unsigned int JObject::length() const { return members().size(); }
 bool JObject::empty() const { return members().size() == 0; }
 
 void JObject::clear() {
-  // Empties the table also when a monitor throws: a value that was disposed
-  // must not be reached again.
+  // Empties the table also if a monitor throws, so that nothing reaches a
+  // disposed value.
   struct Emptying {
     MemberTable& table;
     ~Emptying() { table.clear(); }
@@ -472,7 +473,7 @@ JBase* JObject::clone() const {
 
 namespace {
 
-// The characters that are written, and read, as a backslash and a letter.
+// The characters that are written and read as a backslash and a letter.
 struct Escape {
   char character;
   char letter;
@@ -480,12 +481,12 @@ struct Escape {
 constexpr Escape kEscapes[] = {
     {'"', '"'}, {'\\', '\\'}, {'\r', 'r'}, {'\n', 'n'}, {'\t', 't'}};
 
-// What a character means to the loops that pass over many of them.
+// The classes of characters that loops over text test for.
 enum CharacterClass : unsigned char {
   kEscaped = 1,    // is written as an escape
   kBlank = 2,      // stands between tokens
   kLineEnd = 4,    // ends a comment, as the end of the text does
-  kNumber = 8,     // is part of a number token
+  kNumber = 8,     // is part of a number
   kStringEnd = 16  // ends a run of plain characters in a string
 };
 
@@ -521,12 +522,12 @@ namespace {
 
 constexpr std::size_t kIndentWidth = 4;  // indent characters for each level
 
-// The put area of a stream's buffer, where short texts go without a call. Every
-// stream buffer has one; only a class derived from it may name it.
+// The put area of a stream's buffer, which takes short texts without a call.
+// Only a class derived from std::streambuf may name the area.
 struct PutArea : std::streambuf {
-  // Returns the place of the next size bytes. Null when there is no room for
-  // them, when they are more than Take() can count, and when the stream refuses
-  // them: writing is then left to the stream.
+  // Returns the place of the next size bytes. Returns null if there is no room,
+  // if Take() cannot count so many, or if the stream has failed: the caller
+  // then writes to the stream.
   static char* Room(const std::ios& stream, std::size_t size) {
     constexpr std::size_t kMost = std::numeric_limits<int>::max();
     if (size > kMost || !stream.good()) return nullptr;
@@ -536,8 +537,8 @@ struct PutArea : std::streambuf {
     return size <= static_cast<std::size_t>(end - next) ? next : nullptr;
   }
 
-  // Takes so many bytes that were written there. Nothing may be written behind
-  // them: that may be text.
+  // Takes size bytes that were written there. REQUIRES: nothing was written
+  // behind them, where text may be.
   static void Take(const std::ios& stream, std::size_t size) {
     (stream.rdbuf()->*&PutArea::pbump)(static_cast<int>(size));
   }
@@ -561,15 +562,15 @@ void Write(Context& context, std::string_view text) {
   context.stream.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
-// REQUIRES: the character is escaped. Seldom called, so it stays out of the
-// loop that copies.
+// Returns the letter of an escape. REQUIRES: the character is escaped. Not
+// inlined into the loop that copies, since it is seldom called.
 [[gnu::noinline]] char LetterOf(char escaped) {
   const Escape* escape = kEscapes;
   while (escape->character != escaped) ++escape;
   return escape->letter;
 }
 
-// Whether a word of text may hold a byte that is escaped: a quotation mark, a
+// Whether a word of text may contain a byte to escape: a quotation mark, a
 // backslash, or any byte below the blank.
 bool MayNeedEscape(std::size_t word) {
   constexpr std::size_t kOnes = ~std::size_t{0} / 0xFF;
@@ -579,8 +580,8 @@ bool MayNeedEscape(std::size_t word) {
   return ((below_blank | quote | backslash) & ~word & (kOnes << 7)) != 0;
 }
 
-// Copies the text, escaped, and returns the end of the copy, which is at most
-// twice as long.
+// Copies the text with escapes and returns the end of the copy. REQUIRES: out
+// has room for twice the text.
 char* CopyEscaped(std::string_view text, char* out) {
   const char* at = text.data();
   const char* const end = at + text.size();
@@ -605,7 +606,7 @@ char* CopyEscaped(std::string_view text, char* out) {
 
 enum class Role { Key, Value };
 
-// Writes what stands behind a quoted text, and returns its end.
+// Writes the closing quote, and the colon of a key, and returns their end.
 inline char* CloseQuoted(const Context& context, Role role, char* out) {
   *out++ = '"';
   if (role == Role::Key) {
@@ -615,7 +616,7 @@ inline char* CloseQuoted(const Context& context, Role role, char* out) {
   return out;
 }
 
-// By parts, so that a long text needs no more room than a short one.
+// Writes a long text in parts of a fixed size.
 [[gnu::noinline]] void WriteQuotedByParts(Context& context,
                                           std::string_view text, Role role) {
   constexpr std::size_t kPart = 256;
@@ -630,10 +631,10 @@ inline char* CloseQuoted(const Context& context, Role role, char* out) {
   write(CloseQuoted(context, role, part));
 }
 
-// Writes the text in quotes, and a key with its colon.
+// Writes the text in quotes, a key with its colon.
 //
-// Not inlined: an object recurses through its own writing, whose frame must not
-// hold what is only needed here.
+// Not inlined: objects recurse through their toString(), whose frame must stay
+// small.
 [[gnu::noinline]] void WriteQuoted(Context& context, std::string_view text,
                                    Role role) {
   constexpr std::size_t kLongest = 1024;  // that is written at once
@@ -647,8 +648,7 @@ inline char* CloseQuoted(const Context& context, Role role, char* out) {
   PutArea::Take(stream, static_cast<std::size_t>(end - room));
 }
 
-// Sets the depth for a child of a container of the given depth, and sets it
-// back.
+// Sets the depth for the children of a container, and restores it.
 class Nesting {
  public:
   Nesting(Context& context, int depth) : context_(context), depth_(depth) {
@@ -663,8 +663,8 @@ class Nesting {
   const int depth_;
 };
 
-// Sets the characters from begin to end in blocks, of which the last one ends
-// there. REQUIRES: there are at least Block characters.
+// Sets the characters from begin to end in blocks; the last block ends at end.
+// REQUIRES: there are at least Block characters.
 template <std::size_t Block>
 void Fill(char* begin, char* end, char character) {
   while (end - begin > std::ptrdiff_t{Block}) {
@@ -676,7 +676,7 @@ void Fill(char* begin, char* end, char character) {
 
 // Begins a line with the indentation of the context's depth.
 [[gnu::noinline]] void BeginLine(Context& context) {
-  // More levels than a text has room for are the stream's to refuse.
+  // The stream refuses more levels than a text has room for.
   constexpr int kMostLevels = std::numeric_limits<int>::max() / 8;
   auto indent =
       static_cast<std::size_t>(std::clamp(context.depth, 0, kMostLevels)) *
@@ -696,9 +696,8 @@ void Fill(char* begin, char* end, char character) {
   for (; indent != 0; --indent) Write(context, context.indentChar);
 }
 
-// Ends the item of a container that stands before the next one, if there is
-// any. In the formatted layout, begins a line. The short way of the other is
-// worth inlining.
+// Writes the comma between two items. Begins a line in the formatted layout.
+// Inlined for the compressed layout.
 inline void Separate(Context& context, bool comma) {
   if (comma) Write(context, ',');
   if (!context.compress) BeginLine(context);
@@ -762,18 +761,20 @@ SafeString Render(const JBase* root, bool compress) {
 
 // Parsing ---------------------------------------------------------------------
 //
-// A recursive descent over a NUL-terminated text. The cursor stands on the next
-// character; every rule is entered with it on the first character of what the
-// rule reads, leaves it behind that and the blanks that follow, and in front of
-// the fault when it fails. The NUL is never passed. Each rule gives its new
-// value to the caller. The depth is the number of containers that are open
-// around a value.
+// A recursive descent over a NUL-terminated text. The cursor is on a character:
+// - every rule begins with the cursor on the first character that it reads;
+// - it leaves the cursor behind what it read and the blanks that follow, or, if
+//   it fails, on the fault;
+// - no rule moves the cursor past the NUL.
+// The caller of a rule owns the value that it returns. The depth is the number
+// of containers around a value.
 
 namespace {
 
 constexpr unsigned int kNestingLimit = 1024;
 
-// What the parser refuses, as opposed to a ScopedPointer without its object.
+// Thrown for malformed text. The lang::Exception of an empty ScopedPointer is
+// not one.
 class Malformed : public lang::Exception {
  public:
   using lang::Exception::Exception;
@@ -788,7 +789,7 @@ class Malformed : public lang::Exception {
 // blanks = *( blank / "//" *character line-end )
 const char* BehindBlanks(const char* at) {
   for (;;) {
-    // An indentation is mostly a multiple of four.
+    // Indentations are multiples of four in most texts.
     while (at[0] == ' ' && at[1] == ' ' && at[2] == ' ' && at[3] == ' ')
       at += 4;
     while (*at == ' ') ++at;
@@ -807,8 +808,8 @@ inline void SkipBlanks(const char*& cursor) {
   if (Is(*cursor, kBlank) || *cursor == '/') cursor = BehindBlanks(cursor);
 }
 
-// Passes the literal and the blanks behind it, if it stands at the cursor. What
-// follows its last letter is not looked at.
+// If the literal is at the cursor, moves behind it and its blanks and returns
+// true. Does not test what follows its last letter.
 bool TakeLiteral(const char*& cursor, const char* literal) {
   if (!StringUtils::StartWith(cursor, literal)) return false;
   cursor += std::strlen(literal);
@@ -840,14 +841,14 @@ JBase* ParseNullOrNan(const char*& cursor) {
 
 // Strings
 
-// A string as it stands in the text, without its quotes.
+// A string as it is in the text, without its quotes.
 struct Quoted {
   std::string_view text;
-  std::size_t escapes;  // two characters that stand for one
+  std::size_t escapes;  // the number of escapes in it
 };
 
-// The escape that the letter behind a backslash makes; null when it makes none.
-// Seldom called, so it stays out of the loops that scan.
+// Returns the escape of the letter behind a backslash, or null if there is
+// none. Not inlined into the loops that scan, since it is seldom called.
 [[gnu::noinline]] const Escape* EscapeOf(char letter) {
   for (const Escape& escape : kEscapes) {
     if (escape.letter == letter) return &escape;
@@ -857,7 +858,7 @@ struct Quoted {
 
 // string = DQUOTE *( "\" letter / character ) DQUOTE
 //
-// A backslash in front of a letter that makes no escape stands for itself.
+// A backslash that begins no escape stands for itself.
 Quoted PassString(const char*& cursor) {
   const char* const begin = cursor + 1;
   const char* at = begin;
@@ -880,7 +881,7 @@ std::size_t SizeOf(const Quoted& quoted) {
   return quoted.text.size() - quoted.escapes;
 }
 
-// Writes the characters that a string stands for.
+// Writes the characters of the string, with its escapes decoded.
 void Decode(const Quoted& quoted, char* out) {
   if (quoted.escapes == 0) {
     quoted.text.copy(out, quoted.text.size());
@@ -901,7 +902,7 @@ SafeString Decode(const Quoted& quoted) {
   return text;
 }
 
-// A long text is there before its object is made.
+// Allocates a long text before it makes its object.
 JBase* ParseString(const char*& cursor) {
   const Quoted quoted = PassString(cursor);
   SkipBlanks(cursor);
@@ -918,8 +919,8 @@ JBase* ParseString(const char*& cursor) {
 
 // token = *( DIGIT / "+" / "-" / "." / "e" / "E" ), of any number format
 //
-// The token is judged also when there is no memory for the number: malformed
-// text fails alike with and without. It has no blanks to trim.
+// Checks the token also if there is no memory for the number, so that malformed
+// text fails in both cases. It has no blanks to trim.
 JBase* ParseToken(const char*& cursor, SafeString& token) {
   const char* end = cursor;
   while (Is(*end, kNumber)) ++end;
@@ -955,15 +956,15 @@ struct Member {
 };
 using Members = std::vector<Member, debug::Allocator<Member>>;
 
-// What a whole parse keeps.
+// The storage that one parse shares.
 struct Scratch {
-  Elements waiting;  // of the arrays that are open
-  Members members;   // of the objects that are open
-  SafeString token;  // a number that is judged
+  Elements waiting;  // of all open arrays
+  Members members;   // of all open objects
+  SafeString token;  // the number that is checked
 };
 
-// An array under construction. Its elements wait behind those of the arrays
-// around it, and the array stores them once, when their number is known.
+// An array being parsed. All open arrays share one stack of elements. Close()
+// moves this array's part into it, in one allocation of the exact size.
 class OpenArray {
  public:
   explicit OpenArray(Elements& waiting)
@@ -973,8 +974,8 @@ class OpenArray {
   OpenArray(const OpenArray&) = delete;
   OpenArray& operator=(const OpenArray&) = delete;
 
-  // The array disposes its elements where they wait. This asks for no memory,
-  // and so cannot be interrupted by what a monitor throws there.
+  // The array disposes its elements on the stack. This needs no memory, so a
+  // monitor without memory cannot interrupt it.
   ~OpenArray() {
     if (!array_) return;
     Access::Of(*array_.get()).Borrow(begin(), count());
@@ -982,8 +983,8 @@ class OpenArray {
     waiting_.Resize(first_);
   }
 
-  // Takes the element over; null is ignored. Throws when there was no memory
-  // for the array itself.
+  // Takes the element; null is ignored. Throws lang::Exception if there was no
+  // memory for the array itself.
   void Add(ScopedPointer<JBase>& element) {
     array_.operator->();
     if (!element) return;
@@ -991,7 +992,7 @@ class OpenArray {
     element.release();
   }
 
-  // The finished array, which the caller owns.
+  // Returns the finished array, which the caller owns.
   JBase* Close() {
     if (array_) {
       Elements& elements = Access::Of(*array_.get());
@@ -1012,9 +1013,9 @@ class OpenArray {
   const std::size_t first_;
 };
 
-// An object under construction. New members wait behind those of the objects
-// around it until there are nodes for several at once; a key that is there
-// already is set at once, as it disposes a value.
+// An object being parsed. All open objects share one stack of members. New
+// members wait there until nodes for several are allocated at once. A repeated
+// key is set at once, since it disposes a value.
 class OpenObject {
  public:
   explicit OpenObject(Members& waiting)
@@ -1025,8 +1026,7 @@ class OpenObject {
   OpenObject(const OpenObject&) = delete;
   OpenObject& operator=(const OpenObject&) = delete;
 
-  // Asks for no memory, and so cannot be interrupted by what a monitor throws
-  // there.
+  // Needs no memory, so a monitor without memory cannot interrupt it.
   ~OpenObject() {
     if (!object_) return;
     object_.reset();
@@ -1034,8 +1034,8 @@ class OpenObject {
     Forget();
   }
 
-  // Takes the value over; null is ignored. Throws when there was no memory for
-  // the object itself. Most keys go from the text straight into their place.
+  // Takes the value; null is ignored. Throws lang::Exception if there was no
+  // memory for the object itself. Most keys are copied once, from the text.
   [[gnu::noinline]] void Add(const Quoted& key, ScopedPointer<JBase>& value) {
     JObject& object = *object_.operator->();
     if (!value) return;
@@ -1056,16 +1056,17 @@ class OpenObject {
     value.release();
   }
 
-  // The finished object, which the caller owns.
+  // Returns the finished object, which the caller owns.
   JBase* Close() {
     if (object_) Store();
     return object_.release();
   }
 
-  // To be called before an object that stays unfinished goes: the object then
-  // disposes its values in its order. Those that it has no room to take go
-  // after it. Catches nothing else, since the end of a cancelled thread must
-  // not be caught while an exception is.
+  // Call this before an unfinished object is destroyed: it stores the waiting
+  // members, so that the object disposes its values in its order. Values that
+  // find no memory are disposed after it. Catches only std::bad_alloc: the
+  // unwinding of a cancelled thread must not be caught while an exception is
+  // handled.
   void Abandon() {
     try {
       if (object_) Store();
@@ -1074,7 +1075,7 @@ class OpenObject {
   }
 
  private:
-  // A bit of the hash each: of most keys none is there that is like them.
+  // A bit of the hash for each key, which tells most new keys from all others.
   static std::size_t BitOf(const MemberTable::Key& key) {
     constexpr auto kBits = std::numeric_limits<std::size_t>::digits;
     return std::size_t{1} << key.hash() % kBits;
@@ -1130,7 +1131,7 @@ void CheckDepth(unsigned int depth) {
   if (depth == kNestingLimit) Fail("Parse", "nesting is too deep");
 }
 
-// Passes the "[" or "," of an array; false when its "]" follows the "[".
+// Skips the "[" or "," of an array. Returns false if "]" follows the "[".
 bool ArraySkip(const char*& cursor) {
   const char separator = *cursor++;
   SkipBlanks(cursor);
@@ -1157,7 +1158,7 @@ JBase* ParseArray(const char*& cursor, Scratch& scratch, unsigned int depth) {
   return array.Close();
 }
 
-// Passes the "{" or "," of an object; false when its "}" follows the "{", else
+// Skips the "{" or "," of an object. Returns false if "}" follows the "{"; else
 // the cursor is on a key.
 bool ParseKey(const char*& cursor) {
   const char separator = *cursor++;
@@ -1248,7 +1249,7 @@ const Value& As(const JBase* value) {
   return static_cast<const Value&>(*value);
 }
 
-// Inlined into the loops over children: only containers cost a call.
+// Inlined into the loops over children, so that only containers need a call.
 [[gnu::always_inline]] inline bool AreEqual(const JBase* first,
                                             const JBase* second) {
   const JType type = first->type();
@@ -1271,7 +1272,7 @@ const Value& As(const JBase* value) {
       return AreEqual(Access::Of(As<JObject>(first)),
                       Access::Of(As<JObject>(second)));
   }
-  return false;  // a kind of somebody else's
+  return false;  // a kind beyond the six
 }
 
 bool AreEqual(const Elements& first, const Elements& second) {
@@ -1283,8 +1284,8 @@ bool AreEqual(const Elements& first, const Elements& second) {
   return true;
 }
 
-// Equal objects mostly have their members in the same order, so the one behind
-// the last that was found is tried first.
+// Tries the member behind the last one found first: most equal objects have
+// their members in the same order.
 bool AreEqual(const MemberTable& first, const MemberTable& second) {
   if (first.size() != second.size()) return false;
   const MemberTable::Node* other = second.first();
@@ -1320,8 +1321,8 @@ bool JsonReader::fromString(const SafeString& text) {
   return fromString(text.c_str());
 }
 
-// What unwinds a cancelled thread is no object: the reference to it binds to
-// null, which a sanitizer would report.
+// The unwinding of a cancelled thread has no exception object: the reference
+// binds to null, which a sanitizer would report.
 __attribute__((no_sanitize("null"))) bool JsonReader::read(const char* text,
                                                            JsonFault* fault) {
   const char* cursor = text;
@@ -1346,8 +1347,8 @@ JBase* JsonReader::transfer() { return std::exchange(tree_, nullptr); }
 
 bool JsonReader::valid() const { return tree_ != nullptr; }
 
-// The tree leaves the reader first: a monitor that throws cannot lead to a
-// second disposal.
+// Removes the tree from the reader first, so that it is not disposed again if a
+// monitor throws.
 void JsonReader::reset() {
   if (JBase* tree = std::exchange(tree_, nullptr)) tree->dispose();
 }

@@ -18,12 +18,12 @@ namespace {
 
 using debug::Allocator;
 
-// The standard library's hash of strings, with its seed: it decides the order,
-// and std::hash knows no strings of our allocator.
+// The standard library's hash of strings, with its seed. It determines the
+// order. std::hash has no specialization for strings with our allocator.
 constexpr std::size_t kSeed = 0xc70f6907U;
 
-// Without an index a chain has at most so many members. By chance a longer one
-// comes about once in a million buckets.
+// The most members of a chain without an index. By chance, one of a million
+// buckets has a longer chain.
 constexpr unsigned int kLongChain = 8;
 
 // The same for members of one hash, unless others come between them.
@@ -144,9 +144,9 @@ std::size_t Fold(std::size_t first, std::size_t second) {
 
 }  // namespace
 
-// A hash for which nobody can make texts that share it without the secret: each
-// step multiplies the next two words, one covered by the secret and the other
-// by the state.
+// A hash with a secret: without the secret nobody can make texts of one hash.
+// Each step multiplies the next two words, one combined with the secret, the
+// other with the state.
 class KeyedHash {
  public:
   // The secret is of this process and of this object.
@@ -183,12 +183,12 @@ class KeyedHash {
 
 // The index -------------------------------------------------------------------
 
-// Finds members, each with what precedes it in the list. The first member of
-// each chain is not in the index: its bucket knows what precedes it.
+// Maps each member to its predecessor in the list. The first member of a chain
+// is not in the index: its predecessor is stored in the bucket.
 //
-// A hash table with open addressing, at most half full: it has two entries for
-// each bucket, and fewer members than buckets. They are in several parts, so
-// that no request is larger than that for the buckets.
+// A hash table with open addressing. It has two entries for each bucket, and
+// there are fewer members than buckets, so it is at most half full. The entries
+// are in several parts, so that no request is larger than that for the buckets.
 class MemberTable::Index {
  public:
   struct Release {
@@ -201,14 +201,14 @@ class MemberTable::Index {
     std::size_t hash;
   };
 
-  // The index of an object with so many buckets. Throws std::bad_alloc when
-  // memory is exhausted; until then it only asks for memory.
+  // Returns the index for a table with so many buckets. Throws std::bad_alloc
+  // when memory is exhausted.
   static Owner Make(std::size_t buckets);
 
   // REQUIRES: the member is not in the index.
   void Add(const Node& node, Link* before);
 
-  // The entry of the member of that key, or null.
+  // Returns the entry of the member of that key, or null.
   Entry* Find(const Key& key);
 
   // REQUIRES: the entry is not empty.
@@ -270,7 +270,7 @@ MemberTable::Index::Entry* MemberTable::Index::Find(const Key& key) {
   }
 }
 
-// Moves entries behind it up, so that none is cut off from its home.
+// Moves later entries up, so that all are still found from their home.
 void MemberTable::Index::Remove(Entry* entry) {
   std::size_t hole = HomeOf(*entry);
   while (&At(hole) != entry) hole = Next(hole);
@@ -291,10 +291,10 @@ void MemberTable::Index::Remove(Entry* entry) {
 
 // The buckets -----------------------------------------------------------------
 
-// The buckets stand behind the struct in the same block.
+// The buckets follow the struct in the same block.
 struct MemberTable::Buckets {
-  // What precedes the first member in the list, or null when the bucket is
-  // empty; or the number of its members, while they are counted.
+  // The predecessor of the bucket's first member in the list, or null if the
+  // bucket is empty; while members are counted, their number.
   union Bucket {
     Link* before;
     std::size_t length;
@@ -302,8 +302,8 @@ struct MemberTable::Buckets {
 
   explicit Buckets(std::size_t number) : count(number) {}
 
-  // Buckets that are not set yet. Throws std::bad_alloc when memory is
-  // exhausted.
+  // Returns buckets whose content is not set. Throws std::bad_alloc when memory
+  // is exhausted.
   static BucketsOwner Make(std::size_t count);
 
   void AddIndex() {
@@ -363,7 +363,7 @@ bool MemberTable::IsIndexed() const {
   return buckets_ != nullptr && buckets_->index != nullptr;
 }
 
-// What precedes the first member of the bucket; null when there is none.
+// Returns the predecessor of the bucket's first member, or null if it is empty.
 MemberTable::Link* MemberTable::BeforeBucket(std::size_t bucket) {
   if (buckets_ != nullptr) return (*buckets_)[bucket];
   Link* before = &head_;
@@ -373,7 +373,7 @@ MemberTable::Link* MemberTable::BeforeBucket(std::size_t bucket) {
   return before->next != nullptr ? before : nullptr;
 }
 
-// What precedes the member of that key; null when there is none.
+// Returns the predecessor of the member of that key, or null if there is none.
 MemberTable::Link* MemberTable::FindBefore(const Key& key) {
   if (buckets_ == nullptr) return FindBeforeInList(key);
   const std::size_t bucket = BucketOf(key.hash());
@@ -445,8 +445,8 @@ void MemberTable::putBack(Handle node) {
   ++count_;
 }
 
-// Gives the node its place in the list, in its bucket, behind what precedes the
-// first member of that.
+// Inserts the node into the list behind before, the predecessor of the bucket's
+// first member, or at the front if the bucket is empty.
 void MemberTable::LinkIn(Node* node, std::size_t bucket, Link* before) {
   if (before == nullptr) {
     before = &head_;
@@ -461,9 +461,9 @@ void MemberTable::LinkIn(Node* node, std::size_t bucket, Link* before) {
   before->next = node;
 }
 
-// Takes as many buckets as the policy of the standard map asks for one member
-// more, and puts the members in their order into the new buckets. Everything
-// that may fail is done before the order changes.
+// Takes the number of buckets that the standard map takes for one more member,
+// and relinks the members in their order. All that may fail is done before the
+// order changes.
 void MemberTable::Grow(const Node& added, bool full) {
   std::__detail::_Prime_rehash_policy policy;
   const std::size_t count =
@@ -471,7 +471,7 @@ void MemberTable::Grow(const Node& added, bool full) {
   BucketsOwner buckets = Buckets::Make(count);
   const bool crowded = buckets_ != nullptr && buckets_->crowded;
   if (crowded || full || WillBeLong(*buckets, added)) {
-    // If memory is exhausted now, the next attempt does not count again.
+    // If AddIndex() throws, the next attempt does not count again.
     if (buckets_ != nullptr) buckets_->crowded = true;
     buckets->AddIndex();
   }
@@ -511,7 +511,7 @@ void MemberTable::clear() {
 
 // The index of the table ------------------------------------------------------
 
-// Whether the chain takes no further member of that hash without an index.
+// Whether the chain takes no more member of that hash without an index.
 bool MemberTable::IsFull(const Link* chain, const Node& added) const {
   const Node* node = chain->next;
   if (count_ < kLongChain && node->hash_ != added.hash_) return false;
@@ -525,8 +525,8 @@ bool MemberTable::IsFull(const Link* chain, const Node& added) const {
   return length >= kLongChain || same >= kMostOfOneHash;
 }
 
-// Whether a chain is long once the members and the added one are in these
-// buckets, which it counts in.
+// Whether a chain becomes long when the members and the added one are in these
+// buckets. Counts in the buckets.
 bool MemberTable::WillBeLong(Buckets& buckets, const Node& added) const {
   Buckets::Bucket none;
   none.length = 0;

@@ -14,19 +14,18 @@
 namespace vorn::foundation::json {
 
 // The members of an object or an object archiver: a table from unique keys to
-// values, which it enumerates in exactly the order of the GNU standard
-// library's unordered map. It owns keys and nodes, all from the tracked
-// allocator; the values belong to whoever uses the table.
+// values. It enumerates them in exactly the order of std::unordered_map of the
+// GNU standard library. It owns keys and nodes, in memory of the tracked
+// allocator. The user of the table owns the values.
 //
-// As in that map, the members form one forward list in which the members of a
-// bucket, its chain, stand together. A new member goes directly in front of the
-// first one of its bucket, or to the front of the list when its bucket is
-// empty. As long as there are few buckets, the list alone is kept and searched.
+// As in that map, the members form one forward list. The members of a bucket
+// are consecutive and form its chain. A new member is inserted in front of the
+// first one of its bucket, or at the front of the list if its bucket is empty.
+// A small table has no buckets: the list is searched.
 //
-// The hash is known to everyone, so keys that share a bucket are easily made.
-// Before a chain grows long, the table therefore gets an index by a hash that
-// nobody outside can know. A member that needs the index, but has no memory for
-// it, is refused like one that has no memory itself.
+// Everybody knows the hash, so keys of one bucket are easily made. Before a
+// chain grows long, the table gets an index with a secret hash. A member that
+// needs the index is refused if there is no memory for the index.
 class MemberTable {
  public:
   class Node;
@@ -46,16 +45,16 @@ class MemberTable {
     std::size_t hash_;
   };
 
-  // What comes in front of a node: another one, or the table itself.
+  // The predecessor of a node: another node, or the head of the table.
   struct Link {
     Node* next = nullptr;
   };
 
-  // One member. The bytes of its key stand behind it in the same block.
+  // One member. The bytes of its key follow it in the same block.
   class Node : private Link {
    public:
-    // The next member in the order of enumeration, or null. The table keeps
-    // ownership.
+    // Returns the next member in the order of enumeration, or null. The table
+    // keeps ownership.
     Node* next() const { return Link::next; }
 
     std::string_view key() const { return {KeyBytes(), length_}; }
@@ -97,25 +96,25 @@ class MemberTable {
   MemberTable& operator=(const MemberTable&) = delete;
   ~MemberTable();
 
-  // The first member in the order of enumeration, or null. The table keeps
-  // ownership.
+  // Returns the first member in the order of enumeration, or null. The table
+  // keeps ownership.
   Node* first() const { return head_.next; }
 
   unsigned int size() const { return count_; }
 
-  // Copies of all keys, in the order of enumeration.
+  // Returns copies of all keys, in the order of enumeration.
   std::vector<SafeString, debug::Allocator<SafeString>> keys() const;
 
-  // The member of that key, or null. The table keeps ownership; valid until the
-  // member is taken out or the table is cleared or destroyed.
+  // Returns the member of that key, or null. The table keeps ownership; valid
+  // until the member is taken out or the table is cleared or destroyed.
   Node* find(const Key& key) const;
 
-  // Takes the member of that key out of the table; null when there is none. The
-  // order of the others stays.
+  // Removes the member of that key and returns it, or null if there is none.
+  // The order of the others stays.
   Handle take(const Key& key);
 
-  // Makes a node with a copy of the key and a null value. Throws std::bad_alloc
-  // when memory is exhausted.
+  // Returns a node with a copy of the key and a null value. Throws
+  // std::bad_alloc when memory is exhausted.
   static Handle Make(const Key& key);
 
   // Makes nodes in blocks for several. Each node is released by itself; the
@@ -157,21 +156,21 @@ class MemberTable {
     std::size_t left_ = 0;  // bytes of room
   };
 
-  // Takes a node over, whose key must not be in the table. Throws
-  // std::bad_alloc when memory is exhausted; the table is then unchanged and
-  // the node stays where it is.
+  // Inserts the node and takes ownership of it. Throws std::bad_alloc when
+  // memory is exhausted, and then changes nothing. REQUIRES: no member has its
+  // key.
   void put(Handle& node);
 
-  // Puts a node back that was taken from this table. The table may have changed
-  // since, but not grown, and has no member of that key. Needs no memory.
+  // Inserts a node that was taken from this table. Needs no memory. REQUIRES:
+  // the table has not grown since, and no member has its key.
   void putBack(Handle node);
 
-  // Removes all members. The number of buckets stays, and with it their memory.
+  // Removes all members. The buckets and their memory stay.
   void clear();
 
  private:
-  // What the policy asks for before the first member. So few are not stored:
-  // the list is searched from its front.
+  // The number of buckets of an empty map. So few are not stored: the list is
+  // searched from its front.
   static constexpr unsigned int kFirstBuckets = 13;
 
   class Index;
@@ -181,7 +180,7 @@ class MemberTable {
   };
   using BucketsOwner = std::unique_ptr<Buckets, ReleaseBuckets>;
 
-  // A division by a constant costs the device much less.
+  // A division by a constant is much faster on small devices.
   std::size_t BucketOf(std::size_t hash) const {
     return buckets_ == nullptr ? hash % kFirstBuckets : hash % bucket_count_;
   }
