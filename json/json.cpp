@@ -259,7 +259,7 @@ double JNumber::toFloat() const {
 
 JBase* JNumber::clone() const {
   ScopedPointer<JNumber> copy(Create<JNumber>(tags::kCloneNumber));
-  if (copy) Access::Text(*copy.get()).Set(Access::Text(*this).view());
+  if (copy) Access::Text(*copy.get()).Set(Access::Text(*this));
   return copy.release();
 }
 
@@ -286,7 +286,7 @@ JBase* JString::clone() const {
     return Create<JString>(tags::kCloneString, *string);
   }
   ScopedPointer<JString> copy(Create<JString>(tags::kCloneString));
-  if (copy) Access::Text(*copy.get()).Set(text.view());
+  if (copy) Access::Text(*copy.get()).Set(text);
   return copy.release();
 }
 

@@ -52,7 +52,14 @@ class StoredText {
     text.copy(Shorten(text.size()), text.size());
   }
 
-  // The same, but takes a long text from the SafeString without a copy.
+  // The same with another text of this kind. A short one is copied as a whole.
+  void Set(const StoredText& other) {
+    if (const SafeString* const text = other.string()) return Set(*text);
+    Shorten(0);
+    std::memcpy(room_, other.room_, sizeof room_);
+  }
+
+  // Like the first, but takes a long text from the SafeString without a copy.
   void Take(SafeString&& text) {
     if (text.size() <= kLongestShort) return Set(text);
     Shorten(0);
