@@ -924,7 +924,8 @@ JBase* ParseString(const char*& cursor) {
 JBase* ParseToken(const char*& cursor, SafeString& token) {
   const char* end = cursor;
   while (Is(*end, kNumber)) ++end;
-  token.assign(cursor, end);
+  token.clear();  // assign() would cost more
+  token.append(cursor, static_cast<std::size_t>(end - cursor));
   ScopedPointer<JNumber> number(Create<JNumber>(tags::kParseNumber));
   if (StringUtils::GetNumberFormat(token) == 0) {
     Destroy(number.release(), tags::kRefuseNumber);
