@@ -58,7 +58,7 @@ TEST(StandInTest, ListsLiveObjectsByTag) {
   Record(1, "a.cpp", 20, 3);
   Record(2, file.c_str(), 20, 100);
   Record(3, "a.cpp", 3, 5);
-  for (const unsigned int size : {1, 5}) {
+  for (const unsigned int size : {1U, 5U}) {
     ObjectMonitor::_IncLeak(objects + 3 + size, "a.cpp", 3, "g", size);
   }
   ObjectMonitor::_IncLeak(objects + 5, nullptr, 0, nullptr, 2);
@@ -71,7 +71,7 @@ total: 7 objects, 119 bytes
 )");
   EXPECT_EQ(ObjectMonitor::LiveCount(), 7u);
   EXPECT_EQ(ObjectMonitor::LiveBytes(), 119u);
-  for (const unsigned int object : {8, 0, 1, 5, 2, 4, 3}) Release(object);
+  for (const unsigned int n : {8U, 0U, 1U, 5U, 2U, 4U, 3U}) Release(n);
   EXPECT_EQ(LiveObjects(), "total: 0 objects, 0 bytes\n");
 }
 
@@ -87,7 +87,7 @@ TEST(StandInTest, ReportsTheChangeSinceAMark) {
   for (unsigned int i = 2; i < 5; ++i) Record(i, "b.cpp", 1, 10);
   Record(5, "b.cpp", 12, 30);
   Record(6, "a.cpp", 1, 7);
-  for (const unsigned int freed : {0, 4, 6}) Release(freed);
+  for (const unsigned int freed : {0U, 4U, 6U}) Release(freed);
   EXPECT_EQ(Report("mark", ReportLayout::Text), R"(since mark:
   objects    change       bytes      change        made       freed  created at
         1        +1          30         +30           1           0  b.cpp:12 f
@@ -110,7 +110,7 @@ TEST(StandInTest, ReportsTheChangeSinceAMark) {
   expect(Report("mark"),
          "\ntotal\t\t\t5\t1\t101\t1\t394\t393\nunknown\t\t\t\t\t\t\t\t0\n");
   expect(Report(), "\ntotal\t\t\t5\t5\t101\t101\t");
-  for (const unsigned int left : {1, 2, 3, 5, 6}) Release(left);
+  for (const unsigned int left : {1U, 2U, 3U, 5U, 6U}) Release(left);
 }
 
 TEST(StandInTest, KnowsTheMostBytesAtATime) {
@@ -156,7 +156,7 @@ TEST(StandInTest, TakesObjectsAnywhere) {
     anywhere.push_back(memory + at);
   }
   for (unsigned int round = 0; round < 9; ++round) {
-    for (const unsigned int size : {3, 4}) {
+    for (const unsigned int size : {3U, 4U}) {
       for (void* it : anywhere) {
         ObjectMonitor::_IncLeak(it, "a.cpp", 1, "f", size);
       }
@@ -221,7 +221,7 @@ TEST(StandInDeathTest, CountsMoreTagsThanItCanNumber) {
     Record(4, "a", 3, 7);
     Release(4);
     print_more();
-    for (const unsigned int object : {1, 3}) Release(object);
+    for (const unsigned int object : {1U, 3U}) Release(object);
     print_more();
     Release(2);
     std::exit(ObjectMonitor::LiveCount() == 0 ? 0 : 1);
@@ -261,7 +261,7 @@ TEST(StandInDeathTest, SaysSoWithoutMemory) {
     const bool failed =
         ObjectMonitor::_Alloc(1 << 16) == nullptr &&
         MemoryMonitor::Alloc(1 << 16) == nullptr &&
-        fails([](int line) { Record(0, "a.cpp", line, 2); }) &&
+        fails([](unsigned int line) { Record(0, "a.cpp", int(line), 2); }) &&
         fails([](unsigned int i) {
           Record(i, "a.cpp", 0, 2);
           ++recorded;
