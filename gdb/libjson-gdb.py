@@ -8,19 +8,19 @@
 #   (gdb) json-trace clone          from now on, the lines that objects under
 #                                   such a tag come from
 #
-# Memory is read and nothing is called, so that a core file will do; json-trace
-# needs the program to run. What is
-# large or deep is cut: see "help set print elements", "help set print
-# max-depth". The debug information of the libraries is needed.
+# Printing and json-live only read memory, so they work on a core file;
+# json-trace needs a running program. Large and deep values are cut: see "help
+# set print elements" and "help set print max-depth". All of it needs the debug
+# information of the libraries.
 #
-# gdb loads the file with an installed libjson.so.1, as far as it may: outside
-# of /usr, .gdbinit has to say where
+# gdb loads this file with an installed libjson.so.1. A prefix other than /usr
+# must be allowed in .gdbinit:
 #
 #   add-auto-load-scripts-directory PREFIX/share/gdb/auto-load
 #   add-auto-load-safe-path PREFIX/share/gdb/auto-load
 #
-# An installation that was moved, the root of another system and a folder of a
-# build take "source FILE".
+# For an installation that was moved, the root of another system or a build
+# folder, give "source FILE".
 
 import collections
 import re
@@ -37,7 +37,7 @@ MONITOR = FOUNDATION + 'debug::internal::'
 # Values ----------------------------------------------------------------------
 
 class Text:
-    """Something without parts."""
+    """A value without children."""
 
     def __init__(self, text, hint=None):
         self.text = text
@@ -51,7 +51,7 @@ class Text:
 
 
 class Container(Text):
-    """Something with parts, which gdb takes as long as it wants more."""
+    """A value with children, which gdb reads one at a time."""
 
     def __init__(self, text, hint, parts):
         super().__init__(text, hint)
@@ -61,8 +61,8 @@ class Container(Text):
         return iter(self.parts)
 
 
-# Fetched at once: what cannot be read ends the container that it is in, and
-# not the printing.
+# Reads a child before gdb asks for it: a child that cannot be read ends its
+# container, and not the printing.
 def pointed_to(pointer, name=None):
     if name is not None:
         pointer = pointer.cast(gdb.lookup_type(JSON + name).pointer())
@@ -79,8 +79,8 @@ def text_of(characters, length):
     return Text(characters.lazy_string(length=length), 'string')
 
 
-# A short text of a number or a string stands behind an odd byte that has its
-# size; a long one is a SafeString.
+# The text of a number or a string. A short one follows an odd byte that holds
+# its size; a long one is a SafeString.
 def stored_text(value):
     room = value['text_']
     size = int(room[0])
@@ -90,7 +90,7 @@ def stored_text(value):
     return room[1].address.cast(gdb.lookup_type('char').pointer()), size // 2
 
 
-# As its text: without quotes, unlike a string.
+# A number, as its text, without quotes.
 def number(value):
     characters, length = stored_text(value)
     most = gdb.parameter('print elements') or length
@@ -104,8 +104,8 @@ def sequence(title, first, length):
     return Container(f'{title} of length {length}', 'array', elements)
 
 
-# Up to two elements of an array stand in it, behind an odd word that has their
-# number; more stand in a block.
+# The elements of an array. Up to two follow an odd word that holds their number;
+# more are in a block.
 def array(value):
     room = pointed_to(value['elements_'].address, 'Elements')
     word = int(room['word_'])
@@ -122,7 +122,7 @@ def vector(title, value):
     return sequence(title, first, int(value['_M_impl']['_M_finish'] - first))
 
 
-# As its key, whose bytes stand behind it.
+# A member, as its key, whose bytes follow it.
 def node(value):
     key = (value.address + 1).cast(gdb.lookup_type('char').pointer())
     return Text(key.lazy_string(length=int(value['length_'])), 'string')
@@ -147,7 +147,7 @@ def owner(title, name, pointer):
     return Container(title, None, [(name, pointed_to(pointer))])
 
 
-# What is declared by its base, which is abstract, as what it is.
+# A value that is declared by its abstract base, as its own class.
 def dynamic(value):
     kind = value.dynamic_type
     if kind == value.type:
@@ -157,7 +157,7 @@ def dynamic(value):
 
 
 class Printers(gdb.printing.RegexpCollectionPrettyPrinter):
-    """Says what is wrong in the place of what cannot be read."""
+    """Prints the reason in the place of a value that cannot be read."""
 
     def __call__(self, value):
         try:
@@ -202,7 +202,7 @@ gdb.printing.register_pretty_printer(gdb.current_objfile(), printers, True)
 
 # Live objects ----------------------------------------------------------------
 
-# Also where the program stopped in a function of C, whose names are others.
+# Works also if the program stopped in a function of C, which has other names.
 def monitored(name):
     symbol = gdb.lookup_global_symbol(MONITOR + name)
     if symbol is None:
@@ -221,8 +221,8 @@ def nonzero(array, size):
     return ((i, element) for i, (element,) in enumerate(elements) if element)
 
 
-# The addresses of objects, each with the number of its origin: those that have
-# a slot in the shadow. A slot is a number above a bit for the granule's half.
+# The objects that have a slot in the shadow: addresses, each with the number of
+# its origin. The lowest bit of a slot is the half of the granule.
 def shadowed(node, start, span):
     kind = node.type.strip_typedefs()
     if kind.name.endswith('::Leaf'):
@@ -239,7 +239,7 @@ def shadowed(node, start, span):
                             start + index * span, span)
 
 
-# The nodes of a map, each as its key and a pointer to what stands behind it.
+# The nodes of a map, each as its key and a pointer to its value.
 def map_nodes(node):
     if node:
         yield from map_nodes(node['_M_left'])
@@ -266,7 +266,7 @@ def live_objects():
     return objects
 
 
-# The static members of a class are found through any object of it, even none.
+# A null pointer to a class is enough to find its static members.
 def origin(number):
     origins = gdb.lookup_type(MONITOR + 'Origins').pointer()
     origins = gdb.Value(0).cast(origins).dereference()
@@ -282,7 +282,7 @@ def tag(number):
                              found['function_copy'].string())
 
 
-# Objects of a class without virtual functions cannot tell it.
+# An object without virtual functions does not know its class.
 def shown(address):
     base = gdb.lookup_type(FOUNDATION + 'lang::Interface')
     object_ = gdb.Value(address).cast(base.pointer()).dereference()
@@ -339,7 +339,7 @@ Live()
 
 # Where objects come from -----------------------------------------------------
 
-# Of this library and the framework's two, and of their inline functions.
+# The sources of this library, of the framework's two, and their headers.
 def of_the_library(frame):
     name = gdb.solib_name(frame.pc()) or ''
     table = frame.find_sal().symtab
@@ -359,7 +359,7 @@ def caller():
 
 
 class Watch(gdb.Breakpoint):
-    """Has a function of the monitor noted, and lets the program go on."""
+    """Notes a call of the monitor, and lets the program continue."""
 
     def __init__(self, function, note):
         super().__init__(f'{FOUNDATION}debug::ObjectMonitor::{function}',
@@ -367,7 +367,7 @@ class Watch(gdb.Breakpoint):
         self.silent = True
         self.note = note
 
-    # Some of its places are those that only lead to the function.
+    # Some of its places only jump to the function.
     def stop(self):
         frame = gdb.newest_frame()
         if frame.function() is not None:
