@@ -5,9 +5,8 @@
 namespace vorn::foundation::json::tags {
 
 // Every tag that the library reports, except that of dispose(), which stands in
-// <foundation/lang/disposable.h>. The numbers name places, in the order of file
-// and line. They stay the same when the source changes, so that leak reports of
-// different builds can be compared.
+// <foundation/lang/disposable.h>. The numbers look like lines, but are fixed
+// identifiers: leak reports of different builds can be compared.
 
 using debug::Tag;
 

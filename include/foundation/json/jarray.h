@@ -32,9 +32,8 @@ class __attribute__((visibility("default"))) JArray
   JBase* at(unsigned int index) const;
 
   /// Disposes the element at the index, puts value in its place and returns
-  /// true. If the index is past the last, disposes value and returns false. If
-  /// value is null, does nothing and returns false. Takes ownership of value in
-  /// every case.
+  /// true. Takes ownership of value, also if the index is past the last: then
+  /// it disposes value and returns false. Null does nothing and returns false.
   bool setValue(unsigned int index, JBase* value);
 
   unsigned int length() const;

@@ -39,11 +39,11 @@ class __attribute__((visibility("default"))) JBase : public lang::IDisposable {
 
   /// Returns a deep copy. The caller owns the result and releases it with
   /// dispose(). Throws std::bad_alloc when memory is exhausted. While the
-  /// object monitor traces, instead:
-  /// - a scalar and an object without members return null;
+  /// object monitor traces and has no memory for an object itself:
+  /// - a scalar and an object without members return null, or throw
+  ///   std::bad_alloc if they are a child;
   /// - an array and an object with members throw lang::Exception ("access
-  ///   null") for themselves;
-  /// - they throw std::bad_alloc for a child.
+  ///   null").
   /// Nothing is left behind.
   virtual JBase* clone() const = 0;
 

@@ -13,7 +13,7 @@ struct JsonFault {
   enum class Kind { None, NoText, Malformed, NoMemory };
 
   Kind kind = Kind::None;
-  std::size_t offset = 0;  ///< of the byte that no rule takes, from 0
+  std::size_t offset = 0;             ///< of the first wrong byte, from 0
   unsigned int line = 0, column = 0;  ///< from 1; a column is a byte
   char rule[24] = "";                 ///< "ParseObject"
   char message[64] = "";              ///< "field not combined with ':'"
