@@ -83,7 +83,7 @@ Settings Load(const char* path) {
 
 constexpr const char* kFile = "demo.json";
 constexpr const char* kFaulty[] = {
-    R"({"name": null})", R"({"name": "barn", "sensors": [{"name": "air"}]})",
+    R"({"name": []})", R"({"name": "barn", "sensors": [{"name": "air"}]})",
     R"({"name": "barn", "sensors": [{"name": "air", "pin": "A4"}]})",
     R"({"name": "barn", "sensors": {"name": "air", "pin": 4}})",
     R"({"name": "barn", "sensors": [)"};

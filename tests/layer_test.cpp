@@ -299,7 +299,7 @@ TEST(FieldsTest, AreLoadedAsTheyWereSaved) {
   Part loaded;
   for (const double scale : {0.5, HUGE_VAL, std::nan("")}) {
     JsonArchiver written, again;
-    SaveFields(written, Part{"a", 1, 2, {true}, {{"b", 2, scale, {}, {}}}});
+    SaveFields(written, Part{"null", 1, 2, {true}, {{"b", 2, scale, {}, {}}}});
     LoadFields(written, "part", loaded);
     SaveFields(again, loaded);
     EXPECT_EQ(again.compress(), written.compress());

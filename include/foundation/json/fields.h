@@ -18,8 +18,8 @@
 ///
 /// A field is a bool, a number, maybe with a range, a SafeString or
 /// std::string, an object that lists its own fields, or a std::vector of these.
-/// An archiver does not tell 5 from "5": either is a number and a text, and
-/// null is neither.
+/// An archiver does not tell 5 from "5", nor null from "null": each is a text,
+/// the former two are numbers.
 namespace vorn::foundation::json {
 
 namespace json_internal {
@@ -60,7 +60,7 @@ struct Loader {
   template <class T, class... Range>
   void load(T& value, Range... range) {
     SafeString text;
-    const bool scalar = from.read(text) && text != "null";
+    const bool scalar = from.read(text);
     if constexpr (std::is_same_v<T, bool>) {
       Expect(text == "true" || text == "false", "true or false");
       value = text == "true";
