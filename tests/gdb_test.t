@@ -122,4 +122,4 @@ Without the libraries' debug information:
   <no debug information of libjson.so.1: There is no member named private_.>
   $ ask json-live
   libdebugs.so.1 is not loaded, or without debug information, or of another framework.
-  $ echo quit >&3
+  $ echo quit >&3; wait

@@ -44,11 +44,12 @@ const SafeString kText = [] {
 }();
 
 // On a tree of its own, or all but the reading on one that others use as well.
-bool DoAll(const JBase* shared = nullptr) {
+bool DoAll(const JBase* shared = nullptr,
+           const Operation* end = std::end(kOperations)) {
   Subject it;
   it.text = kText;
   it.tree = shared;
-  return std::all_of(kOperations + (shared != nullptr), std::end(kOperations),
+  return std::all_of(kOperations + (shared != nullptr), end,
                      [&](const auto& operation) { return operation.run(it); });
 }
 
@@ -124,9 +125,11 @@ TEST_P(ThreadTest, ObjectsPassFromThreadToThread) {
   EXPECT_NE(out.str().find(total), std::string::npos) << out.str();
 }
 
+// The last operation throws, which may hang in a child on 32-bit ARM: there the
+// C library keeps its lock on the unwinding tables over a fork.
 bool UseAll(int line) {
   debug::Destroy(debug::Create<int>(debug::Tag{"thread_test", line, "use"}));
-  return DoAll() && Watch();
+  return DoAll(nullptr, std::end(kOperations) - 1) && Watch();
 }
 
 TEST_P(ThreadTest, AChildOfForkCanDoAllThatItsParentCan) {
