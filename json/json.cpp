@@ -160,12 +160,16 @@ Integer Truncate(double value) {
 // is no memory for the copy of a short text.
 class Wanted {
  public:
-  explicit Wanted(const StoredText& text) : text_(text.string()) {
+  // The reference to what unwinds a cancelled thread binds to null.
+  __attribute__((no_sanitize("null"))) explicit Wanted(const StoredText& text)
+      : text_(text.string()) {
     if (text_ != nullptr) return;
     try {
       copy_ = text.view();
       text_ = &copy_;
-    } catch (const std::bad_alloc&) {
+    } catch (abi::__forced_unwind&) {
+      throw;  // the thread is cancelled
+    } catch (...) {
     }
   }
 

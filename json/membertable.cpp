@@ -427,7 +427,7 @@ void MemberTable::put(Handle& node) {
   std::size_t bucket = BucketOf(node.get());
   Link* before = BeforeBucket(bucket);
   const bool full = before != nullptr && IsFull(before, *node);
-  if (count_ == bucket_count_) {
+  if (count_ >= bucket_count_) {  // more where putBack() filled it
     Grow(*node, full);
     bucket = BucketOf(node.get());
     before = BeforeBucket(bucket);
@@ -438,7 +438,8 @@ void MemberTable::put(Handle& node) {
   ++count_;
 }
 
-// The chain had room for the member when it was put in.
+// The chain had room for the member when it was put in. A value whose disposal
+// added members may have taken that room; put() then grows the table.
 void MemberTable::putBack(Handle node) {
   const std::size_t bucket = BucketOf(node.get());
   LinkIn(node.release(), bucket, BeforeBucket(bucket));

@@ -87,6 +87,27 @@ struct Foreign : JTypeBase<static_cast<JType>(6)> {
   SafeString key = "a key that is too long to stand in the string";
 };
 
+// Adds members to its object when it is replaced.
+struct Adding : JNull {
+  explicit Adding(JObject& object) : object_(object) {}
+  ~Adding() override {
+    for (const char* key : {"m", "n"}) object_.setValue(key, Make<JNull>());
+  }
+  JObject& object_;
+};
+
+TEST_P(ValuesTest, DisposingAValueMayAddMembers) {
+  JObject object;
+  object.setValue("0", Make<Adding>(object));
+  for (int i = 1; i < 12; ++i) {
+    object.setValue(JNumber(i).toString(), Make<JNull>());
+  }
+  for (int i = 0; i < 1000; ++i) {
+    object.setValue(JNumber(i).toString(), Make<JNull>());
+  }
+  EXPECT_EQ(object.keys().size(), 1002u);
+}
+
 TEST_P(ValuesTest, AKeyMayBePartOfTheValueThatItReplaces) {
   JObject object;
   auto* const value = Make<Foreign>();

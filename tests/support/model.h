@@ -77,8 +77,8 @@ struct Model {
   Model& Find(Input& in) {
     const std::size_t count = elements.size() + members.size();
     if (count == 0 || in.Below(3) == 0) return *this;
-    const unsigned int n = in.Below(count);
-    return kind == '[' ? elements[n]->Find(in)
+    const auto n = static_cast<int>(in.Below(count));
+    return kind == '[' ? elements.begin()[n]->Find(in)
                        : std::next(members.begin(), n)->second->Find(in);
   }
 
