@@ -287,7 +287,7 @@ struct Part {
   template <class Fields>
   void list(Fields& fields) {
     fields.required("name", name);
-    fields.required("pin", pin, 1, 63);
+    fields.required("pin", pin, 1, 300);
     fields.optional("scale", scale);
     fields.optional("flags", flags);
     fields.optional("parts", parts);
@@ -299,7 +299,7 @@ TEST(FieldsTest, AreLoadedAsTheyWereSaved) {
   Part loaded;
   for (const double scale : {0.5, HUGE_VAL, std::nan("")}) {
     JsonArchiver written, again;
-    SaveFields(written, Part{"null", 1, 2, {true}, {{"b", 2, scale, {}, {}}}});
+    SaveFields(written, Part{"null", 99, 2, {true}, {{"b", 2, scale, {}, {}}}});
     LoadFields(written, "part", loaded);
     SaveFields(again, loaded);
     EXPECT_EQ(again.compress(), written.compress());
@@ -309,6 +309,8 @@ TEST(FieldsTest, AreLoadedAsTheyWereSaved) {
   } kRows[] = {
       {"[]", "part: expected an object"},
       {R"({"name": "access null", "pin": 1})", ": access null"},
+      {R"({"name": "", "pin": 0})",
+       "part.pin: expected a whole number from 1 to 255"},
       {R"({"name": "", "pin": 1, "scale": "x"})", "part.scale: expected a num"},
       {R"({"name": "", "pin": 1, "flags": [true, 0]})",
        "part.flags[1]: expected true or false"}};
@@ -354,6 +356,7 @@ void DoesNot(JObject& object, JArray& array, const View& view,
   JBool pointer("a");
   pointer.setValue("a");
   loader.load(number, 1);
+  loader.load(number, 1, 2.5);
 }
 #endif
 

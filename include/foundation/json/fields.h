@@ -19,7 +19,7 @@
 /// A field is a bool, a number, maybe with a range, a SafeString or
 /// std::string, an object that lists its own fields, or a std::vector of these.
 /// An archiver does not tell 5 from "5", nor null from "null": each is a text,
-/// the former two are numbers.
+/// the former two are numbers. A bound beyond the type is the type's limit.
 namespace vorn::foundation::json {
 
 namespace json_internal {
@@ -67,18 +67,19 @@ struct Loader {
     } else if constexpr (std::is_arithmetic_v<T>) {
       constexpr std::size_t kBounds = sizeof...(range);
       static_assert(kBounds == 0 || kBounds == 2, "a range has two bounds");
-      const T limits[] = {static_cast<T>(range)...,
-                          std::numeric_limits<T>::lowest(),
-                          std::numeric_limits<T>::max()};
+      static_assert(!kIsInteger<T> || (!kIsOneOf<Range, float, double> && ...),
+                    "a whole number has whole bounds");
+      using Limits = std::numeric_limits<T>;
+      const T end[] = {JNumber(range).template as<T>().value_or(
+                           range > 0 ? Limits::max() : Limits::lowest())...,
+                       Limits::lowest(), Limits::max()};
       JNumber read;
       std::optional<T> number;
       if (read.fromString(text)) number = read.as<T>();
       Expect(
-          number &&
-              (kBounds == 0 || (limits[0] <= *number && *number <= limits[1])),
+          number && (kBounds == 0 || (end[0] <= *number && *number <= end[1])),
           (std::is_integral_v<T> ? "a whole number from " : "a number from ") +
-              JNumber(limits[0]).toString() + " to " +
-              JNumber(limits[1]).toString());
+              JNumber(end[0]).toString() + " to " + JNumber(end[1]).toString());
       value = *number;
     } else if constexpr (std::is_convertible_v<T, std::string_view>) {
       Expect(scalar, "a text");
@@ -109,7 +110,6 @@ struct Saver {
     required(name, value);
   }
 
-  /// Saves the field of that name, or the element at that index.
   template <class Key, class T, class... Range>
   void required(Key key, const T& value, Range...) {
     if constexpr (std::is_convertible_v<T, std::string_view>) {
@@ -142,8 +142,8 @@ struct Saver {
 
 }  // namespace json_internal
 
-/// Loads an object of that name. For a field that is not as listed it throws
-/// lang::Exception("settings.sensors[0].pin", "is missing"); the rest stays.
+/// Loads an object of that name; if a field is not as listed, those before it,
+/// and throws lang::Exception("settings.sensors[0].pin", "is missing").
 template <class T>
 void LoadFields(io::IArchiver& from, const char* name, T& object) {
   json_internal::At(name, &from,
