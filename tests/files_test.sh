@@ -10,18 +10,20 @@ check() { # EXPECTED COMMAND...
   diff <(echo "$1") <("${@:2}" 2>&1) || { echo "^ ${*:2}" && exit 1; }
 }
 
-# New, with the umask; again, with its mode; behind links, one to no file yet;
-# with a long name.
+# New, with the umask; again, with its mode and owners; behind links, one to no
+# file yet; with a long name.
 umask 027
-echo "[2] // of before" >old && chmod 604 old
+echo "[2] // of before" >old
+[[ $UID -ne 0 ]] || chown 65534:65533 old
+chmod 6604 old && owners=$(stat --format=%u:%g old)
 mkdir folder && ln -s ../old folder/link && ln -s folder/link link
 ln -s ../none folder/dangling
 long=$(printf %255s | tr ' ' n)
 for file in new link folder/dangling "$long"; do
   check "1  0 at 0" "${program[@]}" "$file"
 done
-check "-rw-r----- -rw----r-- -rw-r----- -rw-r-----" \
-  eval 'stat --format=%A new old none "$long" | paste -sd " "'
+check "-rw-r----- -rwS--Sr-- -rw-r----- -rw-r----- $owners" eval \
+  '{ stat -c %A new old none "$long" && stat -c %u:%g old; } | paste -sd " "'
 check $'[\n    1\n]' cat old
 check "1 [1] 0 at 0" "${program[@]}" none 10
 check "0 read 27 at 0" "${program[@]}" none 9

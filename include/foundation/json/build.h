@@ -80,7 +80,6 @@ JBase* Create(const debug::Tag& tag, Value&& value) {
   }
 }
 
-/// Has take() hand the value over to a container.
 template <class Value, class Take>
 void Give(const debug::Tag& tag, Value&& value, Take take) {
   generic::ScopedPointer<JBase> made(Create(tag, std::forward<Value>(value)));

@@ -51,8 +51,7 @@ auto Do(const char* step, Call call) {
   return result;
 }
 
-/// An open file. With a mode, a new one in a folder, which is removed at the
-/// end, unless rename() was called.
+/// An open file. A new one in a folder is removed, unless it was renamed.
 class File {
  public:
   File(const char* path, int flags)
@@ -108,8 +107,7 @@ inline SafeString Read(int file, std::size_t most) {
   Do("open", [&] { return fstat(file, &status); });
   CheckRegular(status.st_mode);
   SafeString text;
-  const auto size = static_cast<std::size_t>(status.st_size);
-  text.reserve(size < most ? size : most);
+  text.reserve(std::min(static_cast<std::size_t>(status.st_size), most));
   char part[4096];
   while (const auto more =
              Do("read", [&] { return read(file, part, sizeof part); })) {
@@ -137,7 +135,13 @@ inline void Save(const SafeString& path, std::string_view text,
   File file(beside, exists ? S_IRUSR | S_IWUSR : 0666);
   Write(file, text);
   Write(file, end);
-  if (exists) Do("write", [&] { return fchmod(file, former.st_mode & 07777); });
+  if (exists) {
+    // The group may be allowed alone. Set-id bits are for the former owners.
+    const bool kept = fchown(file, geteuid(), former.st_gid) == 0 &&
+                      fchown(file, former.st_uid, former.st_gid) == 0;
+    if (!kept) former.st_mode &= 01777;
+    Do("write", [&] { return fchmod(file, former.st_mode & 07777); });
+  }
   Do("sync", [&] { return fsync(file); });
   file.rename(path);
   // EINVAL: the file system has no need of it.
@@ -151,8 +155,8 @@ inline void Save(const SafeString& path, std::string_view text,
 template <class Reader>
 bool ReadFile(const char* path, std::size_t most, Reader& reader,
               FileFault& fault) {
-  reader.fromString(nullptr);
   return json_internal::Try(fault, "read", [&] {
+    reader.fromString(nullptr);
     if (path == nullptr) json_internal::Fail(EFAULT, "open");
     const json_internal::File file(path, O_RDONLY | O_NONBLOCK);
     const SafeString text = json_internal::Read(file, most);
@@ -166,9 +170,10 @@ bool ReadFile(const char* path, std::size_t most, Reader& reader,
 }
 
 /// Saves the value, formatted, and a line feed. Whatever fails, also power, the
-/// former file or the whole new one is there, with the same mode. A symbolic
-/// link is followed; only a regular file is replaced. After "sync" alone may
-/// the new file be there though the result is false.
+/// former file or the whole new one is there, with the same mode, and the same
+/// owner and group where the process may give them. A symbolic link is
+/// followed, hard links are parted; only a regular file is replaced. After
+/// "sync" alone may the new file be there though the result is false.
 inline bool SaveFile(const char* path, const JBase& value, FileFault& fault) {
   return json_internal::Try(fault, "write", [&] {
     json_internal::Save(json_internal::Follow(path), JsonReader::Format(&value),

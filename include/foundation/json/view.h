@@ -50,7 +50,6 @@ class View {
     return is(JType::Object) ? to<JObject>()->length() : 0;
   }
 
-  /// The member, and the element.
   View operator[](std::string_view key) const {
     return is(JType::Object) ? to<JObject>()->at(key) : nullptr;
   }
@@ -116,8 +115,7 @@ class View {
     return {nullptr, is(JType::Array) ? to<JArray>()->length() : 0};
   }
 
-  /// for (auto [key, value] : view.members()), over an object, in the order of
-  /// enumeration.
+  /// for (auto [key, value] : view.members()), over an object, as enumerated.
   struct Members {
     JObject::Cursor cursor;
 
@@ -133,13 +131,11 @@ class View {
   }
 
  private:
-  /// The value if it is of that class, else null.
   template <class Value>
   const Value* to() const {
     return is(Value::kType) ? static_cast<const Value*>(value_) : nullptr;
   }
 
-  /// Where a step of a path leads.
   View follow(std::string_view step) const {
     if (is(JType::Array)) {
       const bool plain = step == "0" || step.find_first_of("123456789") == 0;
