@@ -125,6 +125,9 @@ Values at paths, and what is in the way.
   $ vjson set --in-place / 1; vjson set <once 7 a 2>&1 | head -n 1
   vjson: -: --in-place needs a file
   VALUE:1:1: ParseNumber: number is incorrect
+  $ vjson check '--strict] [--lines' once
+  vjson: --strict] [--lines: unknown option; see vjson --help
+  [2]
   $ for words in '' --frob 'format a b' 'keys --strict' 'check -- --x' 'check --color=x'; do vjson $words; done
   vjson: usage: vjson [OPTION] COMMAND [FILE]...; see vjson --help
   vjson: --frob: unknown option; see vjson --help

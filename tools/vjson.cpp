@@ -53,7 +53,8 @@ struct CommandLine {
 
 // Whether the usage of commands has the option.
 bool Has(std::string_view usage, std::string_view option) {
-  return usage.find(SafeString("[").append(option) + "]") != usage.npos;
+  return option.find(']') == option.npos &&
+         usage.find(SafeString("[").append(option) + "]") != usage.npos;
 }
 
 // A negative number is an operand.
