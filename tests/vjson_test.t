@@ -53,9 +53,9 @@ Strange inputs, and how a line is shown: the caret is under the fault.
   vjson: none: No such file or directory 2
   vjson: .: Is a directory 2
   /dev/zero:1:1: ParseNumber: number is incorrect|??????????????????????????????????????????????????????????????????????...|^ 1
-  $ fault "$(printf '[%.0s' {1..100000})"; fault '1\n\n[2\n\0\n3' --lines
+  $ fault "$(printf '[%.0s' {1..100000})"; fault '1\n\n[2\n"a\0\0"\n3\n-' --lines
   -:1:1025: Parse: nesting is too deep|...[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[...|                                                 ^ 1
-  -:3:3: ParseArray: missing ']'|[2|  ^|hint: the array that begins at line 3, column 1 is not closed|-:4:1: ParseNumber: number is incorrect|?|^ 1
+  -:3:3: ParseArray: missing ']'|[2|  ^|hint: the array that begins at line 3, column 1 is not closed|-:4:3: GetString: string is not end with '"'|"a?|  ^|-:6:1: ParseNumber: number is incorrect|-|^ 1
   $ yes "$(printf %999s)" | head -c $BLANKS | vjson check 2>&1 | grep -o 'is.*'
   is incorrect
   $ vjson format good >/dev/full; vjson keys <&-

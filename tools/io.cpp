@@ -131,17 +131,22 @@ void Input::Rewind() {
 // Whole texts and lines -------------------------------------------------------
 
 bool Input::ReadLine(std::string_view& line) {
+  const auto goes_on = [](char byte) { return byte != '\n' && byte != '\0'; };
   DropToken();
+  while (nul_) {
+    SkipWhile(goes_on);
+    nul_ = *at_ == '\0' && at_ != end_;
+    if (at_ != end_) ++at_;
+  }
   if (AtEnd()) return false;
   BeginToken();
-  SkipWhile([](char byte) { return byte != '\n' && byte != '\0'; });
+  SkipWhile(goes_on);
   line = Token();
   if (at_ == end_) return true;
-  const bool nul = *at_ == '\0';
-  if (nul) line = {token_, line.size() + 1};
+  nul_ = *at_ == '\0';
+  if (nul_) line = {token_, line.size() + 1};
   buffer_[static_cast<std::size_t>(at_ - begin_)] = '\0';
-  at_ = nul ? end_ : at_ + 1;
-  ended_ = ended_ || nul;
+  ++at_;
   return true;
 }
 

@@ -69,8 +69,8 @@ class Input {
   bool CanRewind();
   void Rewind();
 
-  // The next line, without its line feed; false at the end. Ends it with a NUL,
-  // and at its first NUL. Valid until the next call.
+  // The next line, without its line feed; false at the end. Ends it with a NUL.
+  // A line with a NUL is cut behind its first one. Valid until the next call.
   bool ReadLine(std::string_view& line);
 
   // The whole text, or its part in front of the first NUL, and skips nothing.
@@ -101,7 +101,8 @@ class Input {
   bool ended_ = true;  // the window ends where the input does
   bool regular_ = false;
   bool progress_ = false;
-  off_t start_ = 0;  // of the input, in a regular file
+  bool nul_ = false;  // the cursor is behind a NUL, in a line
+  off_t start_ = 0;   // of the input, in a regular file
   std::size_t size_ = 0;
   SafeString buffer_;
   std::uint64_t base_ = 0;  // the offset of the window
