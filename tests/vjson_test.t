@@ -136,6 +136,12 @@ Values at paths, and what is in the way.
   vjson: --x: No such file or directory
   vjson: --color: always, never or auto
   [2]
+  $ equal() { printf "$1" >first; printf "$2" | vjson equal first; }
+  $ equal '{"n":"café"}' '{"n":"cafè"}'; equal '"\xff"' '"\xfe"'; equal "\"$zeros\"" "\"0$zeros\""
+  /n: "caf\xc3\xa9" and "caf\xc3\xa8" (esc)
+  (root): "\xff" and "\xfe"
+  (root): ...0000000000000000000000000000" and ...00000000000000000000000000000"
+  [1]
   $ vjson equal once twice; echo '[{"~":1}]' >first; echo '[{"~":[],"x":0},2]' | vjson equal --all first
   /a: {"b":[1,{"+":"\xc3\xa9\\\\u00e9\\\\ud83d... and 2 (esc)
   /0/~0: 1 and []

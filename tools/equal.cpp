@@ -78,18 +78,27 @@ bool Comparison::CompareObjects(View first, View second) {
   return true;
 }
 
-// Prints both values, up to some bytes behind the place where they part.
+// Prints both values, from the same place on, up to some bytes behind the
+// character where they part.
 [[gnu::noinline]] void Comparison::Print(View first, View second) {
   constexpr std::size_t kWidth = 30;  // two values and a path fit on a line
+  constexpr std::size_t kBefore = 20;
   const auto text = [](View value) {
-    return value ? JsonReader::Compress(value.get()) : SafeString("(none)");
+    return Spell(value ? JsonReader::Compress(value.get()) : "(none)");
   };
   const SafeString a = text(first), b = text(second);
   const auto apart = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
-  const auto at = static_cast<std::size_t>(apart.first - a.begin());
-  output_.WriteLine(Mask(path_.empty() ? "(root)" : path_) + ": " +
-                    Excerpt(a, at, kWidth).text + " and " +
-                    Excerpt(b, at, kWidth).text);
+  auto begin = static_cast<std::size_t>(apart.first - a.begin());
+  while (IsContinuation(a[begin])) --begin;
+  const std::size_t size = std::max({a.size(), b.size(), kWidth});
+  begin = std::min(begin - std::min(begin, kBefore), size - kWidth);
+  while (IsContinuation(a[begin])) ++begin;
+  const auto shown = [begin](const SafeString& value) {
+    return (begin > 0 ? "..." : "") +
+           Excerpt(std::string_view(value).substr(begin), 0, kWidth).text;
+  };
+  output_.WriteLine(Spell(path_.empty() ? "(root)" : path_) + ": " + shown(a) +
+                    " and " + shown(b));
   equal_ = false;
 }
 

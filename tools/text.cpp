@@ -6,7 +6,11 @@
 #include <iterator>
 #include <locale>
 
+#include <foundation/text/stringutils.h>
+
 namespace vjson {
+
+using vorn::foundation::text::StringUtils;
 
 // UTF-8 -----------------------------------------------------------------------
 
@@ -18,10 +22,11 @@ const auto& Utf8() {
   return facet;
 }
 
-bool IsContinuation(char byte) { return (byte & 0xC0) == 0x80; }
 bool IsSurrogate(unsigned int code) { return code >> 11 == 0x1B; }
 
 }  // namespace
+
+bool IsContinuation(char byte) { return (byte & 0xC0) == 0x80; }
 
 // The facet takes surrogates for characters.
 Character CharacterOf(std::string_view text) {
@@ -99,6 +104,23 @@ SafeString Mask(std::string_view text, bool keep_line_ends) {
     text.remove_prefix(std::max<std::size_t>(size, 1));
   }
   return shown;
+}
+
+SafeString Spell(std::string_view text) {
+  SafeString spelled;
+  while (!text.empty()) {
+    const std::size_t size = CharacterOf(text).size;
+    const auto character = text.substr(0, std::max<std::size_t>(size, 1));
+    if (Mask(character) == character) {
+      spelled += character;
+    } else {
+      for (const unsigned char byte : character) {
+        spelled += StringUtils::_InternalFormat("\\x%02x", byte);
+      }
+    }
+    text.remove_prefix(character.size());
+  }
+  return spelled;
 }
 
 Shown Excerpt(std::string_view line, std::size_t at, std::size_t width) {

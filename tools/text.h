@@ -19,12 +19,18 @@ struct Character {
   std::size_t size;
 };
 
+// Whether the byte is in a character and does not begin it.
+bool IsContinuation(char byte);
+
 // The first character of the text. REQUIRES: the text is not empty.
 Character CharacterOf(std::string_view text);
 
 // The text as it is shown. Line feeds, and carriage returns in front of them,
 // stay if they are to be kept.
 SafeString Mask(std::string_view text, bool keep_line_ends = false);
+
+// The text with \xNN for each byte that would be shown as a question mark.
+SafeString Spell(std::string_view text);
 
 // The part of a line around a position, about as many bytes as the width, as it
 // is shown, and the blanks that are as wide as what stands before the position.
