@@ -1,5 +1,7 @@
 // set and remove: all but the value, its comma and its comment stays as it is.
 
+#include <algorithm>
+
 #include "command.h"
 #include "path.h"
 
@@ -89,23 +91,42 @@ Edits Add(const std::vector<Child>& children, std::string_view container,
 
 // Removing --------------------------------------------------------------------
 
-// Removes the child with its comma, and the comment behind it; its lines, where
-// nothing else stands on them. The last child takes the comma before it along.
-Edits Cut(const std::vector<Child>& children, const Child& child) {
-  Edits edits;
-  const bool last = child.comma == nullptr;
-  const char* begin = BeginOf(child);
+// What goes with the child: its comma, and the comment behind it; its lines,
+// where nothing else stands on them. What is in front and goes, too, begins at
+// the position.
+std::string_view Extent(const char* begin, const Child& child, bool last) {
   const char* const blanks = BeforeBlanks(begin);
-  if (last && &child != &children.front()) {
-    edits.push_back({{(&child)[-1].comma, 1}, ""});
-  }
-  const char* end = last ? EndOf(child.value) : child.comma + 1;
+  const char* end =
+      child.comma == nullptr ? EndOf(child.value) : child.comma + 1;
   while (IsBlank(*end)) ++end;
   if (*end == '/') end = LineEnd(end);
   const bool lines = IsLineEnd(blanks[-1]) && IsLineEnd(*end);
   if (last || IsLineEnd(*end)) begin = blanks;
   if (lines) end += end[0] == '\r' && end[1] == '\n' ? 2 : 1;
-  edits.push_back({Part(begin, end), ""});
+  return Part(begin, end);
+}
+
+// Removes the children that go. The last of those that stay loses its comma if
+// none is left behind it.
+template <class Goes>
+Edits Cut(const std::vector<Child>& children, Goes goes) {
+  Edits edits;
+  const auto staying =
+      std::find_if_not(children.rbegin(), children.rend(), goes);
+  const Child* const rest =
+      children.data() + (staying.base() - children.begin());
+  for (const Child& child : children) {
+    const bool last = &child + 1 == rest;
+    if (last && child.comma != nullptr) edits.push_back({{child.comma, 1}, ""});
+    if (last || !goes(child)) continue;
+    const char* begin = BeginOf(child);
+    const bool first = edits.empty() || &child == rest;
+    if (!first && EndOf(edits.back().part) == begin) {
+      begin = edits.back().part.data();
+      edits.pop_back();
+    }
+    edits.push_back({Extent(begin, child, &child >= rest), ""});
+  }
   return edits;
 }
 
@@ -137,17 +158,14 @@ SafeString Replace(const Document& document, const Path& path,
 // The text without the value at the path, and without any of its key.
 SafeString RemoveAll(const Document& document, const Path& path) {
   FindValue(document, path);
-  SafeString text(document.text);
-  for (;;) {
-    const auto container =
-        FindValue({document.subject, text}, path, path.steps.size() - 1);
-    const std::vector<Child> children = ChildrenOf(container);
-    const Child* const child = FindChild(children, path.steps.back());
-    if (child == nullptr) return text;
-    const bool array = container[0] == '[';
-    text = Apply(text, Cut(children, *child));
-    if (array) return text;
-  }
+  const auto container = FindValue(document, path, path.steps.size() - 1);
+  const std::vector<Child> children = ChildrenOf(container);
+  const Child* const found = FindChild(children, path.steps.back());
+  const bool array = container[0] == '[';
+  const SafeString key = array ? SafeString() : Unquote(found->key);
+  return Apply(document.text, Cut(children, [&](const Child& child) {
+                 return array ? &child == found : Unquote(child.key) == key;
+               }));
 }
 
 // The value that the operand is, as a JSON text.
