@@ -179,6 +179,11 @@ Changes. All else stays. Killed at any call, they leave the old file or the new.
   > done 2>log | sort -u
   new
   old
+  $ printf '{"k":1,\n  // only\n  "k":2, "k":3\n}\n' | vjson remove k | vjson set k 4
+  {
+    // only
+    "k": 4
+  }
 
 The strict check.
 

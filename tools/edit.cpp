@@ -50,15 +50,21 @@ const char* LineEnd(const char* at) {
 
 // Adding ----------------------------------------------------------------------
 
-// What stands in front of the last child: its line break and indentation, or
-// the blanks behind the comma.
-SafeString GapBefore(const std::vector<Child>& children) {
-  const char* const end = BeginOf(children.back());
+// What stands in front of a child or comment: its line break and indentation,
+// or the blanks behind the comma. A single one may stand on the bracket's line.
+SafeString GapBefore(const char* end, bool single) {
   const char* begin = BeforeBlanks(end);
   if (begin[-1] == '\n') --begin;
   if (begin[-1] == '\r') --begin;
-  const bool single = children.size() == 1 && !IsLineEnd(*begin);
+  single = single && !IsLineEnd(*begin);
   return single ? SafeString(" ") : SafeString(begin, end);
+}
+
+// The comment that ends there, in a container with nothing but comments.
+const char* LastComment(const char* open, const char* end) {
+  while (end != open && !IsLineEnd(end[-1])) --end;
+  while (IsBlank(*end)) ++end;
+  return end;
 }
 
 // What stands between a key and its value.
@@ -70,22 +76,24 @@ SafeString ColonOf(const std::vector<Child>& children) {
 }
 
 // Adds the child behind the last one. Comments between the last one and the
-// bracket stay in front of the new child.
+// bracket stay in front of the new child, which is indented as they are where
+// there is no other.
 Edits Add(const std::vector<Child>& children, std::string_view container,
           const SafeString& child) {
   const char* const close = EndOf(container) - 1;
   const char* end = close;
   while (IsBlank(end[-1]) || IsLineEnd(end[-1])) --end;
-  if (children.empty()) {
-    const bool blank = end == container.data() + 1;
-    return {{Part(blank ? end : close, close), child}};
-  }
-  const SafeString gap = GapBefore(children);
-  const char* const last = EndOf(children.back().value);
+  const char* const open = container.data() + 1;
+  if (end == open) return {{Part(open, close), child}};
+  const bool none = children.empty();
+  const SafeString gap =
+      GapBefore(none ? LastComment(open, end) : BeginOf(children.back()),
+                children.size() < 2);
+  const char* const last = none ? open : EndOf(children.back().value);
   if (end == last) return {{Part(last, last), "," + gap + child}};
   const bool line = IsLineEnd(gap[0]);
   end = line ? LineEnd(end) : close;
-  return {{Part(last, last), ","},
+  return {{Part(last, last), none ? "" : ","},
           {Part(end, end), line ? gap + child : child}};
 }
 
