@@ -6,6 +6,7 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <string>
 #include <vector>
 
 #include <foundation/json/fields.h>
@@ -73,9 +74,13 @@ Settings Load(const char* path) {
   FileFault fault;
   Settings settings;
   if (!ReadFile(path, 10000000, archiver, fault)) {
-    const bool malformed = fault.text.kind == JsonFault::Kind::Malformed;
-    throw Exception(
-        path, malformed ? fault.text.message : std::strerror(fault.error));
+    const JsonFault& text = fault.text;
+    if (text.kind != JsonFault::Kind::Malformed) {
+      throw Exception(path, std::strerror(fault.error));
+    }
+    const std::string place = path + (":" + std::to_string(text.line)) + ":" +
+                              std::to_string(text.column);
+    throw Exception(place.c_str(), text.message);
   }
   LoadFields(archiver, "settings", settings);
   return settings;
