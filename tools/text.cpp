@@ -114,8 +114,9 @@ SafeString Spell(std::string_view text) {
     if (Mask(character) == character) {
       spelled += character;
     } else {
-      for (const unsigned char byte : character) {
-        spelled += StringUtils::_InternalFormat("\\x%02x", byte);
+      for (const char byte : character) {
+        spelled += StringUtils::_InternalFormat(
+            "\\x%02x", static_cast<unsigned int>(byte) & 0xFF);
       }
     }
     text.remove_prefix(character.size());
