@@ -58,18 +58,18 @@ class Access {
   static StoredText& MakeText(Value& value) {
     return *::new (static_cast<void*>(value.text_)) StoredText;
   }
-  static Elements& Of(JArray& array) {
+  static Elements& ElementsOf(JArray& array) {
     return *std::launder(reinterpret_cast<Elements*>(array.elements_));
   }
-  static const Elements& Of(const JArray& array) {
+  static const Elements& ElementsOf(const JArray& array) {
     return *std::launder(reinterpret_cast<const Elements*>(array.elements_));
   }
   static void MakeElements(JArray& array) {
     static_assert(sizeof(array.elements_) == sizeof(Elements));
     ::new (static_cast<void*>(array.elements_)) Elements;
   }
-  static MemberTable& Of(JObject& object) { return object.members(); }
-  static const MemberTable& Of(const JObject& object) {
+  static MemberTable& MembersOf(JObject& object) { return object.members(); }
+  static const MemberTable& MembersOf(const JObject& object) {
     return object.members();
   }
   static void SetMember(JObject& object, std::string_view key, JBase* value) {
@@ -300,23 +300,23 @@ JArray::JArray() { Access::MakeElements(*this); }
 
 JArray::~JArray() {
   clear();
-  Access::Of(*this).~Elements();
+  Access::ElementsOf(*this).~Elements();
 }
 
 void JArray::append(JBase* value) {
-  if (value != nullptr) Access::Of(*this).Append(value);
+  if (value != nullptr) Access::ElementsOf(*this).Append(value);
 }
 
 JBase* JArray::at(unsigned int index) { return std::as_const(*this).at(index); }
 
 JBase* JArray::at(unsigned int index) const {
-  const Elements& elements = Access::Of(*this);
+  const Elements& elements = Access::ElementsOf(*this);
   return index < elements.size() ? elements.begin()[index] : nullptr;
 }
 
 bool JArray::setValue(unsigned int index, JBase* value) {
   if (value == nullptr) return false;
-  Elements& elements = Access::Of(*this);
+  Elements& elements = Access::ElementsOf(*this);
   if (index >= elements.size()) {
     value->dispose();
     return false;
@@ -326,25 +326,25 @@ bool JArray::setValue(unsigned int index, JBase* value) {
 }
 
 unsigned int JArray::length() const {
-  return static_cast<unsigned int>(Access::Of(*this).size());
+  return static_cast<unsigned int>(Access::ElementsOf(*this).size());
 }
 
-bool JArray::empty() const { return Access::Of(*this).empty(); }
+bool JArray::empty() const { return Access::ElementsOf(*this).empty(); }
 
 // Removes the elements from the array first, so that nothing reaches a disposed
 // element.
 void JArray::clear() {
   Elements elements;
-  elements.Swap(Access::Of(*this));
+  elements.Swap(Access::ElementsOf(*this));
   for (JBase* element : elements) element->dispose();
 }
 
-void JArray::detach() { Elements().Swap(Access::Of(*this)); }
+void JArray::detach() { Elements().Swap(Access::ElementsOf(*this)); }
 
 JBase* JArray::clone() const {
-  const Elements& elements = Access::Of(*this);
+  const Elements& elements = Access::ElementsOf(*this);
   ScopedPointer<JArray> copy(Create<JArray>(tags::kCloneArray));
-  Elements& copies = Access::Of(*copy.operator->());
+  Elements& copies = Access::ElementsOf(*copy.operator->());
   copies.Reserve(elements.size());  // no Append() fails
   for (const JBase* element : elements) {
     copies.Append(OrBadAlloc(element->clone()));
@@ -728,7 +728,7 @@ void JArray::toString(Context& context) const {
   const int depth = context.depth;
   Write(context, '[');
   bool comma = false;
-  for (const JBase* element : Access::Of(*this)) {
+  for (const JBase* element : Access::ElementsOf(*this)) {
     const Nesting nesting(context, depth);
     Separate(context, std::exchange(comma, true));
     element->toString(context);
@@ -983,7 +983,7 @@ class OpenArray {
   // monitor without memory cannot interrupt it.
   ~OpenArray() {
     if (!array_) return;
-    Access::Of(*array_.get()).Borrow(begin(), count());
+    Access::ElementsOf(*array_.get()).Borrow(begin(), count());
     array_.reset();
     waiting_.Resize(first_);
   }
@@ -1000,7 +1000,7 @@ class OpenArray {
   // Returns the finished array, which the caller owns.
   JBase* Close() {
     if (array_) {
-      Elements& elements = Access::Of(*array_.get());
+      Elements& elements = Access::ElementsOf(*array_.get());
       elements.Reserve(count());
       std::copy_n(begin(), count(), elements.begin());
       elements.Resize(count());
@@ -1088,7 +1088,7 @@ class OpenObject {
 
   bool IsRepeated(const MemberTable::Key& key) const {
     return ((bits_ & BitOf(key)) != 0 && IsWaiting(key)) ||
-           Access::Of(*object_.get()).find(key) != nullptr;
+           Access::MembersOf(*object_.get()).find(key) != nullptr;
   }
 
   bool IsWaiting(const MemberTable::Key& key) const {
@@ -1103,7 +1103,7 @@ class OpenObject {
 
   void Store() {
     if (waiting_.size() == first_) return;
-    MemberTable& members = Access::Of(*object_.get());
+    MemberTable& members = Access::MembersOf(*object_.get());
     MemberTable::Batch batch;
     if (waiting_.size() - first_ > 1) batch.Start(size_);
     for (; next_ != waiting_.size(); ++next_) {
@@ -1271,11 +1271,11 @@ const Value& As(const JBase* value) {
       return Access::Text(As<JString>(first)) ==
              Access::Text(As<JString>(second));
     case JType::Array:
-      return AreEqual(Access::Of(As<JArray>(first)),
-                      Access::Of(As<JArray>(second)));
+      return AreEqual(Access::ElementsOf(As<JArray>(first)),
+                      Access::ElementsOf(As<JArray>(second)));
     case JType::Object:
-      return AreEqual(Access::Of(As<JObject>(first)),
-                      Access::Of(As<JObject>(second)));
+      return AreEqual(Access::MembersOf(As<JObject>(first)),
+                      Access::MembersOf(As<JObject>(second)));
   }
   return false;  // a kind beyond the six
 }
