@@ -178,7 +178,7 @@ class Wanted {
 
  private:
   SafeString copy_;
-  const SafeString* text_;
+  const SafeString* text_;  // that of the number, or copy_, or null
 };
 
 // The value of a short number, converted as the bundled StringUtils does.
@@ -956,8 +956,8 @@ JBase* ParseNumber(const char*& cursor, SafeString& token) {
 
 // A member of an object under construction.
 struct Member {
-  MemberTable::Key key;
-  JBase* value;
+  MemberTable::Key key;  // lent by the text
+  JBase* value;          // owned by the open object
 };
 using Members = std::vector<Member, debug::Allocator<Member>>;
 

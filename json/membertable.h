@@ -151,7 +151,7 @@ class MemberTable {
     static void Drop(Head* head);
     void Finish();
 
-    Head* head_ = nullptr;  // of the block that nodes are made in
+    Head* head_ = nullptr;  // of the block for new nodes, which it shares
     char* next_ = nullptr;  // where the next one goes
     std::size_t left_ = 0;  // bytes of room
   };

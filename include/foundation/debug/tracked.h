@@ -17,12 +17,14 @@ struct Tag {
   const char* function;
 };
 
-/// Returns memory for an object; null is possible while the monitor traces.
+/// Returns memory for an object, which the caller releases with GiveBack().
+/// Throws std::bad_alloc when memory is exhausted, or returns null if traced.
 inline void* Allocate(unsigned int size, bool traced) {
   return traced ? ObjectMonitor::_Alloc(size) : ::operator new(size);
 }
 
-/// Gives the memory of an object back to where it came from.
+/// Releases the memory of an object: to the monitor if traced, else by operator
+/// delete. Null is ignored.
 inline void GiveBack(void* block, unsigned int size, bool traced) {
   if (traced) {
     ObjectMonitor::_Dealloc(static_cast<unsigned char*>(block), size);
@@ -31,9 +33,9 @@ inline void GiveBack(void* block, unsigned int size, bool traced) {
   }
 }
 
-/// Records a new object, or null, which stands at the start of its block. When
-/// the monitor throws, the object is destroyed and the block given back. One
-/// function serves all classes with the same base.
+/// Records a new object at the start of its block; both may be null. Destroys
+/// the object and releases the block if the monitor throws; else the caller
+/// owns both. One function serves all classes with the same base.
 ///
 /// Not inlined: containers construct their children within Create(), whose
 /// frame must not hold what is only needed here.

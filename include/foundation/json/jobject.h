@@ -24,7 +24,8 @@ using ExactView = std::enable_if_t<std::is_same_v<T, std::string_view>>;
 ///
 /// Members are enumerated in the order of a hash map, neither in that of
 /// insertion nor sorted. The order changes only when the object does. It is the
-/// same for keys(), clear(), clone(), the writer and the comparison.
+/// same for keys(), clear(), clone(), the writer and the comparison; a copy may
+/// have another one.
 ///
 /// REQUIRES: a value that the object takes is in no other container, and not
 /// under that key already. The caller must not dispose it afterwards.
