@@ -1,8 +1,6 @@
 // The stand-in monitors: the list of live objects, the report, and the checks
 // of the memory that they supply.
 
-#include "support/build.h"
-
 #include <foundation/debug/memorymonitor.h>
 #include <foundation/debug/objectmonitor.h>
 
@@ -27,18 +25,11 @@ namespace {
 using namespace vorn::foundation::debug;
 
 // With flags set that say nothing of a report.
-std::string Report(const char* mark = nullptr,
-                   ReportLayout layout = ReportLayout::Tabs) {
+template <class... Since>
+std::string Report(Since... since) {
   std::ostringstream out;
   out << std::hex;
-  EXPECT_TRUE(ObjectMonitor::Report(out, mark, layout));
-  return out.str();
-}
-
-std::string LiveObjects() {
-  std::ostringstream out;
-  out << std::hex;
-  ObjectMonitor::Report(out);
+  ObjectMonitor::Report(out, since...);
   return out.str();
 }
 
@@ -62,7 +53,7 @@ TEST(StandInTest, ListsLiveObjectsByTag) {
     ObjectMonitor::_IncLeak(objects + 3 + size, "a.cpp", 3, "g", size);
   }
   ObjectMonitor::_IncLeak(objects + 5, nullptr, 0, nullptr, 2);
-  EXPECT_EQ(LiveObjects(), R"(:0 : 1 objects, 2 bytes
+  EXPECT_EQ(Report(), R"(:0 : 1 objects, 2 bytes
 a.cpp:3 f: 1 objects, 5 bytes
 a.cpp:3 g: 2 objects, 6 bytes
 a.cpp:20 f: 2 objects, 103 bytes
@@ -72,7 +63,7 @@ total: 7 objects, 119 bytes
   EXPECT_EQ(ObjectMonitor::LiveCount(), 7u);
   EXPECT_EQ(ObjectMonitor::LiveBytes(), 119u);
   for (const unsigned int n : {8U, 0U, 1U, 5U, 2U, 4U, 3U}) Release(n);
-  EXPECT_EQ(LiveObjects(), "total: 0 objects, 0 bytes\n");
+  EXPECT_EQ(Report(), "total: 0 objects, 0 bytes\n");
 }
 
 // And the marks that stand for nothing yet or anew.
@@ -104,12 +95,12 @@ TEST(StandInTest, ReportsTheChangeSinceAMark) {
   const auto expect = [](const std::string& report, const char* lines) {
     EXPECT_NE(report.find(lines), std::string::npos) << report;
   };
-  expect(Report("mark"),
+  expect(Report("mark", ReportLayout::Tabs),
          "file\tline\tfunction\tobjects\tobjects_change\tbytes\t"
          "bytes_change\tmade\tfreed\na.cpp\t6\tf\t1\t1\t1\t1\t1\t0\n");
-  expect(Report("mark"),
+  expect(Report("mark", ReportLayout::Tabs),
          "\ntotal\t\t\t5\t1\t101\t1\t394\t393\nunknown\t\t\t\t\t\t\t\t0\n");
-  expect(Report(), "\ntotal\t\t\t5\t5\t101\t101\t");
+  expect(Report(nullptr, ReportLayout::Tabs), "\ntotal\t\t\t5\t5\t101\t101\t");
   for (const unsigned int left : {1U, 2U, 3U, 5U, 6U}) Release(left);
 }
 
@@ -125,7 +116,7 @@ TEST(StandInTest, KnowsTheMostBytesAtATime) {
 // The list takes an eighth of the memory that objects lie in and the rest of a
 // leaf, and little for a few objects.
 TEST(StandInTest, TheListIsSmall) {
-  if (support::kSanitized) GTEST_SKIP() << "a sanitizer has a heap of its own";
+  if (VORN_SANITIZED) GTEST_SKIP() << "a sanitizer has a heap of its own";
   const auto object = [](std::size_t number) {
     return reinterpret_cast<void*>((std::uintptr_t{1} << 30) + number * 48);
   };
@@ -196,7 +187,7 @@ TEST(StandInTest, KeepsTheTagsOfALibraryThatIsGone) {
   reinterpret_cast<void (*)(void*)>(dlsym(library, "Record"))(objects);
   ASSERT_EQ(dlclose(library), 0);
   EXPECT_EQ(dlopen(STANDIN_LIBRARY, RTLD_NOW | RTLD_NOLOAD), nullptr);
-  EXPECT_EQ(LiveObjects(), R"(standin_library.cpp:7 Record: 1 objects, 3 bytes
+  EXPECT_EQ(Report(), R"(standin_library.cpp:7 Record: 1 objects, 3 bytes
 total: 1 objects, 3 bytes
 )");
   Release(0);
@@ -206,7 +197,7 @@ total: 1 objects, 3 bytes
 TEST(StandInDeathTest, CountsMoreTagsThanItCanNumber) {
   const auto run = [] {
     static const auto print_more = [] {
-      const std::string report = Report();
+      const std::string report = Report(nullptr, ReportLayout::Tabs);
       const std::size_t start = report.find("more tags");
       std::cerr << report.substr(start, report.find('\n', start) - start + 1);
     };
@@ -234,7 +225,7 @@ TEST(StandInDeathTest, CountsMoreTagsThanItCanNumber) {
 
 // In a process of its own, which takes all memory.
 TEST(StandInDeathTest, SaysSoWithoutMemory) {
-  if (support::kSanitized) GTEST_SKIP() << "a sanitizer would end the process";
+  if (VORN_SANITIZED) GTEST_SKIP() << "a sanitizer would end the process";
   const auto run = [] {
     static unsigned int recorded = 0;
     // Does the work until memory ends.

@@ -2,7 +2,6 @@
 // its own, all of them on one tree that nobody changes, objects that pass from
 // one to the other, and children of fork() in the middle of it.
 
-#include "support/build.h"
 #include "support/keys.h"
 #include "support/operations.h"
 
@@ -133,7 +132,7 @@ bool UseAll(int line) {
 }
 
 TEST_P(ThreadTest, AChildOfForkCanDoAllThatItsParentCan) {
-  if (kSanitized) GTEST_SKIP() << "its heap hangs in the child";
+  if (VORN_SANITIZED) GTEST_SKIP() << "its heap hangs in the child";
   std::atomic<bool> is_over{false};
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
