@@ -17,7 +17,8 @@ std::unique_ptr<Tree> ParseJansson(const std::string& text);
 std::unique_ptr<Tree> ParseNlohmann(const std::string& text);
 std::unique_ptr<Tree> ParseJsonCpp(const std::string& text);
 
-// Passes on what a library returned. Null, or false, is its failure.
+// Returns the result of a library. Throws std::runtime_error if it is null or
+// false.
 template <class Result>
 Result Checked(Result result) {
   if (!result) throw std::runtime_error("the library failed");

@@ -1,8 +1,8 @@
 // Usage: bench_heap LIBRARY OPERATION FILE
 //
-// Does one operation of one library once and prints three numbers: the heap
-// bytes that its result holds, the most that were held at any time, its result
-// included, and the length of the text that was read or written.
+// Runs one operation of one library once. Prints three numbers: the heap bytes
+// that the result holds, the peak of the heap bytes, the result included, and
+// the length of the text that was read or written.
 
 #include <cstdio>
 #include <exception>

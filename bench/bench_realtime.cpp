@@ -1,11 +1,12 @@
 // Usage: bench_realtime FILE SECONDS
 //
-// Lets a real-time thread parse the file for so many seconds, alone and beside
-// two ordinary threads that do the same, all on one processor. Prints how many
-// parses it got through and the milliseconds of the longest, in both cases.
-// Fails if a parse beside the others took more than 100 milliseconds, if there
-// were less than two thirds of those alone, and where the machine has no
-// real-time threads (SCHED_FIFO) for this process.
+// A real-time thread parses the file for SECONDS seconds, first alone, then
+// beside two ordinary threads that also parse, all on one processor. Prints for
+// each case the number of its parses and the milliseconds of the longest.
+// Fails
+// - if a parse beside the others takes more than 100 milliseconds;
+// - if it gets through less than two thirds of its parses alone;
+// - if the process may not have real-time threads (SCHED_FIFO).
 
 #include <pthread.h>
 #include <sched.h>

@@ -1,8 +1,8 @@
 // Usage: bench_run LIBRARY OPERATION FILE COUNT
 //
-// Does one operation of one library COUNT times, for a program that counts
-// instructions. A run with the COUNT 0 does everything else: the difference of
-// the two is what the operation costs.
+// Runs one operation of one library COUNT times, for a program that counts
+// instructions. A run with COUNT 0 does everything else: the difference of two
+// runs is the cost of the operation.
 
 #include <cstdio>
 #include <cstdlib>

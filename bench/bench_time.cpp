@@ -1,7 +1,7 @@
 // Usage: bench_time [--benchmark_OPTION...] FILE...
 //
-// Times every operation of every library on every file, as
-// OPERATION/LIBRARY/N for the Nth file.
+// Measures the time of every operation of every library on every file. Its
+// name is OPERATION/LIBRARY/N for the file number N, from 0.
 
 #include <cstdio>
 #include <exception>

@@ -1,8 +1,7 @@
 // Usage: bench_trace ROUNDS FILE
 //
-// Parses the file with tracing off, with tracing on and by cJSON, each once a
-// round, and prints the medians of the processor times of all three, in
-// nanoseconds.
+// Parses the file with tracing off, with tracing on and by cJSON, once each in
+// every round. Prints the median processor time of each, in nanoseconds.
 
 #include <time.h>
 
@@ -27,7 +26,7 @@ long Now() {
   return now.tv_sec * 1'000'000'000 + now.tv_nsec;
 }
 
-// Takes the times of one kind of parse.
+// Measures the times of one kind of parse.
 class Timed {
  public:
   Timed(const char* library, bool traces, const std::string& text)

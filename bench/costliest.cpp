@@ -2,10 +2,10 @@
 //
 // Searches for the texts that take the most memory for their length. For every
 // pattern of up to five tokens that makes well-formed text when it is repeated,
-// side by side or nested, a new process reads a text of so many bytes,
-// 1,000,000 unless told, and another one loads it into an archiver. Prints the
-// five costliest patterns of both, with the most bytes that were resident for
-// each byte of the text; the text itself does not count.
+// side by side or nested, one new process reads a text of BYTES bytes
+// (1,000,000 by default), and another one loads the text into an archiver.
+// Prints the five costliest patterns of both, with the peak of the resident
+// bytes for each byte of the text. The text itself does not count.
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -56,7 +56,7 @@ std::string Repeat(const std::string& text, unsigned int count) {
   return repeated;
 }
 
-// The patterns that have been found, each text once.
+// The patterns found so far, without those that make the same text.
 class Patterns {
  public:
   // Adds what the tokens make, undivided and divided at every place.

@@ -1,5 +1,5 @@
-// malloc and its family, in the place of the C library's: each passes the call
-// on to the C library and counts.
+// malloc and its family, which replace those of the C library: each counts, and
+// passes the call on to the C library.
 
 #include "heap.h"
 

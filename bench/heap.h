@@ -4,9 +4,9 @@
 
 namespace bench {
 
-// The bytes that the allocator spends on all blocks that are out: what it
-// reserved for each, and its own header in front. A program that links heap.cpp
-// counts them, whoever asked for the memory. For a single thread.
+// The bytes of all allocated blocks: what the allocator reserved for each, and
+// its own header in front. A program that links heap.cpp counts the blocks of
+// all its parts. For a single thread.
 struct HeapBytes {
   std::size_t live;
   std::size_t peak;  // the most since StartPeak()

@@ -8,8 +8,8 @@
 
 namespace bench {
 
-// A document as a library holds it. Destroying the tree gives the library's
-// memory back. What fails throws std::runtime_error.
+// A document as a library holds it. The destructor releases the library's
+// memory. Failures throw std::runtime_error.
 class Tree {
  public:
   Tree() = default;
@@ -17,15 +17,15 @@ class Tree {
   Tree& operator=(const Tree&) = delete;
   virtual ~Tree() = default;
 
-  // Write the document as the library does it, release the text and return its
-  // length: without blanks, and on lines of their own.
+  // Write the document with the library's own writer, compressed or formatted,
+  // release the text and return its length.
   virtual std::size_t WriteCompressed() const = 0;
   virtual std::size_t WriteFormatted() const = 0;
 
   // A deep copy.
   virtual std::unique_ptr<Tree> Clone() const = 0;
 
-  // Whether both hold the same. The other tree must be of the same library.
+  // Whether both documents are equal. REQUIRES: both are of one library.
   virtual bool Equals(const Tree& other) const = 0;
 };
 
@@ -34,10 +34,10 @@ struct Library {
   std::unique_ptr<Tree> (*parse)(const std::string& text);
 };
 
-// The libraries that this build compares, this project's first.
+// The libraries that this build compares. The first is this project's.
 const std::vector<Library>& Libraries();
 
-// The library of that name. Throws std::runtime_error when there is none.
+// Returns the library of that name. Throws std::runtime_error if there is none.
 const Library& FindLibrary(std::string_view name);
 
 }  // namespace bench

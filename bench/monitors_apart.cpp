@@ -1,5 +1,5 @@
-// Monitors that account for nothing, in the place of the framework's: what a
-// program with them spends is what the library spends itself.
+// Monitors that record nothing, instead of the framework's: a program with them
+// spends what the library itself spends.
 
 #include <cstdlib>
 

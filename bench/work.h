@@ -23,23 +23,24 @@ constexpr OperationName kOperations[] = {
     {Operation::Clone, "clone"},
     {Operation::Compare, "compare"}};
 
-// The operation of that name. Throws std::runtime_error when there is none.
+// Returns the operation of that name. Throws std::runtime_error if there is
+// none.
 Operation FindOperation(std::string_view name);
 
-// What an operation leaves behind.
+// The result of an operation.
 struct Outcome {
   std::unique_ptr<Tree> tree;  // of a parse and of a clone
   std::size_t length;          // of the text that was read or written
 };
 
-// One operation of one library on one document. The trees that it works on are
-// parsed beforehand: none for a parse, two to compare, else one. The text must
-// outlive the work. What fails throws std::runtime_error.
+// One operation of one library on one document. Its operands are parsed
+// beforehand: none for a parse, two trees to compare, else one. The text must
+// outlive the work. Failures throw std::runtime_error.
 class Work {
  public:
   Work(const Library& library, Operation operation, const std::string& text);
 
-  // Does it once. Destroying the outcome releases the tree.
+  // Runs it once. The destructor of the outcome releases the tree.
   Outcome Run() const;
 
  private:
@@ -50,7 +51,7 @@ class Work {
   std::unique_ptr<Tree> second_;
 };
 
-// The bytes of a file. Throws std::runtime_error when it cannot be read.
+// Returns the bytes of a file. Throws std::runtime_error if it cannot be read.
 std::string ReadFile(const std::string& path);
 
 }  // namespace bench

@@ -31,7 +31,7 @@ class JsonCTree : public Tree {
   }
 
  private:
-  // The text stays in the tree, which takes it back for the next one.
+  // The tree keeps the text, and reuses its memory for the next one.
   std::size_t Write(int flags) const {
     std::size_t length = 0;
     Checked(json_object_to_json_string_length(root_, flags, &length));

@@ -15,9 +15,9 @@
 /// A value is a bool, a number, a text of any string class, nullptr, a View
 /// (copied) or a result of MakeObject() or MakeArray() (taken; std::move a
 /// named one). A null const char*, an absent View and an empty ScopedPointer
-/// are null; a null key is the empty text. New values have the tag. Throws
+/// are null; a null key is the empty text. New values get the tag. Throws
 /// std::bad_alloc when memory is exhausted, also while the object monitor
-/// traces: nothing is left behind; of several members, those in front are set.
+/// traces. Then nothing leaks; Set() keeps the members before the failure.
 namespace vorn::foundation::json {
 
 /// The tag of the line that the call stands in.
@@ -53,14 +53,14 @@ T* New(const debug::Tag& tag, Arguments&&... arguments) {
       debug::Create<T>(tag, std::forward<Arguments>(arguments)...));
 }
 
-/// What it throws while the object monitor traces is for want of memory, too.
+/// While the object monitor traces, lang::Exception means exhausted memory.
 inline JBase* Copy(const JBase* value) try {
   return OrBadAlloc(value->clone());
 } catch (const lang::Exception&) {
   throw std::bad_alloc();
 }
 
-/// Creates what the value stands for. The caller owns the result.
+/// Creates the JSON value of a plain value. The caller owns the result.
 template <class Value>
 JBase* Create(const debug::Tag& tag, Value&& value) {
   using T = std::decay_t<Value>;

@@ -18,15 +18,15 @@
 ///
 /// A field is a bool, a number, maybe with a range, a SafeString or
 /// std::string, an object that lists its own fields, or a std::vector of these.
-/// An archiver does not tell 5 from "5", nor null from "null": each is a text,
-/// the former two are numbers. A bound beyond the type is the type's limit.
+/// An archiver does not distinguish 5 from "5", or null from "null". All four
+/// are texts; 5 and "5" are numbers. A bound beyond the type is its limit.
 namespace vorn::foundation::json {
 
 namespace json_internal {
 using Name = const char*;
 using Text = const SafeString&;
 
-/// A field is not as listed. No other exception is changed on its way.
+/// Thrown if a field is not as listed. Other exceptions get no place.
 struct FieldFault : lang::Exception {
   using lang::Exception::Exception;
 };
@@ -35,7 +35,7 @@ inline void Expect(bool met, Text expected) {
   if (!met) throw FieldFault("", ("expected " + expected).c_str());
 }
 
-/// Loads what is at a place, and puts that in front of the place of a fault.
+/// Loads the value at a place. Prepends the place to that of a FieldFault.
 template <class Load>
 void At(Text place, io::IArchiver* from, Load load) try {
   if (from == nullptr) throw FieldFault("", "is missing");
@@ -142,8 +142,8 @@ struct Saver {
 
 }  // namespace json_internal
 
-/// Loads an object of that name; if a field is not as listed, those before it,
-/// and throws lang::Exception("settings.sensors[0].pin", "is missing").
+/// Loads the object of that name. At a field that is not as listed throws
+/// lang::Exception("settings.sensors[0].pin", "is missing").
 template <class T>
 void LoadFields(io::IArchiver& from, const char* name, T& object) {
   json_internal::At(name, &from,

@@ -15,9 +15,9 @@
 
 namespace vorn::foundation::json {
 
-/// Why a file was not read or saved: a fault in its text, or else an errno and
-/// the step that failed, "open", "read", "write", "sync" or "rename". Exhausted
-/// memory is both, with ENOMEM.
+/// Why a file was not read or saved: a fault in its text, or an errno and the
+/// step that failed, "open", "read", "write", "sync" or "rename". Exhausted
+/// memory sets both: Kind::NoMemory and ENOMEM.
 struct FileFault {
   JsonFault text;
   int error = 0;
@@ -25,7 +25,7 @@ struct FileFault {
 };
 
 namespace json_internal {  // POSIX, with exceptions
-/// Does the work. False, with the fault set, where that throws.
+/// Runs the work. If it throws, sets the fault and returns false.
 template <class Work>
 bool Try(FileFault& fault, const char* step, Work work) try {
   fault = FileFault();
@@ -42,7 +42,7 @@ bool Try(FileFault& fault, const char* step, Work work) try {
   throw FileFault{JsonFault(), error, step};
 }
 
-/// Makes a system call, again where a signal interrupts it.
+/// Makes a system call. Repeats the call if a signal interrupts it.
 template <class Call>
 auto Do(const char* step, Call call) {
   auto result = call();
@@ -51,7 +51,7 @@ auto Do(const char* step, Call call) {
   return result;
 }
 
-/// An open file. A new one in a folder is removed, unless it was renamed.
+/// An open file. The destructor removes a file created here, unless renamed.
 class File {
  public:
   File(const char* path, int flags)
@@ -150,8 +150,8 @@ inline void Save(const SafeString& path, std::string_view text,
 
 }  // namespace json_internal
 
-/// Reads a regular file of at most so many bytes into a JsonReader, or into a
-/// JsonArchiver. Otherwise that is empty, and the fault says why.
+/// Reads a regular file of at most that many bytes into a JsonReader or
+/// JsonArchiver. On failure returns false, empties the reader, sets the fault.
 template <class Reader>
 bool ReadFile(const char* path, std::size_t most, Reader& reader,
               FileFault& fault) {
@@ -169,11 +169,11 @@ bool ReadFile(const char* path, std::size_t most, Reader& reader,
   });
 }
 
-/// Saves the value, formatted, and a line feed. Whatever fails, also power, the
-/// former file or the whole new one is there, with the same mode, and the same
-/// owner and group where the process may give them. A symbolic link is
-/// followed, hard links are parted; only a regular file is replaced. After
-/// "sync" alone may the new file be there though the result is false.
+/// Saves the value, formatted, and a line feed. After any failure, power
+/// included, the path names the former file or the whole new one. Keeps the
+/// mode, and owner and group where the process may. Follows symbolic links,
+/// breaks hard links, replaces only a regular file. On failure returns false
+/// and sets the fault; the new file can be there only if the step is "sync".
 inline bool SaveFile(const char* path, const JBase& value, FileFault& fault) {
   return json_internal::Try(fault, "write", [&] {
     json_internal::Save(json_internal::Follow(path), JsonReader::Format(&value),

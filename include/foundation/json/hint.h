@@ -8,8 +8,8 @@
 namespace vorn::foundation::json {
 
 namespace json_internal {
-/// The first byte of what is not closed in a text that the parser took: a
-/// string or the innermost container; else npos. open: a container before it.
+/// Returns where the unclosed string, or the innermost unclosed container,
+/// begins in a text that the parser took, or npos. open: a container around it.
 inline std::size_t Unclosed(std::string_view text, std::size_t& at,
                             std::size_t open) {
   while (at < text.size()) {
@@ -30,8 +30,8 @@ inline std::size_t Unclosed(std::string_view text, std::size_t& at,
   return open;
 }
 
-/// What the parser's message has in it, one of the bytes at the fault ("" for
-/// any), and what the text has there. The first that fits is meant.
+/// Fits if the parser's message contains the message, one of the bytes ("" for
+/// any) is at the fault, and the text there begins with the text. First fit.
 struct Mistake {
   std::string_view message, bytes, text;
   const char* hint;
@@ -62,9 +62,9 @@ inline constexpr Mistake kMistakes[] = {
 
 }  // namespace json_internal
 
-/// One sentence of help, without a full stop, for the common mistakes; empty
-/// where there is nothing to say. Throws std::bad_alloc when memory is
-/// exhausted. REQUIRES: the fault is of this text. A const char* ends at a NUL.
+/// Returns one sentence of help, without a full stop, for a common mistake, or
+/// an empty text. Throws std::bad_alloc when memory is exhausted.
+/// REQUIRES: the fault is of this text. A const char* ends at a NUL.
 inline SafeString Hint(const JsonFault& fault, std::string_view text) {
   if (fault.kind != JsonFault::Kind::Malformed) return SafeString();
   std::string_view taken = text.substr(0, fault.offset);

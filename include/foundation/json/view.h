@@ -9,7 +9,7 @@ namespace vorn::foundation::json {
 
 struct Member;
 namespace json_internal {
-/// The types that as() and value() give.
+/// The types that as() and value() return.
 template <class T>
 using Readable =
     std::enable_if_t<kIsInteger<T> ||
@@ -29,9 +29,9 @@ inline bool Means(std::string_view step, std::string_view key) {
 
 }  // namespace json_internal
 
-/// Lends a value that may be absent. What is looked for in an absent value, or
-/// in one of another kind, is absent. Valid as long as the value's owner lends
-/// it. Only a std::string or SafeString that is asked for may throw bad_alloc.
+/// Lends a value that may be absent. A lookup in an absent value, or in a value
+/// of another kind, returns an absent view. Valid as long as the value is. Only
+/// as() and value() of std::string and SafeString can throw std::bad_alloc.
 class View {
  public:
   View() = default;
@@ -59,7 +59,7 @@ class View {
     return array->at(static_cast<unsigned int>(index));
   }
 
-  /// What a path of RFC 6901 leads to: "/wifi/a~1b". The empty path leads here.
+  /// The value at a JSON Pointer (RFC 6901): "/wifi/a~1b". "" is this value.
   View at(std::string_view path) const {
     if (path.empty() || path[0] != '/') return path.empty() ? *this : View();
     path.remove_prefix(1);
@@ -68,9 +68,9 @@ class View {
     return found ? found.at(path.substr(step.size())) : found;
   }
 
-  /// The value of a boolean, a number or a string. An integer type takes
-  /// decimal and hexadecimal integers, float and double the nearest value of
-  /// any number. A value of another kind, or beyond the type, is absent.
+  /// The value of a boolean, a number or a string. Integer types read decimal
+  /// and hexadecimal integers, float and double read any number, rounded to the
+  /// nearest. Empty for another kind of value, or beyond the range of the type.
   template <class T, class = json_internal::Readable<T>>
   std::optional<T> as() const {
     if constexpr (std::is_same_v<T, bool>) {
@@ -83,8 +83,8 @@ class View {
     return std::nullopt;
   }
 
-  /// The same, or else the given value. A literal, and a null const char*,
-  /// which is the empty text, give a std::string_view.
+  /// Like as(), or else the given value. A literal and a null const char* (the
+  /// empty text) give a std::string_view.
   template <class T, class = json_internal::Readable<T>>
   T value(T otherwise) const {
     return as<T>().value_or(std::move(otherwise));
