@@ -37,8 +37,6 @@ inline std::string Text(const JBase* value) {
   return std::string(JsonReader::Compress(value));
 }
 
-constexpr int kOneLine = -1;
-
 // What a value, or an archiver, should be.
 template <class T>
 struct Model {
@@ -46,10 +44,7 @@ struct Model {
 
   // A model with the content of a tree.
   static Child Of(const JBase& source, T* it) {
-    const JType type = source.type();
-    Child model(new Model(it, "s[{"[type == JType::Array    ? 1
-                                    : type == JType::Object ? 2
-                                                            : 0]));
+    Child model(new Model(it, "ssss[{"[static_cast<int>(source.type())]));
     if (model->kind == 's') model->text = support::Text(&source);
     if (model->kind == '{') {
       for (const SafeString& key : Names(source)) {
@@ -82,27 +77,26 @@ struct Model {
                        : std::next(members.begin(), n)->second->Find(in);
   }
 
-  // On lines from this level of indentation on, or on a single one.
-  std::string Text(int level = kOneLine) const {
-    if (elements.empty() && members.empty()) {
-      return kind == '[' ? "[]" : kind == '{' ? "{}" : text;
-    }
-    const int inner = level == kOneLine ? level : level + 1;
-    const auto line = [](int at) {
-      return at == kOneLine ? "" : "\n" + std::string(4 * std::size_t(at), ' ');
-    };
+  // On a single line. The members of a copy were set one after another, in the
+  // order of what was copied.
+  std::string Text(bool copied = false) const {
+    if (kind != '[' && kind != '{') return text;
     std::string inside;
-    for (const Child& child : elements) {
-      inside += "," + line(inner) + child->Text(inner);
-    }
+    std::unordered_map<std::string, std::string> copies;
+    const auto write = [&](const std::string& key, const std::string& value) {
+      inside += "," + Quoted(key) + ":" + value;
+    };
+    for (const Child& child : elements) inside += "," + child->Text(copied);
     for (const auto& [key, child] : members) {
-      inside += "," + line(inner) + Quoted(key);
-      inside += (level == kOneLine ? ":" : ": ") + child->Text(inner);
+      const std::string value = child->Text(copied);
+      if (copied) copies.emplace(key, value);
+      if (!copied) write(key, value);
     }
-    return kind + inside.substr(1) + line(level) + (kind == '[' ? ']' : '}');
+    for (const auto& [key, value] : copies) write(key, value);
+    return kind + inside.erase(0, 1) + (kind == '[' ? ']' : '}');
   }
 
-  // What the monitor is told when the whole is disposed.
+  // The calls of the monitor when the whole is disposed.
   std::string Disposal() const {
     std::string calls = "-#" + std::to_string(number);
     ForEachChild([&](const Model& child) { calls += child.Disposal(); });
@@ -145,15 +139,8 @@ inline Keys AnyKeys(std::size_t count) {
 }
 
 // Few that come again, many, and such that share a hash or a bucket.
-inline const Keys kKeySets[] = {AnyKeys(4),
-                                AnyKeys(20),
-                                AnyKeys(100),
-                                AnyKeys(600),
-                                AnyKeys(3000),
-                                CollidingKeys(20, 0),
-                                CollidingKeys(20, 29),
-                                CollidingKeys(60, 29),
-                                CollidingKeys(300, 0),
-                                CollidingKeys(300, 257)};
+inline const Keys kKeySets[] = {
+    AnyKeys(4),           AnyKeys(100),          AnyKeys(3000),
+    CollidingKeys(20, 0), CollidingKeys(60, 29), CollidingKeys(300, 257)};
 
 }  // namespace support
