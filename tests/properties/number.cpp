@@ -1,6 +1,5 @@
 // Texts of any kind as numbers, beside the C library's conversions in the C
-// locale; doubles that are written and read again; and the framework's other
-// functions on texts.
+// locale, and doubles that are written and read again.
 
 #include "support/property.h"
 
@@ -16,7 +15,6 @@
 #include <limits>
 #include <regex>
 #include <tuple>
-#include <utility>
 
 namespace support {
 
@@ -33,14 +31,17 @@ bool AreSame(double a, double b) {
   return std::isnan(a) ? std::isnan(b) : std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-const std::regex kInteger("-?(0|[1-9][0-9]*)"),
-    kFloat("-?(0|[1-9][0-9]*)(\\.[0-9]+)?([eE][-+]?[0-9]+)?|nan|-?inf"),
-    kHexadecimal("0[xX][0-9a-fA-F]{1,16}");
+const std::regex kFormats[] = {
+    std::regex("-?(0|[1-9][0-9]*)"),
+    std::regex("-?(0|[1-9][0-9]*)(\\.[0-9]+)?([eE][-+]?[0-9]+)?|nan|-?inf"),
+    std::regex("0[xX][0-9a-fA-F]{1,16}")};
 int FormatOf(const std::string& text) {
-  return std::regex_match(text, kInteger)       ? 1
-         : std::regex_match(text, kFloat)       ? 2
-         : std::regex_match(text, kHexadecimal) ? 3
-                                                : 0;
+  int format = 1;
+  for (const std::regex& regex : kFormats) {
+    if (std::regex_match(text, regex)) return format;
+    ++format;
+  }
+  return 0;
 }
 
 // The nearest value of the type. Both its limits are those of a double that is
@@ -63,11 +64,6 @@ void CheckConversions(const SafeString& untrimmed, bool exhausts = false) {
                                     : untrimmed.substr(first, behind - first));
   const char* const begin = text.c_str();
   Require(StringUtils::Trim(untrimmed) == text, "Trim");
-  Require(StringUtils::_InternalFormat("%s:%u", begin, 7u) ==
-              begin + SafeString(":7"),
-          "a format");
-  Require(StringUtils::StartWith(begin, "-0") == (text.rfind("-0", 0) == 0),
-          "StartWith");
   const int format = FormatOf(std::string(text));
   const double real =
       format == 1 || format == 2 ? strtod_l(begin, nullptr, kC) : 0;
@@ -103,9 +99,6 @@ void CheckConversions(const SafeString& untrimmed, bool exhausts = false) {
   Monitor::StopFailing();
 }
 
-constexpr std::pair<double, const char*> kWritten[] = {
-    {1000, "1000.0"}, {1e5, "1e+05"}, {5e-324, "5e-324"}};
-
 // Something like a number, of digits that the input gives.
 SafeString NumberOf(Input& in) {
   const auto digits = [&in] {
@@ -131,9 +124,8 @@ void CheckNumber(Input& in) {
     CheckConversions(SafeString(document.substr(begin, end - begin)));
   }
   CheckConversions(NumberOf(in), true);
-  for (const auto& [value, text] : kWritten) {
-    Require(JNumber(value).toString() == text, "a double's text");
-  }
+  Require(JNumber(1e3).toString() == "1000.0", "a double has a fraction");
+  Require(JNumber(1e5).toString() == "1e+05", "or an exponent if shorter");
   double value = 0;
   for (unsigned int count = 1 + in.Below(4); count > 0; --count) {
     const std::string_view bytes = in.Text(sizeof value);
