@@ -79,64 +79,44 @@ TEST_P(ValuesTest, AMonitorThatThrowsLeadsToNoSecondDisposal) {
   }
 }
 
-// A value of somebody else's, of a kind beyond the six.
+// A value of somebody else's, of a kind beyond the six. When it goes, it adds
+// members to an object.
 struct Foreign : JTypeBase<static_cast<JType>(6)> {
+  ~Foreign() override {
+    for (int i = 0; object != nullptr && i < 100; ++i) {
+      object->setValue(JNumber(i).toString(), Make<JNull>());
+    }
+  }
   JBase* clone() const override { return nullptr; }
   void toString(Context& context) const override { write(context); }
   void (*write)(Context&) = nullptr;
+  JObject* object = nullptr;
   SafeString key = "a key that is too long to stand in the string";
 };
 
-// Adds members to its object when it is replaced.
-struct Adding : JNull {
-  explicit Adding(JObject& object) : object_(object) {}
-  ~Adding() override {
-    for (const char* key : {"m", "n"}) object_.setValue(key, Make<JNull>());
-  }
-  JObject& object_;
-};
-
-TEST_P(ValuesTest, DisposingAValueMayAddMembers) {
-  JObject object;
-  object.setValue("0", Make<Adding>(object));
-  for (int i = 1; i < 12; ++i) {
-    object.setValue(JNumber(i).toString(), Make<JNull>());
-  }
-  for (int i = 0; i < 1000; ++i) {
-    object.setValue(JNumber(i).toString(), Make<JNull>());
-  }
-  EXPECT_EQ(object.keys().size(), 1002u);
-}
-
-TEST_P(ValuesTest, AKeyMayBePartOfTheValueThatItReplaces) {
+TEST_P(ValuesTest, AValueThatIsReplacedMayOwnItsKeyAndAddMembers) {
   JObject object;
   auto* const value = Make<Foreign>();
   const SafeString key = value->key;
+  value->object = &object;
   object.setValue(value->key, value);
   object.setValue(value->key, Make<JNull>());
   EXPECT_TRUE(object.existed(key));
+  EXPECT_EQ(object.length(), 101u);
 }
-
-// [1,VALUE,2]
-struct Around : JArray {
-  explicit Around(void (*write)(Context&) = nullptr) {
-    append(Make<JNumber>(1));
-    append(Make<Foreign>());
-    append(Make<JNumber>(2));
-    static_cast<Foreign*>(at(1))->write = write;
-  }
-};
 
 TEST_P(ValuesTest, WritesIntoTheContextOfACaller) {
   JsonReader reader;
-  reader.fromString(R"([{"k":null}])");
+  reader.fromString(R"([{"k":null},[],[1,{}]])");
   Context context;
   context.depth = 2;
   context.indentChar = '\t';
   context.stream.width(40);
+  context.stream.str(SafeString(151, 'x'));  // what is behind the text stays
   reader.getJson()->toString(context);
   EXPECT_EQ(Replace(context.stream.str().c_str(), "\t\t\t\t", ">"),
-            "[\n>>>{\n>>>>\"k\": null\n>>>}\n>>]");
+            "[\n>>>{\n>>>>\"k\": null\n>>>},\n>>>[],\n>>>[\n>>>>1,\n>>>>{}\n"
+            ">>>]\n>>]xxx");
   struct : std::streambuf {
   } full;
   static_cast<std::ios&>(context.stream).rdbuf(&full);
@@ -144,34 +124,29 @@ TEST_P(ValuesTest, WritesIntoTheContextOfACaller) {
   EXPECT_EQ(context.depth, 2);
 }
 
-// What a foreign value does with the stream, and what the array then comes to.
+// What a foreign value between 1 and 2 does with the stream, and the line of
+// the array then.
 TEST_P(ValuesTest, TheContextsStreamIsAStringStream) {
   const std::pair<void (*)(Context&), const char*> table[] = {
       {[](Context& it) { it.stream << it.stream.str(); }, "[1,[1,,2]"},
       {[](Context& it) { it.stream.seekp(1) << 7; }, "[7,2]"},
-      {[](Context& it) { it.stream.str("[8,9,10]"); }, ",2]9,10]"},
-      {[](Context& it) { it.stream.rdbuf()->sputn("text", 4); }, "[1,text,2]"},
       {[](Context& it) {
          it.stream.exceptions(std::ios::goodbit);
          static_cast<std::ios&>(it.stream).rdbuf(nullptr);
        },
        "[1,"}};
   for (const auto& [write, text] : table) {
-    SCOPED_TRACE(text);
-    const Around array(write);
-    Context context(true), formatted;
-    array.toString(context);
+    JArray array;
+    auto* const foreign = Make<Foreign>();
+    foreign->write = write;
+    array.append(Make<JNumber>(1));
+    array.append(foreign);
+    array.append(Make<JNumber>(2));
+    Context formatted;
     array.toString(formatted);
-    EXPECT_EQ(context.stream.str(), text);
     EXPECT_EQ(JsonReader::Compress(&array), text);
-    EXPECT_EQ(JsonReader::Format(&array), formatted.stream.str());
+    EXPECT_EQ(JsonReader::Format(&array), formatted.stream.str()) << text;
   }
-  // A line that is written over a text leaves what is behind it.
-  const Around array([](Context& it) {
-    it.stream.str("0123456789 and all that is behind");
-    it.depth = 9;
-  });
-  EXPECT_EQ(JsonReader::Format(&array), ",\n    2\n]9 and all that is behind");
 }
 
 TEST_P(ValuesTest, EqualMeansSameKindAndContent) {
@@ -198,12 +173,11 @@ TEST_P(ValuesTest, EqualMeansSameKindAndContent) {
           << JsonReader::Compress(all.at(i)) << JsonReader::Compress(all.at(j));
     }
   }
+  EXPECT_TRUE(JsonReader::IsEqual(nullptr, nullptr));
   EXPECT_FALSE(JsonReader::IsEqual(&all, nullptr));
   EXPECT_FALSE(JsonReader::IsEqual(nullptr, &all));
-  EXPECT_TRUE(JsonReader::IsEqual(nullptr, nullptr));
-  const Around around;  // a kind beyond the six equals nothing
-  EXPECT_FALSE(JsonReader::IsEqual(&around, &around));
-  EXPECT_FALSE(JsonReader::IsEqual(around.at(1), around.at(1)));
+  const Foreign foreign;  // equals nothing
+  EXPECT_FALSE(JsonReader::IsEqual(&foreign, &foreign));
 }
 
 }  // namespace
