@@ -55,7 +55,11 @@ Strange inputs, and how a line is shown: the caret is under the fault.
   /dev/zero:1:1: ParseNumber: number is incorrect|??????????????????????????????????????????????????????????????????????...|^ 1
   $ fault "$(printf '[%.0s' {1..100000})"; fault '1\n\n[2\n"a\0\0"\n3\n-' --lines
   -:1:1025: Parse: nesting is too deep|...[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[...|                                                 ^ 1
-  -:3:3: ParseArray: missing ']'|[2|  ^|hint: the array that begins at line 3, column 1 is not closed|-:4:3: GetString: string is not end with '"'|"a?|  ^|-:6:1: ParseNumber: number is incorrect|-|^ 1
+  -:3:3: ParseArray: missing ']'|[2|  ^|hint: the array that begins at line 3, column 1 is not closed|-:4:3: GetString: string is not end with '"'|"a??"|  ^|-:6:1: ParseNumber: number is incorrect|-|^ 1
+  $ (echo '[ ]'; head -c 100000001 /dev/zero) | vjson compress --lines
+  vjson: -: a line is longer than 100 MB
+  []
+  [2]
   $ yes "$(printf %999s)" | head -c $BLANKS | vjson check 2>&1 | grep -o 'is.*'
   is incorrect
   $ vjson format good >/dev/full; vjson keys <&-
@@ -111,28 +115,28 @@ Values at paths, and what is in the way.
   vjson: once: a.b[2]: past the end, the length is 2
   vjson: once: a.c: no such key
   vjson: once: /a/b/01: not in [1,{"+":"\xc3\xa9\\u00e9\\ud83d\\ude00\\... (esc)
-  vjson: once: ...000000000000000000000000000000000000000000000000000000000000: no such key
+  vjson: once: ...0000000000000000000000000000000000000000: no such key
   vjson: once: a.b: no object but [1,{"+":"\xc3\xa9\\u00e9\\ud83d\\ude00\\... (esc)
   vjson: twice: a.b: not in 2
   vjson: remove: the outermost value has to stay
   [2]
   $ for path in 'a[0]b' 'a[4294967296]' 'a["\\\"]' 'a[0' /a~2; do vjson get none $path 2>&1 | paste -sd '|'; done
-  path:1:5: Path: '.' or '[' is missing|a[0]b|    ^
-  path:1:3: Path: the index is too large|a[4294967296]|  ^
-  path:1:9: Path: '"' is missing|a["\\\"]|        ^
-  path:1:4: Path: ']' is missing|a[0|   ^
-  path:1:4: Path: '0' or '1' is missing behind '~'|/a~2|   ^
+  path:1:5: Path: expected '.' or '['|a[0]b|    ^
+  path:1:3: Path: no index, or too large|a[4294967296]|  ^
+  path:1:9: GetString: string is not end with '"'|a["\\\"]|        ^|hint: the string that begins at line 1, column 3 is not closed
+  path:1:4: Path: expected ']'|a[0|   ^|hint: the array that begins at line 1, column 2 is not closed
+  path:1:4: Path: expected '0' or '1' behind '~'|/a~2|   ^
   $ vjson set --in-place / 1; vjson set <once 7 a 2>&1 | head -n 1
   vjson: -: --in-place needs a file
   VALUE:1:1: ParseNumber: number is incorrect
   $ vjson check '--strict] [--lines' once
-  vjson: --strict] [--lines: unknown option; see vjson --help
+  vjson: --strict] [--lines: no option of this command; see vjson --help
   [2]
   $ for words in '' --frob 'format a b' 'keys --strict' 'check -- --x' 'check --color=x'; do vjson $words; done
   vjson: usage: vjson [OPTION] COMMAND [FILE]...; see vjson --help
-  vjson: --frob: unknown option; see vjson --help
+  vjson: usage: vjson [OPTION] COMMAND [FILE]...; see vjson --help
   vjson: format: wrong number of arguments; see vjson --help
-  vjson: --strict: not for this command; see vjson --help
+  vjson: --strict: no option of this command; see vjson --help
   vjson: --x: No such file or directory
   vjson: --color: always, never or auto
   [2]
@@ -140,7 +144,7 @@ Values at paths, and what is in the way.
   $ equal '{"n":"café"}' '{"n":"cafè"}'; equal '"\xff"' '"\xfe"'; equal "\"$zeros\"" "\"0$zeros\""
   /n: "caf\xc3\xa9" and "caf\xc3\xa8" (esc)
   (root): "\xff" and "\xfe"
-  (root): ...0000000000000000000000000000" and ...00000000000000000000000000000"
+  (root): ...00000000000000000000" and ...000000000000000000000"
   [1]
   $ vjson equal once twice; echo '[{"~":1}]' >first; echo '[{"~":[],"x":0},2]' | vjson equal --all first
   /a: {"b":[1,{"+":"\xc3\xa9\\\\u00e9\\\\ud83d... and 2 (esc)
@@ -183,6 +187,14 @@ Changes. All else stays. Killed at any call, they leave the old file or the new.
   {
     // only
     "k": 4
+  }
+
+  $ echo $'{ // c\n}' | vjson set a $'[ // c\n    ]' | vjson set a[0] 1 | vjson set /a/- 2
+  { // c
+      "a": [ // c
+          1,
+          2
+      ]
   }
 
 The strict check.

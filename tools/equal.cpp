@@ -1,5 +1,3 @@
-// What needs room is kept out of the frames of the functions that recurse.
-
 #include <algorithm>
 
 #include <foundation/generic/scopedpointer.h>
@@ -17,90 +15,70 @@ using vorn::foundation::generic::ScopedPointer;
 namespace {
 
 // Compares two trees depth first, arrays in the order of their elements,
-// objects in the order of the first one's keys. Prints the first difference, or
-// all.
+// objects in the order of the first one's keys. Prints the first difference and
+// ends the command, or prints all.
 class Comparison {
  public:
   Comparison(bool all, Output& output) : all_(all), output_(output) {}
 
-  // Returns whether to go on: there was no difference, or all are wanted. A
-  // value may be absent.
-  bool Compare(View first, View second);
+  // A value may be absent.
+  void Compare(View first, View second) {
+    if (first.is(JType::Object) && second.is(JType::Object)) {
+      CompareObjects(first, second);
+    } else if (first.is(JType::Array) && second.is(JType::Array)) {
+      const std::size_t length = std::max(first.size(), second.size());
+      for (std::size_t i = 0; i < length; ++i) {
+        CompareChildren(PointerText(i), first[i], second[i]);
+      }
+    } else if (!first || !second ||
+               !JsonReader::IsEqual(first.get(), second.get())) {
+      Print(first, second);
+    }
+  }
 
   bool equal() const { return equal_; }
 
  private:
-  bool CompareObjects(View first, View second);
-  bool CompareChildren(const SafeString& step, View first, View second);
-  void Print(View first, View second);
+  void CompareObjects(View first, View second) {
+    for (auto [key, value] : first.members()) {
+      CompareChildren(PointerText(key), value, second[key]);
+    }
+    for (auto [key, value] : second.members()) {
+      if (first[key]) continue;
+      CompareChildren(PointerText(key), View(), value);
+    }
+  }
+
+  void CompareChildren(const SafeString& step, View first, View second) {
+    const std::size_t size = path_.size();
+    path_ += step;
+    Compare(first, second);
+    path_.resize(size);
+  }
+
+  // Prints the part of both values around the first character that differs.
+  void Print(View first, View second) {
+    constexpr std::size_t kWidth = 30;  // two values and a path fit on a line
+    const auto text = [](View value) {
+      const auto bytes = value ? JsonReader::Compress(value.get()) : "(none)";
+      return Mask(bytes, Mark::kBytes);
+    };
+    const SafeString a = text(first), b = text(second);
+    const auto apart = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
+    auto at = static_cast<std::size_t>(apart.first - a.begin());
+    while (IsContinuation(a[at])) --at;
+    output_.WriteLine(Mask(path_.empty() ? "(root)" : path_, Mark::kBytes) +
+                      ": " + Excerpt(a, at, kWidth).text + " and " +
+                      Excerpt(b, at, kWidth).text);
+    equal_ = false;
+    if (!all_) throw Failure{kNo};
+  }
 
   const bool all_;
   Output& output_;
   bool equal_ = true;
   SafeString path_;
 };
-
-bool Comparison::Compare(View first, View second) {
-  if (first.is(JType::Object) && second.is(JType::Object)) {
-    return CompareObjects(first, second);
-  }
-  if (first.is(JType::Array) && second.is(JType::Array)) {
-    const std::size_t length = std::max(first.size(), second.size());
-    for (std::size_t i = 0; i < length; ++i) {
-      if (!CompareChildren(PointerText(i), first[i], second[i])) return false;
-    }
-    return true;
-  }
-  if (first && second && JsonReader::IsEqual(first.get(), second.get())) {
-    return true;
-  }
-  Print(first, second);
-  return all_;
-}
-
-bool Comparison::CompareChildren(const SafeString& step, View first,
-                                 View second) {
-  const std::size_t size = path_.size();
-  path_ += step;
-  const bool on = Compare(first, second);
-  path_.resize(size);
-  return on;
-}
-
-bool Comparison::CompareObjects(View first, View second) {
-  for (auto [key, value] : first.members()) {
-    if (!CompareChildren(PointerText(key), value, second[key])) return false;
-  }
-  for (auto [key, value] : second.members()) {
-    if (first[key]) continue;
-    if (!CompareChildren(PointerText(key), View(), value)) return false;
-  }
-  return true;
-}
-
-// Prints both values, from the same place on, up to some bytes behind the
-// character where they part.
-[[gnu::noinline]] void Comparison::Print(View first, View second) {
-  constexpr std::size_t kWidth = 30;  // two values and a path fit on a line
-  constexpr std::size_t kBefore = 20;
-  const auto text = [](View value) {
-    return Spell(value ? JsonReader::Compress(value.get()) : "(none)");
-  };
-  const SafeString a = text(first), b = text(second);
-  const auto apart = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
-  auto begin = static_cast<std::size_t>(apart.first - a.begin());
-  while (IsContinuation(a[begin])) --begin;
-  const std::size_t size = std::max({a.size(), b.size(), kWidth});
-  begin = std::min(begin - std::min(begin, kBefore), size - kWidth);
-  while (IsContinuation(a[begin])) ++begin;
-  const auto shown = [begin](const SafeString& value) {
-    return (begin > 0 ? "..." : "") +
-           Excerpt(std::string_view(value).substr(begin), 0, kWidth).text;
-  };
-  output_.WriteLine(Spell(path_.empty() ? "(root)" : path_) + ": " + shown(a) +
-                    " and " + shown(b));
-  equal_ = false;
-}
 
 JBase* LoadFile(const char* file) {
   Input input(file);

@@ -18,53 +18,48 @@ struct Style {
   bool comments;
 };
 
-// Writes the tokens of a text with other blanks. A comment stays behind what it
-// stands behind, or on a line of its own.
+// Writes the tokens of a text with other blanks. A comment stays behind its
+// token, or on a line of its own.
 class Layout {
  public:
   Layout(Output& output, Style style) : output_(output), style_(style) {}
 
-  // The depth is that behind the token.
-  void Write(const Token& token, std::size_t depth);
+  // Writes the token, with the depth of the nesting behind it.
+  void Write(const Token& token, std::size_t depth) {
+    static constexpr const char* kColors[] = {"",   "",   "",   "",  "1;34",
+                                              "32", "36", "36", "90"};
+    if (token.kind == Token::kOddBlank) return;
+    if (token.kind == Token::kComment && !style_.comments) return;
+    if (token.kind == Token::kTextEnd) return output_.WriteLine("");
+    if (before_ != Token::kTextEnd) WriteBlanks(token, depth);
+    output_.Write(token.text, kColors[token.kind]);
+    before_ = token.kind;
+  }
 
  private:
-  void WriteBlanks(const Token& token, std::size_t depth);
-  void WriteLineBreak(std::size_t depth);
+  void WriteBlanks(const Token& token, std::size_t depth) {
+    const Token::Kind kind = token.kind;
+    const bool comment = kind == Token::kComment;
+    const bool inner = kind == Token::kEnd ? before_ != Token::kBegin
+                                           : before_ == Token::kBegin ||
+                                                 before_ == Token::kComma;
+    if (before_ == Token::kComment || (comment && token.starts_line) ||
+        (style_.indented && !comment && inner)) {
+      WriteLineBreak(kind == Token::kBegin ? depth - 1 : depth);
+    } else if (style_.indented && (comment || before_ == Token::kColon)) {
+      output_.Write(" ");
+    }
+  }
+
+  void WriteLineBreak(std::size_t depth) {
+    output_.Write("\n");
+    for (; style_.indented && depth > 0; --depth) output_.Write("    ");
+  }
 
   Output& output_;
   const Style style_;
   Token::Kind before_ = Token::kTextEnd;
 };
-
-void Layout::Write(const Token& token, std::size_t depth) {
-  static constexpr const char* kColors[] = {"",   "",   "",   "",  "1;34",
-                                            "32", "36", "36", "90"};
-  if (token.kind == Token::kOddBlank) return;
-  if (token.kind == Token::kComment && !style_.comments) return;
-  if (token.kind == Token::kTextEnd) return output_.WriteLine("");
-  if (before_ != Token::kTextEnd) WriteBlanks(token, depth);
-  output_.Write(token.text, kColors[token.kind]);
-  before_ = token.kind;
-}
-
-void Layout::WriteBlanks(const Token& token, std::size_t depth) {
-  const Token::Kind kind = token.kind;
-  const bool comment = kind == Token::kComment;
-  const bool inner = kind == Token::kEnd
-                         ? before_ != Token::kBegin
-                         : before_ == Token::kBegin || before_ == Token::kComma;
-  if (before_ == Token::kComment || (comment && token.starts_line) ||
-      (style_.indented && !comment && inner)) {
-    WriteLineBreak(kind == Token::kBegin ? depth - 1 : depth);
-  } else if (style_.indented && (comment || before_ == Token::kColon)) {
-    output_.Write(" ");
-  }
-}
-
-void Layout::WriteLineBreak(std::size_t depth) {
-  output_.Write("\n");
-  for (; style_.indented && depth > 0; --depth) output_.Write("    ");
-}
 
 void WriteTokens(Input& input, Style style, Output& output) {
   Scanner scanner(input);
@@ -76,13 +71,14 @@ void WriteTokens(Input& input, Style style, Output& output) {
   } while (token.kind != Token::kTextEnd);
 }
 
-// Refuses malformed text before it writes anything, if it can read it twice.
+// Refuses malformed text before anything is written, if the text can be read
+// twice.
 void Rewrite(Input& input, Style style, Output& output) {
-  if (input.CanRewind()) {
-    CheckText(input);
-    input.Rewind();
-  }
   try {
+    if (input.CanReadTwice()) {
+      ScanText(input);
+      input.Rewind();
+    }
     WriteTokens(input, style, output);
   } catch (const JsonFault& fault) {
     output.Flush();
@@ -91,14 +87,15 @@ void Rewrite(Input& input, Style style, Output& output) {
   }
 }
 
-// As the library writes the tree.
+// Writes as the library writes the tree.
 void WriteTree(Input& input, Style style, Output& output) {
   const ScopedPointer<JBase> tree(LoadTree(LoadDocument(input)));
   output.WriteLine(style.indented ? JsonReader::Format(tree.get())
                                   : JsonReader::Compress(tree.get()));
 }
 
-void Run(const Arguments& arguments, Style style, Output& output) {
+void Run(const Arguments& arguments, bool indented, Output& output) {
+  const Style style{indented, indented || arguments.Has("--comments")};
   const auto write = arguments.Has("--tree") ? WriteTree : Rewrite;
   ForEachText(arguments.operands[0], arguments.Has("--lines"),
               [&](Input& input) { write(input, style, output); });
@@ -107,11 +104,11 @@ void Run(const Arguments& arguments, Style style, Output& output) {
 }  // namespace
 
 void Format(const Arguments& arguments, Output& output) {
-  Run(arguments, {true, true}, output);
+  Run(arguments, true, output);
 }
 
 void Compress(const Arguments& arguments, Output& output) {
-  Run(arguments, {false, arguments.Has("--comments")}, output);
+  Run(arguments, false, output);
 }
 
 }  // namespace vjson

@@ -12,7 +12,8 @@ namespace vjson {
 namespace {
 
 void WriteValue(std::string_view value, bool raw, Output& output) {
-  if (raw && value[0] == '"') return output.WriteLine(Decode(value));
+  if (raw && value[0] == '"')
+    return output.WriteLine(Unquote(value, Escapes::kStandard));
   output.WriteLine(value);
 }
 

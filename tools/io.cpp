@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::size_t kAround = 128;  // bytes kept on both sides of a place
 constexpr std::size_t kBlock = 65'536;
+constexpr std::size_t kLongestLine = 100'000'000;
 
 }  // namespace
 
@@ -32,11 +33,7 @@ Input::Input(const char* name, std::size_t window)
     files::Do("open", [&] { return fstat(file_, &status); });
   });
   start_ = lseek(file_, 0, SEEK_CUR);
-  if (!S_ISREG(status.st_mode) || start_ < 0) return;
-  constexpr std::size_t kLarge = 10'000'000;
-  regular_ = true;
-  size_ = static_cast<std::size_t>(status.st_size);
-  progress_ = size_ > kLarge && isatty(STDERR_FILENO) != 0;
+  if (S_ISREG(status.st_mode)) size_ = static_cast<std::size_t>(status.st_size);
 }
 
 Input::Input(const char* name, std::string_view text, std::uint64_t line)
@@ -49,7 +46,7 @@ Input::Input(const char* name, std::string_view text, std::uint64_t line)
 }
 
 Input::~Input() {
-  if (progress_) ClearProgress();
+  if (size_ > 0) ClearProgress();
   if (file_ > STDIN_FILENO) close(file_);
 }
 
@@ -58,8 +55,8 @@ SafeString Input::Subject() const {
   return StringUtils::_InternalFormat("%s:%" PRIu64, name_, line_);
 }
 
-// Makes room in a full window: gives up what is in front of the token, except
-// for what an excerpt needs, and doubles the window where that is little.
+// Makes room in a full window: removes the bytes in front of the token, except
+// for those that an excerpt needs, and doubles a window that stays half full.
 void Input::MoveWindow() {
   const char* const keep = token_ != nullptr ? token_ : at_;
   const char* const from =
@@ -78,6 +75,7 @@ void Input::MoveWindow() {
 
 // Reads more; false at the end of the input.
 bool Input::Fill() {
+  constexpr std::size_t kLarge = 10'000'000;
   if (ended_) return false;
   if (end_ == buffer_.data() + buffer_.size()) MoveWindow();
   const auto used = static_cast<std::size_t>(end_ - begin_);
@@ -90,7 +88,7 @@ bool Input::Fill() {
   end_ += count;
   buffer_[static_cast<std::size_t>(end_ - begin_)] = '\0';
   const std::uint64_t done = OffsetOf(end_);
-  if (progress_ && done >> 20 != (base_ + used) >> 20) {
+  if (size_ > kLarge && done >> 20 != (base_ + used) >> 20) {
     ShowProgress(name_, done, size_);
   }
   return !ended_;
@@ -101,50 +99,46 @@ void Input::Need(std::size_t count) {
   }
 }
 
-bool Input::StartsWith(std::string_view word) {
-  Need(word.size());
-  const std::string_view rest(at_, static_cast<std::size_t>(end_ - at_));
-  return rest.substr(0, word.size()) == word;
+std::string_view Input::Ahead(std::size_t count) {
+  BeginToken();
+  Need(count);
+  return {at_, std::min(count, static_cast<std::size_t>(end_ - at_))};
 }
 
-bool Input::CanRewind() {
-  if (regular_) return true;
-  Need(buffer_.size());
+bool Input::CanReadTwice() {
+  if (start_ >= 0) return true;
+  Ahead(buffer_.size());
   return ended_;
 }
 
-void Input::Rewind() {
+bool Input::Rewind() {
   if (base_ != 0) {
-    UseFile(name_, [this] {
-      files::Do("read", [this] { return lseek(file_, start_, SEEK_SET); });
-    });
+    if (start_ < 0 || lseek(file_, start_, SEEK_SET) < 0) return false;
     ended_ = false;
     base_ = 0;
     end_ = begin_;
     buffer_[0] = '\0';
   }
   at_ = begin_;
+  token_ = nullptr;
   known_ = 0;
   position_ = {std::max<std::uint64_t>(line_, 1), 1};
+  return true;
 }
 
 // Whole texts and lines -------------------------------------------------------
 
 bool Input::ReadLine(std::string_view& line) {
-  const auto goes_on = [](char byte) { return byte != '\n' && byte != '\0'; };
-  DropToken();
-  while (nul_) {
-    SkipWhile(goes_on);
-    nul_ = *at_ == '\0' && at_ != end_;
-    if (at_ != end_) ++at_;
-  }
   if (AtEnd()) return false;
   BeginToken();
-  SkipWhile(goes_on);
-  line = Token();
+  do {
+    at_ = std::find(at_, end_, '\n');
+    line = Token();
+    if (line.size() > kLongestLine) {
+      Fail(name_, "a line is longer than 100 MB");
+    }
+  } while (at_ == end_ && Fill());
   if (at_ == end_) return true;
-  nul_ = *at_ == '\0';
-  if (nul_) line = {token_, line.size() + 1};
   buffer_[static_cast<std::size_t>(at_ - begin_)] = '\0';
   ++at_;
   return true;
@@ -160,19 +154,6 @@ std::string_view Input::ReadAll() {
   const std::string_view text = Token();
   Unread();
   return text;
-}
-
-bool Input::ReadAgain(SafeString& text) {
-  constexpr std::uint64_t kMost = 16'000'000;
-  constexpr std::size_t kBehind = 16;
-  Need(kBehind);
-  const std::uint64_t end = std::min(Offset() + kBehind, OffsetOf(end_));
-  if (end > kMost || (base_ != 0 && !regular_)) return false;
-  const auto size = static_cast<std::size_t>(end);
-  text.assign(begin_, base_ == 0 ? size : 0);
-  text.resize(size);
-  return base_ == 0 ||
-         pread(file_, text.data(), size, start_) == static_cast<ssize_t>(size);
 }
 
 void ForEachText(const char* file, bool lines,
@@ -191,9 +172,8 @@ void ForEachText(const char* file, bool lines,
 
 // Places ----------------------------------------------------------------------
 
-// Behind a carriage return, the byte at the offset decides whether the line has
-// ended. Every byte of the input comes by here: line feeds alone are counted
-// several at a time.
+// A carriage return ends its line unless a line feed follows. Text without
+// carriage returns is counted by std::count(), which the compiler vectorizes.
 Position Input::PositionOf(std::uint64_t offset) {
   const char* const begin = begin_ + (known_ - base_);
   const char* const end = begin_ + (offset - base_);
@@ -236,7 +216,7 @@ void Output::Write(std::string_view text, const char* color) {
   const bool colored = colors_ && *color != '\0';
   if (colored) (buffer_.append("\033[") += color) += 'm';
   if (terminal_) {
-    buffer_ += Mask(text, true);
+    buffer_ += Mask(text, Mark::kQuestionInLines);
   } else {
     buffer_ += text;
   }
@@ -251,7 +231,7 @@ void Output::WriteLine(std::string_view text) {
 }
 
 void Output::Flush() {
-  if (terminal_ && !buffer_.empty()) EndProgress();
+  if (terminal_ && !buffer_.empty()) ClearProgress(true);
   written_.clear();
   written_.swap(buffer_);
   UseFile("standard output", [this] { files::Write(file_, written_); });

@@ -10,9 +10,9 @@
 
 namespace vjson {
 
-// Reads a file, "-" for standard input, or a text in memory, through a window
-// that moves on. The window grows for a token that does not fit. The byte at
-// the cursor is a NUL at the end of the input. Errors end the command.
+// Reads a file, "-" for standard input, or a text in memory. A file is read
+// through a window, which grows for a token that does not fit. The byte at the
+// cursor is a NUL at the end of the input. Errors end the command.
 class Input {
  public:
   static constexpr std::size_t kWindow = 65'536;
@@ -20,18 +20,17 @@ class Input {
   // REQUIRES: the name outlives the input; the window has 256 bytes or more.
   explicit Input(const char* name, std::size_t window = kWindow);
 
-  // A text in memory, by default no line of the file. REQUIRES: a NUL follows
-  // the text, unless its end is not read; the text outlives the input.
+  // A text in memory; if line is not 0, that line of the file. REQUIRES: a NUL
+  // follows the text, unless its end is not read; the text outlives the input.
   Input(const char* name, std::string_view text, std::uint64_t line = 0);
 
   Input(const Input&) = delete;
   Input& operator=(const Input&) = delete;
   ~Input();
 
-  // The line of a text that is one, else 0.
   std::uint64_t line() const { return line_; }
 
-  // How errors name it: the file, with the line for a text that is a line.
+  // The subject of errors: the file, and the line if the text is one.
   SafeString Subject() const;
 
   char Peek() {
@@ -40,7 +39,7 @@ class Input {
   }
   bool AtEnd() { return Peek() == '\0' && at_ == end_; }
 
-  // REQUIRES: the next bytes, so many, have been looked at.
+  // REQUIRES: the next count bytes have been looked at.
   void Skip(std::size_t count = 1) { at_ += count; }
 
   // Skips the bytes that the predicate holds for. REQUIRES: not for a NUL.
@@ -53,10 +52,8 @@ class Input {
     } while (at_ == end_ && Fill());
   }
 
-  bool StartsWith(std::string_view word);
-
-  // From here to the cursor is a token, which stays in the window until the
-  // next call. DropToken() keeps none; Unread() goes back to its beginning.
+  // The token reaches from here to the cursor, and stays in the window until
+  // the next call. DropToken() keeps none; Unread() returns to its beginning.
   void BeginToken() { token_ = at_; }
   void DropToken() { token_ = nullptr; }
   void Unread() { at_ = token_; }
@@ -64,13 +61,19 @@ class Input {
     return {token_, static_cast<std::size_t>(at_ - token_)};
   }
 
-  // Whether the input can be read again: a regular file, a text in memory, and
-  // what fits into the window. REQUIRES: nothing is skipped yet.
-  bool CanRewind();
-  void Rewind();
+  // Begins a token. Returns the next bytes, at most count, and skips nothing.
+  std::string_view Ahead(std::size_t count);
+  bool StartsWith(std::string_view word) { return Ahead(word.size()) == word; }
 
-  // The next line, without its line feed; false at the end. Ends it with a NUL.
-  // A line with a NUL is cut behind its first one. Valid until the next call.
+  // Whether the text can be read twice: the input can seek, or the text fits
+  // into the window. REQUIRES: nothing is skipped yet.
+  bool CanReadTwice();
+
+  // Returns to the beginning of the text; false if that is gone.
+  bool Rewind();
+
+  // The next line, without its line feed; false at the end. A NUL follows the
+  // line, which is valid until the next call.
   bool ReadLine(std::string_view& line);
 
   // The whole text, or its part in front of the first NUL, and skips nothing.
@@ -83,10 +86,6 @@ class Input {
   Position PositionOf(std::uint64_t offset);
   Place PlaceOf(std::uint64_t offset);
 
-  // Reads the text again, up to a few bytes behind the cursor. Returns false
-  // where it cannot be had any more.
-  bool ReadAgain(SafeString& text);
-
  private:
   bool Fill();
   void MoveWindow();
@@ -97,28 +96,25 @@ class Input {
 
   const char* const name_;
   const std::uint64_t line_;
-  int file_ = -1;      // none for a text in memory
-  bool ended_ = true;  // the window ends where the input does
-  bool regular_ = false;
-  bool progress_ = false;
-  bool nul_ = false;  // the cursor is behind a NUL, in a line
-  off_t start_ = 0;   // of the input, in a regular file
-  std::size_t size_ = 0;
+  int file_ = -1;         // none for a text in memory
+  off_t start_ = -1;      // of the text in a file that can seek
+  std::size_t size_ = 0;  // of a regular file
+  bool ended_ = true;     // the window ends where the input does
   SafeString buffer_;
   std::uint64_t base_ = 0;  // the offset of the window
   const char *begin_, *end_, *at_, *token_ = nullptr;
-  std::uint64_t known_ = 0;  // what PositionOf() was asked for last
-  Position position_{1, 1};  // its position
+  std::uint64_t known_ = 0;  // the offset of the last position
+  Position position_{1, 1};  // the last position
 };
 
-// Calls the work with the input of a file, or, where lines are texts, with each
-// line that is not blank, also behind an error.
+// Calls the work with the input of a file; with lines, instead with each line
+// that is not blank, and goes on behind an error.
 void ForEachText(const char* file, bool lines,
                  const std::function<void(Input&)>& work);
 
 // Writes to a file through a buffer. A file or pipe takes the exact bytes; a
-// terminal, and whoever asked for colours, takes the text as it is shown, with
-// its line ends. Errors end the command.
+// terminal, and any file with colours, takes the text as it is shown, with its
+// line ends. Errors end the command.
 class Output {
  public:
   Output(int file, bool colors);
@@ -126,11 +122,11 @@ class Output {
   Output& operator=(const Output&) = delete;
 
   // The colour is one of a terminal's codes. REQUIRES: the text has whole
-  // characters, or what follows does not continue its last one.
+  // characters, or the next text does not continue its last one.
   void Write(std::string_view text, const char* color = "");
   void WriteLine(std::string_view text);
 
-  // Writes what is in the buffer.
+  // Writes the buffer.
   void Flush();
 
  private:

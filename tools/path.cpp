@@ -1,6 +1,7 @@
 #include "path.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include <foundation/json/jnumber.h>
 
@@ -11,49 +12,37 @@ using vorn::foundation::text::StringUtils;
 
 // From paths to steps ---------------------------------------------------------
 //
-// Every Take function is entered with the position on what it takes, and leaves
-// the position behind that.
+// A Take function begins with the cursor on the first byte of its part, and
+// ends with the cursor behind the last one.
 
 namespace {
 
-bool Is(std::string_view path, std::size_t at, char character) {
-  return at < path.size() && path[at] == character;
+constexpr const char* kRule = "Path";
+
+Step TakeName(Input& input) {
+  input.BeginToken();
+  input.SkipWhile([](char c) { return std::strchr(".[]", c) == nullptr; });
+  if (input.Token().empty()) Refuse(input, kRule, "expected a name");
+  return {Quote(input.Token())};
 }
 
-Step TakeName(std::string_view path, std::size_t& at) {
-  const std::size_t begin = at;
-  at = std::min(path.find_first_of(".[]", at), path.size());
-  if (at == begin) throw PathFault{at, "a name is missing"};
-  return {Quote(path.substr(begin, at - begin)), Step::kNoIndex};
-}
-
-// A backslash takes the quotation mark, or backslash, behind it along.
-Step TakeKey(std::string_view path, std::size_t& at) {
-  const std::size_t begin = at++;
-  while (at < path.size() && path[at] != '"') {
-    const bool pair =
-        path[at] == '\\' && (Is(path, at + 1, '"') || Is(path, at + 1, '\\'));
-    at += pair ? 2 : 1;
+Step TakeBracket(Input& input) {
+  input.Skip();
+  if (std::strchr("\"0123456789", input.Peek()) == nullptr || input.AtEnd()) {
+    Refuse(input, kRule, "expected an index or a string");
   }
-  if (at >= path.size()) throw PathFault{path.size(), "'\"' is missing"};
-  ++at;
-  return {SafeString(path.substr(begin, at - begin)), Step::kNoIndex};
-}
-
-Step TakeIndex(std::string_view path, std::size_t& at) {
-  const std::size_t begin = at;
-  at = std::min(path.find_first_not_of("0123456789", at), path.size());
-  if (at == begin) throw PathFault{at, "an index or a string is missing"};
-  const auto index = ReadInteger<unsigned int>(path.substr(begin, at - begin));
-  if (!index) throw PathFault{begin, "the index is too large"};
-  return {SafeString(), *index};
-}
-
-Step TakeBracket(std::string_view path, std::size_t& at) {
-  ++at;
-  Step step = Is(path, at, '"') ? TakeKey(path, at) : TakeIndex(path, at);
-  if (!Is(path, at, ']')) throw PathFault{at, "']' is missing"};
-  ++at;
+  Step step;
+  const Token token = Scanner(input).Next();
+  if (token.kind == Token::kString) {
+    step.key = token.text;
+  } else if (const auto index = ReadInteger<unsigned int>(token.text)) {
+    step.index = *index;
+  } else {
+    input.Unread();
+    Refuse(input, kRule, "no index, or too large");
+  }
+  if (input.Peek() != ']') Refuse(input, kRule, "expected ']'");
+  input.Skip();
   return step;
 }
 
@@ -64,47 +53,50 @@ std::size_t PointerIndex(std::string_view token) {
   return ReadInteger<std::size_t>(token).value_or(Step::kNoIndex);
 }
 
-Step TakePointerToken(std::string_view path, std::size_t& at) {
+Step TakePointerToken(Input& input) {
+  input.Skip();
+  input.BeginToken();
   SafeString key;
-  const std::size_t begin = ++at;
-  for (; at < path.size() && path[at] != '/'; ++at) {
-    const bool escape = path[at] == '~';
-    if (escape && !Is(path, ++at, '0') && !Is(path, at, '1')) {
-      throw PathFault{at, "'0' or '1' is missing behind '~'"};
+  for (; input.Peek() != '\0' && input.Peek() != '/'; input.Skip()) {
+    const bool escape = input.Peek() == '~';
+    if (escape) input.Skip();
+    const char byte = input.Peek();
+    if (escape && byte != '0' && byte != '1') {
+      Refuse(input, kRule, "expected '0' or '1' behind '~'");
     }
-    key += !escape ? path[at] : path[at] == '0' ? '~' : '/';
+    key += !escape ? byte : byte == '0' ? '~' : '/';
   }
-  return {Quote(key), PointerIndex(path.substr(begin, at - begin))};
+  return {Quote(key), PointerIndex(input.Token())};
 }
 
-Step TakeStep(std::string_view path, std::size_t& at) {
-  if (path[0] == '/') return TakePointerToken(path, at);
-  if (path[at] == '[') return TakeBracket(path, at);
-  if (at > 0 && path[at++] != '.') {
-    throw PathFault{at - 1, "'.' or '[' is missing"};
+Step TakeStep(Input& input, bool pointer) {
+  if (pointer) return TakePointerToken(input);
+  if (input.Peek() == '[') return TakeBracket(input);
+  if (input.Offset() > 0) {
+    if (input.Peek() != '.') Refuse(input, kRule, "expected '.' or '['");
+    input.Skip();
   }
-  return TakeName(path, at);
+  return TakeName(input);
 }
 
 }  // namespace
 
-Path ParsePath(std::string_view text) {
-  Path path{text, {}};
-  for (std::size_t at = 0; at < text.size();) {
-    path.steps.push_back(TakeStep(text, at));
-    path.steps.back().end = at;
+Path ParsePath(Input& input) {
+  Path path{input.ReadAll(), {}};
+  const bool pointer = input.Peek() == '/';
+  while (input.Peek() != '\0') {
+    Step step = TakeStep(input, pointer);
+    if (!step.key.empty()) step.name = Unquote(step.key);
+    step.end = static_cast<std::size_t>(input.Offset());
+    path.steps.push_back(std::move(step));
   }
   return path;
 }
 
 Path ParsePathOrFail(const char* text) {
-  try {
-    return ParsePath(text);
-  } catch (const PathFault& fault) {
-    PrintErrorAt({"path", {1, fault.at + 1}, text, fault.at}, "Path",
-                 fault.message);
-    throw Failure{kTrouble};
-  }
+  Input input("path", text);
+  return Read(
+      input, [&] { return ParsePath(input); }, kTrouble);
 }
 
 // From steps to paths ---------------------------------------------------------
@@ -136,17 +128,65 @@ Token NextOf(Scanner& scanner) {
   return token;
 }
 
-// The value that the token begins. The scanner goes behind it.
+// The value that the token begins. The scanner passes the value.
 std::string_view PassValue(Scanner& scanner, const Token& first) {
   const std::size_t around =
       scanner.depth() - (first.kind == Token::kBegin ? 1 : 0);
-  std::string_view last = first.text;
-  while (scanner.depth() > around) last = scanner.Next().text;
-  const char* const end = last.data() + last.size();
-  return {first.text.data(), static_cast<std::size_t>(end - first.text.data())};
+  while (scanner.depth() > around) scanner.Next();
+  return scanner.From(first);
 }
 
-// Why the step leads nowhere in the value.
+// The children of the container that has begun. The scanner passes the
+// container. pass(key, index, token) passes and returns the value of a child,
+// which the token begins.
+template <class Pass>
+std::vector<Child> PassChildren(Scanner& scanner, Pass pass) {
+  std::vector<Child> children;
+  Token token = NextOf(scanner);
+  while (token.kind != Token::kEnd) {
+    Child child{};
+    if (token.kind == Token::kKey) {
+      child.key = token.text;
+      NextOf(scanner);
+      token = NextOf(scanner);
+    }
+    child.value = pass(child.key, children.size(), token);
+    token = NextOf(scanner);
+    if (token.kind == Token::kComma) {
+      child.comma = token.text.data();
+      token = NextOf(scanner);
+    }
+    children.push_back(child);
+  }
+  return children;
+}
+
+// The value that the steps lead to, or else the last value on the way, and the
+// step that leads nowhere from there.
+struct Found {
+  std::string_view value;
+  const Step* step;
+};
+
+// Takes the steps from the value that the token begins, in one pass over it. A
+// repeated key counts again.
+Found Follow(Scanner& scanner, const Token& first, const Step* step,
+             const Step* end) {
+  Found found{"", step};
+  if (step == end || first.kind != Token::kBegin) {
+    return {PassValue(scanner, first), step};
+  }
+  PassChildren(scanner, [&](std::string_view key, std::size_t index,
+                            const Token& token) {
+    if (!LeadsTo(*step, key, index)) return PassValue(scanner, token);
+    found = Follow(scanner, token, step + 1, end);
+    return scanner.From(token);
+  });
+  if (found.value.empty()) found.value = scanner.From(first);
+  return found;
+}
+
+// Why the step leads nowhere from the value.
 SafeString WhyNot(std::string_view value, const Step& step) {
   if (value[0] == '[' && step.index != Step::kNoIndex) {
     return StringUtils::_InternalFormat("past the end, the length is %zu",
@@ -158,62 +198,32 @@ SafeString WhyNot(std::string_view value, const Step& step) {
 
 }  // namespace
 
-std::string_view RootOf(const Document& document) {
-  Input input("", document.text);
-  Scanner scanner(input);
-  return PassValue(scanner, NextOf(scanner));
-}
-
 std::vector<Child> ChildrenOf(std::string_view value) {
-  std::vector<Child> children;
-  if (value[0] != '[' && value[0] != '{') return children;
+  if (value[0] != '[' && value[0] != '{') return {};
   Input input("", value);
   Scanner scanner(input);
   NextOf(scanner);
-  Token token = NextOf(scanner);
-  while (token.kind != Token::kEnd) {
-    Child child{};
-    if (token.kind == Token::kKey) {
-      child.key = token.text;
-      NextOf(scanner);
-      token = NextOf(scanner);
-    }
-    child.value = PassValue(scanner, token);
-    token = NextOf(scanner);
-    if (token.kind == Token::kComma) {
-      child.comma = token.text.data();
-      token = NextOf(scanner);
-    }
-    children.push_back(child);
-  }
-  return children;
+  return PassChildren(scanner,
+                      [&](std::string_view, std::size_t, const Token& token) {
+                        return PassValue(scanner, token);
+                      });
 }
 
-const Child* FindChild(const std::vector<Child>& children, const Step& step) {
-  if (children.empty() || children[0].key.empty()) {
-    return step.index < children.size() ? &children[step.index] : nullptr;
-  }
-  if (step.key.empty()) return nullptr;
-  const SafeString key = Unquote(step.key);
-  const auto found = std::find_if(
-      children.rbegin(), children.rend(),
-      [&](const Child& child) { return Unquote(child.key) == key; });
-  return found == children.rend() ? nullptr : &*found;
+bool LeadsTo(const Step& step, std::string_view key, std::size_t index) {
+  if (key.empty()) return step.index == index;
+  return !step.key.empty() && Unquote(key) == step.name;
 }
 
 std::string_view FindValue(const Document& document, const Path& path,
                            std::size_t steps) {
-  std::string_view value = RootOf(document);
-  steps = std::min(steps, path.steps.size());
-  for (const Step* step = path.steps.data(); steps > 0; --steps, ++step) {
-    const std::vector<Child> children = ChildrenOf(value);
-    const Child* const child = FindChild(children, *step);
-    if (child == nullptr) {
-      FailAt(document, path.text.substr(0, step->end), WhyNot(value, *step));
-    }
-    value = child->value;
-  }
-  return value;
+  Input input("", document.text);
+  Scanner scanner(input);
+  const Step* const begin = path.steps.data();
+  const Step* const end = begin + std::min(steps, path.steps.size());
+  const Found found = Follow(scanner, NextOf(scanner), begin, end);
+  if (found.step == end) return found.value;
+  FailAt(document, path.text.substr(0, found.step->end),
+         WhyNot(found.value, *found.step));
 }
 
 void FailAt(const Document& document, std::string_view path,
@@ -221,7 +231,7 @@ void FailAt(const Document& document, std::string_view path,
   constexpr std::size_t kWidth = 60;
   const SafeString shown =
       path.empty() ? "(root)" : Excerpt(path, path.size(), kWidth).text;
-  PrintError(document.subject, (shown + ": " + message).c_str());
+  PrintError(document.subject, shown + ": " + message);
   throw Failure{kNo};
 }
 

@@ -9,28 +9,22 @@
 namespace vjson {
 
 // Paths: the names of the values of a text. The outermost value has the empty
-// one. A path that begins with "/" is a JSON Pointer (RFC 6901), any other is
+// path. A path that begins with "/" is a JSON Pointer (RFC 6901), any other is
 //
 //   path = [ ( name / index / key ) *( "." name / index / key ) ]
 //   name = 1*( any character but "." "[" "]" )
-//   index = "[" 1*DIGIT "]"
+//   index = "[" integer "]"
 //   key = "[" string "]"
 
-// A step of a path, to a key or an index, or to either where only the value
-// tells.
+// A step of a path: to a key, to an index, or, in a JSON Pointer, to either.
 struct Step {
   static constexpr std::size_t kNoIndex = static_cast<std::size_t>(-1);
   static constexpr std::size_t kBehind = kNoIndex - 1;  // the end of an array
 
   SafeString key;  // as a string in quotes; empty for none
-  std::size_t index;
-  std::size_t end = 0;  // in the path
-};
-
-// Where and why a text is no path.
-struct PathFault {
-  std::size_t at;
-  const char* message;
+  std::size_t index = kNoIndex;
+  SafeString name = "";  // the text of the key
+  std::size_t end = 0;   // of the step in the path
 };
 
 struct Path {
@@ -38,39 +32,36 @@ struct Path {
   std::vector<Step> steps;
 };
 
-// Throws PathFault.
-Path ParsePath(std::string_view text);
+// Throws the JsonFault of a text that is no path. REQUIRES: nothing is read
+// yet.
+Path ParsePath(Input& input);
 
 // The same; prints the fault and ends the command.
 Path ParsePathOrFail(const char* text);
 
-// What leads from a value to its child in a JSON Pointer.
+// The step to a child in a JSON Pointer.
 SafeString PointerText(std::string_view key);
 SafeString PointerText(std::size_t index);
 
-// Values in a text are views of it. A child of an array has no key.
+// Values in a text are views of the text. A child of an array has no key.
 struct Child {
   std::string_view key;  // as it stands in the text
   std::string_view value;
-  const char* comma;  // the one behind it; null if there is none
+  const char* comma;  // the comma behind the value; null if there is none
 };
 
-// The outermost value.
-std::string_view RootOf(const Document& document);
-
-// None of a value that is no container.
+// The children of a container; none of another value.
 std::vector<Child> ChildrenOf(std::string_view value);
 
-// The child that the step leads to, the last one of its key; null if there is
-// none.
-const Child* FindChild(const std::vector<Child>& children, const Step& step);
+// Whether the step leads to the child with this index and, in an object, key.
+bool LeadsTo(const Step& step, std::string_view key, std::size_t index);
 
-// The value that the path leads to, or its first steps, so many. If there is
-// none, prints why and ends the command.
+// The value that the path, or its first steps, lead to; of a repeated key the
+// last one. If there is none, prints why and ends the command.
 std::string_view FindValue(const Document& document, const Path& path,
                            std::size_t steps = Step::kNoIndex);
 
-// Prints what is in the way at the path, and ends the command.
+// Prints the error for the path, and ends the command.
 [[noreturn]] void FailAt(const Document& document, std::string_view path,
                          const SafeString& message);
 

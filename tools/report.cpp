@@ -12,12 +12,10 @@ namespace vjson {
 namespace {
 
 bool colors = false;
-enum class Progress { kNone, kShown, kEnded } progress = Progress::kNone;
+bool progress_shown = false;
+bool progress_ended = false;
 
-// What starts and ends a colour.
-const char* Bold() { return colors ? "\033[1m" : ""; }
-const char* Red() { return colors ? "\033[1;31m" : ""; }
-const char* Plain() { return colors ? "\033[0m" : ""; }
+const char* Color(const char* code) { return colors ? code : ""; }
 
 }  // namespace
 
@@ -30,49 +28,45 @@ bool UsesColors(std::string_view when, int file) {
 
 void SetErrorColors(bool use) { colors = use; }
 
-void PrintError(std::string_view subject, const char* message) {
+void PrintError(std::string_view subject, const SafeString& message) {
   ClearProgress();
-  std::fprintf(stderr, "%svjson: %s:%s %s\n", Bold(), Mask(subject).c_str(),
-               Plain(), message);
+  std::fprintf(stderr, "%svjson: %s:%s %s\n", Color("\033[1m"),
+               Mask(subject).c_str(), Color("\033[0m"), message.c_str());
 }
 
-void Fail(std::string_view subject, const char* message) {
+void Fail(std::string_view subject, const SafeString& message) {
   PrintError(subject, message);
   throw Failure{kTrouble};
 }
 
-void PrintErrorAt(const Place& place, const char* rule, const char* message,
-                  const char* hint) {
+void PrintErrorAt(const Place& place, const char* rule,
+                  const SafeString& message, const SafeString& hint) {
   constexpr std::size_t kWidth = 70;  // 76 columns with the marks of both cuts
   const Shown excerpt = Excerpt(place.text, place.at, kWidth);
   ClearProgress();
   std::fprintf(stderr, "%s%s:%" PRIu64 ":%" PRIu64 ":%s %s: %s\n%s\n%s%s^%s\n",
-               Bold(), Mask(place.file).c_str(), place.position.line,
-               place.position.column, Plain(), rule, message,
-               excerpt.text.c_str(), excerpt.blanks.c_str(), Red(), Plain());
-  if (*hint != '\0') std::fprintf(stderr, "hint: %s\n", hint);
+               Color("\033[1m"), Mask(place.file).c_str(), place.position.line,
+               place.position.column, Color("\033[0m"), rule, message.c_str(),
+               excerpt.text.c_str(), excerpt.blanks.c_str(),
+               Color("\033[1;31m"), Color("\033[0m"));
+  if (!hint.empty()) std::fprintf(stderr, "hint: %s\n", hint.c_str());
 }
 
 void ShowProgress(const char* file, std::uint64_t done, std::uint64_t all) {
   constexpr std::size_t kWidth = 40;  // all fits on a line of 80 columns
   constexpr std::uint64_t kMega = 1'000'000;
   const std::string_view name = file;
-  if (progress == Progress::kEnded) return;
+  if (progress_ended || isatty(STDERR_FILENO) == 0) return;
   std::fprintf(stderr, "\r%s: %" PRIu64 " of %" PRIu64 " MB\033[K",
                Excerpt(name, name.size(), kWidth).text.c_str(), done / kMega,
                all / kMega);
-  progress = Progress::kShown;
+  progress_shown = true;
 }
 
-void ClearProgress() {
-  if (progress != Progress::kShown) return;
-  std::fputs("\r\033[K", stderr);
-  progress = Progress::kNone;
-}
-
-void EndProgress() {
-  ClearProgress();
-  progress = Progress::kEnded;
+void ClearProgress(bool for_good) {
+  if (progress_shown) std::fputs("\r\033[K", stderr);
+  progress_shown = false;
+  progress_ended = progress_ended || for_good;
 }
 
 }  // namespace vjson

@@ -12,15 +12,16 @@
 
 namespace vjson {
 
+using vorn::foundation::SafeString;
 namespace files = vorn::foundation::json::json_internal;
 
-// What is printed on standard error. A message is printed where the error is
-// found; what is left to pass on is the exit status.
+// Messages on standard error. An error prints its message where it is found,
+// and then passes on its exit status alone.
 
 // The exit status of a command. Of several, the greatest counts.
 enum Status { kYes = 0, kNo = 1, kTrouble = 2 };
 
-// Thrown to end a command whose error is printed.
+// Ends a command whose error is printed.
 struct Failure {
   Status status;
 };
@@ -29,14 +30,14 @@ struct Failure {
 // terminal and the environment has no NO_COLOR. Other words end the command.
 bool UsesColors(std::string_view when, int file);
 
-// Prints all messages in colours from now on, or without.
+// Prints the messages that follow with or without colours.
 void SetErrorColors(bool colors);
 
 // Prints the message on one line, with the subject as it is shown.
-void PrintError(std::string_view subject, const char* message);
+void PrintError(std::string_view subject, const SafeString& message);
 
 // Prints the error and ends the command.
-[[noreturn]] void Fail(std::string_view subject, const char* message);
+[[noreturn]] void Fail(std::string_view subject, const SafeString& message);
 
 // A place in a file. Lines and columns count from 1; a line ends at a line
 // feed, a carriage return, or both together; a column is a byte.
@@ -50,19 +51,18 @@ struct Place {
   std::size_t at;         // the place in this text
 };
 
-// Prints the error with its place, with an excerpt of the line, and with the
-// hint, unless that is empty.
-void PrintErrorAt(const Place& place, const char* rule, const char* message,
-                  const char* hint = "");
+// Prints the error with its place, an excerpt of the line, and the hint, unless
+// that is empty.
+void PrintErrorAt(const Place& place, const char* rule,
+                  const SafeString& message, const SafeString& hint = "");
 
 // Shows on a line of the terminal how much of a large file has been read. The
-// next message, or ClearProgress(), removes the line; EndProgress() does so and
-// shows none any more.
+// next message, or ClearProgress(), removes the line; for good, no other is
+// shown.
 void ShowProgress(const char* file, std::uint64_t done, std::uint64_t all);
-void ClearProgress();
-void EndProgress();
+void ClearProgress(bool for_good = false);
 
-// Runs the work to its end. Returns the status of the error which it ends with.
+// Runs the work. Returns the status of the error that ends it, or kYes.
 template <class Work>
 Status StatusOf(Work work) {
   try {
@@ -78,8 +78,7 @@ Status StatusOf(Work work) {
   return kTrouble;
 }
 
-// Works on one after another, also behind an error, and ends the command if
-// there was one.
+// Works on each item, also behind an error. Ends the command if there was one.
 template <class Items, class Work>
 void ForEach(const Items& items, Work work) {
   Status status = kYes;
@@ -89,7 +88,7 @@ void ForEach(const Items& items, Work work) {
   if (status != kYes) throw Failure{status};
 }
 
-// Does what files:: offers. Its error ends the command.
+// Runs work that calls functions of files::. Their error ends the command.
 template <class Work>
 auto UseFile(const char* name, Work work) {
   try {

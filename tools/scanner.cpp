@@ -8,8 +8,22 @@ namespace vjson {
 using namespace vorn::foundation::json;
 using vorn::foundation::text::StringUtils;
 
-// Every rule is entered with the cursor on what it takes, and leaves the cursor
-// behind that. The byte is the one at the cursor.
+void Refuse(Input& input, std::string_view rule, std::string_view message) {
+  const Position position = input.PositionOf(input.Offset());
+  JsonFault fault;
+  fault.kind = JsonFault::Kind::Malformed;
+  fault.offset = static_cast<std::size_t>(input.Offset());
+  fault.line = static_cast<unsigned int>(position.line);
+  fault.column = static_cast<unsigned int>(position.column);
+  rule.copy(fault.rule, sizeof fault.rule - 1);
+  message.copy(fault.message, sizeof fault.message - 1);
+  throw JsonFault(fault);
+}
+
+// The scanner -----------------------------------------------------------------
+//
+// A rule begins with the cursor on the first byte of its text, and ends with
+// the cursor behind the last one. The parameter is the byte at the cursor.
 
 Token Scanner::Next() {
   Token token{};
@@ -130,8 +144,8 @@ Token::Kind Scanner::Pass(State state, Token::Kind kind) {
   return kind;
 }
 
-// A backslash takes a quotation mark or backslash along. Any other byte behind
-// it is passed as if it stood alone.
+// A backslash escapes a quotation mark or backslash. Any other byte behind a
+// backslash stands for itself.
 Token::Kind Scanner::TakeString(Token::Kind kind) {
   input_.Skip();
   for (;;) {
@@ -166,32 +180,21 @@ Token::Kind Scanner::TakeNumber() {
   Fail("ParseNumber", "number is incorrect");
 }
 
-void Scanner::Fail(std::string_view rule, std::string_view message) {
-  const Position position = input_.PositionOf(input_.Offset());
-  JsonFault fault;
-  fault.kind = JsonFault::Kind::Malformed;
-  fault.offset = static_cast<std::size_t>(input_.Offset());
-  fault.line = static_cast<unsigned int>(position.line);
-  fault.column = static_cast<unsigned int>(position.column);
-  rule.copy(fault.rule, sizeof fault.rule - 1);
-  message.copy(fault.message, sizeof fault.message - 1);
-  throw JsonFault(fault);
-}
-
 // Whole texts -----------------------------------------------------------------
 
 namespace {
 
-// The hint for the fault at the cursor. The library counts the lines of the
-// text that it is given, which may be a line itself.
+// The hint for the fault at the cursor, if the text up to there can be read
+// again. Hint() counts the lines of that text, which may be a line itself.
 SafeString HintFor(Input& input, const JsonFault& fault) {
-  SafeString text;
-  const bool nul = input.Peek() == '\0' && !input.AtEnd();
-  if (nul || !input.ReadAgain(text)) return SafeString();
-  SafeString hint = Hint(fault, text);
+  constexpr std::uint64_t kMost = 16'000'000;
+  constexpr std::size_t kBehind = 256;
   constexpr std::string_view kLine = " at line ";
+  const bool nul = input.Peek() == '\0' && !input.AtEnd();
+  if (nul || input.Offset() > kMost || !input.Rewind()) return "";
+  SafeString hint = Hint(fault, input.Ahead(fault.offset + kBehind));
   std::size_t at = hint.find(kLine);
-  if (input.line() <= 1 || at == hint.npos) return hint;
+  if (input.line() == 0 || at == hint.npos) return hint;
   at += kLine.size();
   const std::size_t size = hint.find(',') - at;
   const auto line = StringUtils::StringToLong(hint.substr(at, size)) - 1 +
@@ -202,24 +205,21 @@ SafeString HintFor(Input& input, const JsonFault& fault) {
 }  // namespace
 
 void PrintFault(Input& input, const JsonFault& fault) {
-  PrintErrorAt(input.PlaceOf(input.Offset()), fault.rule, fault.message,
-               HintFor(input, fault).c_str());
+  const std::uint64_t offset = input.Offset();
+  const SafeString hint = HintFor(input, fault);
+  PrintErrorAt(input.PlaceOf(offset), fault.rule, fault.message, hint);
 }
 
-void CheckText(Input& input) {
+void ScanText(Input& input) {
   Scanner scanner(input);
-  try {
-    while (scanner.Next().kind != Token::kTextEnd) {
-    }
-  } catch (const JsonFault& fault) {
-    PrintFault(input, fault);
-    throw Failure{kNo};
+  while (scanner.Next().kind != Token::kTextEnd) {
   }
 }
 
-Document LoadDocument(Input& input) {
+Document LoadDocument(Input& input, Status status) {
   Document document{input.Subject(), input.ReadAll()};
-  CheckText(input);
+  Read(
+      input, [&] { ScanText(input); }, status);
   return document;
 }
 

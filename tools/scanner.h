@@ -11,7 +11,7 @@ namespace vjson {
 
 using vorn::foundation::json::JsonFault;
 
-// A token of a text, as it stands there. Blanks of RFC 8259 are left out.
+// A token of a text. Blanks of RFC 8259 are no tokens.
 struct Token {
   enum Kind {
     kBegin,  // of an array or object
@@ -30,11 +30,15 @@ struct Token {
   Kind kind;
   std::string_view text;  // valid until the next token
   std::uint64_t offset;
-  bool starts_line;  // a line end, or no token, stands before it
+  bool starts_line;  // no token stands before it on its line
 };
 
-// Reads the tokens of a text. It takes and refuses what the library's parser
-// does, except for a limit of the nesting that the caller sets.
+// Throws the fault at the cursor.
+[[noreturn]] void Refuse(Input& input, std::string_view rule,
+                         std::string_view message);
+
+// Reads the tokens of a text. Takes and refuses the same texts as the library's
+// parser, except that the caller sets the limit of the nesting.
 class Scanner {
  public:
   static constexpr std::size_t kNestingLimit = 1024;
@@ -42,9 +46,16 @@ class Scanner {
   explicit Scanner(Input& input, std::size_t limit = kNestingLimit)
       : input_(input), limit_(limit) {}
 
-  // The next token. Malformed text throws its JsonFault, with the input's
-  // cursor on the first byte that no rule takes.
+  // The next token. If the text is malformed, throws the JsonFault, with the
+  // cursor of the input on the first byte that no rule takes.
   Token Next();
+
+  // The text from this token to the last one. REQUIRES: it is in memory.
+  std::string_view From(const Token& first) const {
+    const std::string_view last = input_.Token();
+    const char* const begin = first.text.data();
+    return {begin, static_cast<std::size_t>(last.data() + last.size() - begin)};
+  }
 
   // How many containers are open.
   std::size_t depth() const { return open_.size(); }
@@ -63,30 +74,45 @@ class Scanner {
   Token::Kind TakeString(Token::Kind kind);
   bool TakeWord(const char* first, const char* second);
   Token::Kind TakeNumber();
-  [[noreturn]] void Fail(std::string_view rule, std::string_view message);
+  [[noreturn]] void Fail(std::string_view rule, std::string_view message) {
+    Refuse(input_, rule, message);
+  }
 
   Input& input_;
   const std::size_t limit_;
   State state_ = State::kValue;
-  bool line_ = true;  // a line has begun, and nothing stands on it yet
+  bool line_ = true;  // nothing stands on the line yet
   SafeString open_;   // the brackets that close the open containers
   SafeString number_;
 };
 
-// Prints where and why the text is malformed, with the library's hint.
+// Prints the place of the fault at the cursor, the reason, and the library's
+// hint. What was read of the input is gone.
 void PrintFault(Input& input, const JsonFault& fault);
 
-// Scans the whole text. If it is malformed, prints why and ends the command.
-void CheckText(Input& input);
+// Reads the input in the work. If the text is malformed, prints why and ends
+// the command with the status.
+template <class Work>
+auto Read(Input& input, Work work, Status status = kNo) {
+  try {
+    return work();
+  } catch (const JsonFault& fault) {
+    PrintFault(input, fault);
+    throw Failure{status};
+  }
+}
 
-// A well-formed text, which is lent, and how errors name it.
+// Scans the whole text. Throws the JsonFault of a malformed one.
+void ScanText(Input& input);
+
+// A well-formed text, which is lent, and the subject of errors.
 struct Document {
   SafeString subject;
   std::string_view text;
 };
 
-// Reads the input, which lends the text, and checks it.
-Document LoadDocument(Input& input);
+// Reads and checks the input, which lends the text.
+Document LoadDocument(Input& input, Status status = kNo);
 
 // The tree of the document. The caller owns it.
 vorn::foundation::json::JBase* LoadTree(const Document& document);

@@ -6,10 +6,12 @@
 #include <iterator>
 #include <locale>
 
+#include <foundation/json/json.h>
 #include <foundation/text/stringutils.h>
 
 namespace vjson {
 
+namespace json = vorn::foundation::json;
 using vorn::foundation::text::StringUtils;
 
 // UTF-8 -----------------------------------------------------------------------
@@ -36,7 +38,8 @@ Character CharacterOf(std::string_view text) {
   char32_t* next = nullptr;
   std::mbstate_t state{};
   Utf8().in(state, begin, begin + text.size(), end, &code, &code + 1, next);
-  return {code, IsSurrogate(code) ? 0 : static_cast<std::size_t>(end - begin)};
+  if (end == begin || IsSurrogate(code)) return {Character::kNone, 1};
+  return {code, static_cast<std::size_t>(end - begin)};
 }
 
 namespace {
@@ -56,12 +59,19 @@ struct Range {
   unsigned int first, last;
 };
 
-// Control characters except the tab, and what is invisible and changes the
+// Control characters except the tab, and invisible characters that change the
 // order or the lines of the text around: U+202E shows it from right to left.
-constexpr Range kHidden[] = {
-    {0x00, 0x08},     {0x0A, 0x1F},      {0x7F, 0x9F},     {0x061C, 0x061C},
-    {0x200B, 0x200B}, {0x200E, 0x200F},  {0x2028, 0x202E}, {0x2060, 0x206F},
-    {0xFEFF, 0xFEFF}, {0xE0000, 0xE007F}};
+constexpr Range kHidden[] = {{0x00, 0x08},
+                             {0x0A, 0x1F},
+                             {0x7F, 0x9F},
+                             {0x061C, 0x061C},
+                             {0x200B, 0x200B},
+                             {0x200E, 0x200F},
+                             {0x2028, 0x202E},
+                             {0x2060, 0x206F},
+                             {0xFEFF, 0xFEFF},
+                             {0xE0000, 0xE007F},
+                             {Character::kNone, Character::kNone}};
 
 bool IsHidden(unsigned int code) {
   return std::any_of(std::begin(kHidden), std::end(kHidden),
@@ -94,34 +104,24 @@ SafeString BlanksFor(std::string_view text) {
 
 }  // namespace
 
-SafeString Mask(std::string_view text, bool keep_line_ends) {
+SafeString Mask(std::string_view text, Mark mark) {
   SafeString shown;
   while (!text.empty()) {
     const auto [code, size] = CharacterOf(text);
-    const bool legible = (size != 0 && !IsHidden(code)) ||
-                         (keep_line_ends && StartsWithLineEnd(text));
-    shown += legible ? text.substr(0, size) : "?";
-    text.remove_prefix(std::max<std::size_t>(size, 1));
-  }
-  return shown;
-}
-
-SafeString Spell(std::string_view text) {
-  SafeString spelled;
-  while (!text.empty()) {
-    const std::size_t size = CharacterOf(text).size;
-    const auto character = text.substr(0, std::max<std::size_t>(size, 1));
-    if (Mask(character) == character) {
-      spelled += character;
+    const std::string_view bytes = text.substr(0, size);
+    if (!IsHidden(code) ||
+        (mark == Mark::kQuestionInLines && StartsWithLineEnd(text))) {
+      shown += bytes;
+    } else if (mark != Mark::kBytes) {
+      shown += '?';
     } else {
-      for (const char byte : character) {
-        spelled += StringUtils::_InternalFormat(
-            "\\x%02x", static_cast<unsigned int>(byte) & 0xFF);
+      for (const unsigned char byte : bytes) {
+        shown += StringUtils::_InternalFormat("\\x%02x", byte);
       }
     }
-    text.remove_prefix(character.size());
+    text.remove_prefix(size);
   }
-  return spelled;
+  return shown;
 }
 
 Shown Excerpt(std::string_view line, std::size_t at, std::size_t width) {
@@ -129,8 +129,8 @@ Shown Excerpt(std::string_view line, std::size_t at, std::size_t width) {
   std::size_t begin = 0;
   std::size_t end = line.size();
   if (line.size() > width) {
-    begin = std::min(at - std::min(at, width * 2 / 3), line.size() - width);
-    end = begin + width;
+    begin = at - std::min(at, width * 2 / 3);
+    end = std::min(begin + width, end);
     while (begin < at && IsContinuation(line[begin])) ++begin;
     while (end > at && end < line.size() && IsContinuation(line[end])) --end;
   }
@@ -144,15 +144,14 @@ Shown Excerpt(std::string_view line, std::size_t at, std::size_t width) {
 
 namespace {
 
-// The escapes of RFC 8259 but \u: each character with its letter. The dialect
-// has the first five.
+// The escapes of RFC 8259 except \u: each character with its letter. The
+// dialect has the first five.
 constexpr std::string_view kCharacters = "\"\\\r\n\t/\b\f";
 constexpr std::string_view kLetters = "\"\\rnt/bf";
 constexpr std::size_t kDialect = 5;
 
-// Appends what the \u escape that the text begins with stands for, together
-// with the one behind it where both are a pair. Returns how many bytes that
-// takes.
+// Appends the character of the \u escape that the text begins with, and of the
+// next one if both are a pair. Returns the size of the escapes.
 std::size_t AppendCodeUnit(std::string_view text, SafeString& decoded) {
   const auto unit = static_cast<unsigned int>(CodeUnitOf(text));
   const auto next = static_cast<unsigned int>(CodeUnitOf(text.substr(6)));
@@ -162,26 +161,6 @@ std::size_t AppendCodeUnit(std::string_view text, SafeString& decoded) {
   }
   AppendCodePoint(IsSurrogate(unit) ? 0xFFFD : unit, decoded);
   return 6;
-}
-
-// Takes so many of the escapes, and \u if they are all.
-SafeString DecodeEscapes(std::string_view quoted, std::size_t escapes) {
-  SafeString decoded;
-  std::size_t size = 1;
-  for (auto rest = quoted.substr(1); rest.size() > 1;
-       rest.remove_prefix(size)) {
-    const std::size_t escape = kLetters.substr(0, escapes).find(rest[1]);
-    size = 1;
-    if (rest[0] == '\\' && escape != kLetters.npos) {
-      decoded += kCharacters[escape];
-      size = 2;
-    } else if (escapes > kDialect && CodeUnitOf(rest) >= 0) {
-      size = AppendCodeUnit(rest, decoded);
-    } else {
-      decoded += rest[0];
-    }
-  }
-  return decoded;
 }
 
 }  // namespace
@@ -196,21 +175,29 @@ int CodeUnitOf(std::string_view text) {
 }
 
 SafeString Quote(std::string_view text) {
-  SafeString quoted = "\"";
-  for (const char character : text) {
-    const std::size_t escape = kCharacters.substr(0, kDialect).find(character);
-    if (escape != kCharacters.npos) quoted += '\\';
-    quoted += escape == kCharacters.npos ? character : kLetters[escape];
+  const json::JString string{SafeString(text)};
+  return json::JsonReader::Compress(&string);
+}
+
+SafeString Unquote(std::string_view quoted, Escapes escapes) {
+  const bool standard = escapes == Escapes::kStandard;
+  const auto letters = kLetters.substr(0, standard ? kLetters.npos : kDialect);
+  SafeString text;
+  std::size_t size = 1;
+  for (auto rest = quoted.substr(1); rest.size() > 1;
+       rest.remove_prefix(size)) {
+    const std::size_t escape = letters.find(rest[1]);
+    size = 1;
+    if (rest[0] == '\\' && escape != letters.npos) {
+      text += kCharacters[escape];
+      size = 2;
+    } else if (standard && CodeUnitOf(rest) >= 0) {
+      size = AppendCodeUnit(rest, text);
+    } else {
+      text += rest[0];
+    }
   }
-  return quoted + '"';
-}
-
-SafeString Unquote(std::string_view quoted) {
-  return DecodeEscapes(quoted, kDialect);
-}
-
-SafeString Decode(std::string_view quoted) {
-  return DecodeEscapes(quoted, kLetters.size());
+  return text;
 }
 
 }  // namespace vjson

@@ -13,10 +13,11 @@ namespace vjson {
 
 using vorn::foundation::SafeString;
 
-// A character, or, with the size 0, a byte that begins none.
 struct Character {
-  unsigned int code;
-  std::size_t size;
+  unsigned int code;  // kNone for a byte that is in no valid character
+  std::size_t size;   // in bytes
+
+  static constexpr unsigned int kNone = 0x110000;
 };
 
 // Whether the byte is in a character and does not begin it.
@@ -25,29 +26,30 @@ bool IsContinuation(char byte);
 // The first character of the text. REQUIRES: the text is not empty.
 Character CharacterOf(std::string_view text);
 
-// The text as it is shown. Line feeds, and carriage returns in front of them,
-// stay if they are to be kept.
-SafeString Mask(std::string_view text, bool keep_line_ends = false);
+// What replaces characters that are not shown: a question mark, also except for
+// line ends, or \xNN for each byte.
+enum class Mark { kQuestion, kQuestionInLines, kBytes };
 
-// The text with \xNN for each byte that would be shown as a question mark.
-SafeString Spell(std::string_view text);
+// The text as it is shown.
+SafeString Mask(std::string_view text, Mark mark = Mark::kQuestion);
 
 // The part of a line around a position, about as many bytes as the width, as it
-// is shown, and the blanks that are as wide as what stands before the position.
+// is shown, and the blanks that are as wide as the part before the position.
 struct Shown {
   SafeString text;
   SafeString blanks;
 };
 Shown Excerpt(std::string_view line, std::size_t at, std::size_t width);
 
-// The text as a JSON string in the library's dialect, and the text of such a
-// string.
+// The text as a JSON string in the library's dialect.
 SafeString Quote(std::string_view text);
-SafeString Unquote(std::string_view quoted);
 
-// The text of a JSON string by RFC 8259, as UTF-8. Half a surrogate pair
-// becomes U+FFFD; a backslash that begins no escape stands for itself.
-SafeString Decode(std::string_view quoted);
+// The text of a JSON string: in the library's dialect, or by RFC 8259 as UTF-8.
+// There, half a surrogate pair becomes U+FFFD; a backslash that begins no
+// escape stands for itself.
+enum class Escapes { kDialect, kStandard };
+SafeString Unquote(std::string_view quoted,
+                   Escapes escapes = Escapes::kDialect);
 
 // The code unit of the \u escape that the text begins with; -1 if there is
 // none.

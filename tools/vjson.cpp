@@ -1,6 +1,6 @@
 // vjson: checks, lays out, changes, compares and looks into JSON texts.
 //
-// The command line. What a command made is released when it returns, so that
+// The command line. A command releases what it made before it returns, so that
 // the report, which comes last, shows what was left behind.
 
 #include <unistd.h>
@@ -8,7 +8,6 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <sstream>
 
 #include <foundation/debug/memorymonitor.h>
@@ -26,11 +25,10 @@ constexpr std::string_view kHelp =
 #include "help.inc"
     ;
 
-// A command finds a file in front of its other operands.
 struct Entry {
   std::string_view name;
   std::size_t fewest;  // operands, without a file
-  std::size_t most;    // with all
+  std::size_t most;    // with all files
   Command& run;
 };
 
@@ -48,63 +46,45 @@ struct CommandLine {
   Arguments arguments;  // the command is the first operand
   std::string_view colors = "auto";
   bool report = false;
-  std::string_view text = {};  // what is printed instead
 };
 
-// Whether the usage of commands has the option.
-bool Has(std::string_view usage, std::string_view option) {
-  return option.find(']') == option.npos &&
-         usage.find(SafeString("[").append(option) + "]") != usage.npos;
-}
-
-// A negative number is an operand.
-bool IsOption(const char* word) {
-  return word[0] == '-' && std::strchr("0123456789", word[1]) == nullptr;
-}
-
-void TakeOption(std::string_view word, CommandLine& line) {
-  constexpr std::string_view kColor = "--color=";
-  if (word == "-h" || word == "--help") {
-    line.text = kHelp;
-  } else if (word == "--version") {
-    line.text = "vjson " VJSON_VERSION "\n";
-  } else if (word == "--report") {
-    line.report = true;
-  } else if (word.substr(0, kColor.size()) == kColor) {
-    line.colors = word.substr(kColor.size());
-  } else if (Has(kHelp, word)) {
-    line.arguments.options.push_back(word);
-  } else {
-    Fail(word, "unknown option; see vjson --help");
-  }
-}
-
-// Takes nothing behind --help and --version.
 void Parse(int argc, char** argv, CommandLine& line) {
+  constexpr std::string_view kColor = "--color=";
   bool options = true;
-  for (int i = 1; i < argc && line.text.empty(); ++i) {
-    const char* const word = argv[i];
-    if (!options || !IsOption(word)) {
-      line.arguments.operands.push_back(word);
-    } else if (word == std::string_view("--")) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view word = argv[i];
+    const bool option = options && word.size() > 1 && word[0] == '-' &&
+                        (word[1] < '0' || word[1] > '9');
+    if (!option) {
+      line.arguments.operands.push_back(argv[i]);
+    } else if (word == "--") {
       options = false;
+    } else if (word == "--report") {
+      line.report = true;
+    } else if (word.substr(0, kColor.size()) == kColor) {
+      line.colors = word.substr(kColor.size());
     } else {
-      TakeOption(word, line);
+      line.arguments.options.push_back(word);
     }
   }
 }
 
+// Refuses the options that the usage of the command does not have.
 void CheckOptions(std::string_view command, const Arguments& arguments) {
   const std::size_t begin = kHelp.find(SafeString(" vjson ").append(command));
   const auto usage = kHelp.substr(begin, kHelp.find('\n', begin) - begin);
   for (const std::string_view option : arguments.options) {
-    if (Has(usage, option)) continue;
-    Fail(option, "not for this command; see vjson --help");
+    const auto shown = SafeString("[").append(option) + "]";
+    if (usage.find(shown) != usage.npos &&
+        shown.find(']') + 1 == shown.size()) {
+      continue;
+    }
+    Fail(option, "no option of this command; see vjson --help");
   }
 }
 
-// The command, whose name is taken from the operands. A file that is not named
-// is added to them.
+// The command. Removes its name from the operands, and adds a file to them if
+// none is named.
 const Entry& TakeCommand(Arguments& arguments) {
   auto& operands = arguments.operands;
   if (operands.empty()) {
@@ -128,15 +108,14 @@ const Entry& TakeCommand(Arguments& arguments) {
   return *entry;
 }
 
-void Run(CommandLine& line) {
-  SetErrorColors(UsesColors(line.colors, STDERR_FILENO));
-  Output output(STDOUT_FILENO, UsesColors(line.colors, STDOUT_FILENO));
-  const Status status = StatusOf([&] {
-    if (!line.text.empty()) return output.Write(line.text);
-    TakeCommand(line.arguments).run(line.arguments, output);
-  });
-  output.Flush();
-  if (status != kYes) throw Failure{status};
+void Run(Arguments& arguments, Output& output) {
+  if (arguments.Has("-h") || arguments.Has("--help")) {
+    output.Write(kHelp);
+  } else if (arguments.Has("--version")) {
+    output.WriteLine("vjson " VJSON_VERSION);
+  } else {
+    TakeCommand(arguments).run(arguments, output);
+  }
 }
 
 // Prints what is still alive.
@@ -156,11 +135,16 @@ int main(int argc, char** argv) {
   using namespace vjson;
   std::signal(SIGPIPE, SIG_DFL);  // a closed pipe ends the tool without a word
   bool report = false;
-  const Status status = StatusOf([&] {
+  Status status = StatusOf([&] {
     CommandLine line;
     Parse(argc, argv, line);
     report = line.report;
-    Run(line);
+    SetErrorColors(UsesColors(line.colors, STDERR_FILENO));
+    Output output(STDOUT_FILENO, UsesColors(line.colors, STDOUT_FILENO));
+    const Status ran = StatusOf([&] { Run(line.arguments, output); });
+    output.Flush();
+    if (ran != kYes) throw Failure{ran};
   });
-  return report ? std::max(status, StatusOf(Report)) : status;
+  if (report) status = std::max(status, StatusOf(Report));
+  return status;
 }

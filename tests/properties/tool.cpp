@@ -165,14 +165,15 @@ void CheckTool(Input& in) {
   const std::string_view bytes = in.Text();
   std::minstd_rand random(
       static_cast<unsigned int>(std::hash<std::string_view>()(bytes)));
-  try {
-    vjson::ParsePath(bytes.substr(0, bytes.find('\n')));
-  } catch (const vjson::PathFault& fault) {
-    Require(fault.at <= bytes.size(), "the fault is in the path");
-  }
   SafeString text(bytes);
   JsonReader reader;
   JsonFault fault;
+  vjson::Input path("path", text);
+  try {
+    vjson::ParsePath(path);
+  } catch (const JsonFault& thrown) {
+    Require(thrown.offset <= text.find('\0'), "the fault is in the path");
+  }
   reader.fromString(text.data(), text.size(), fault);
   CheckScanner(text, TextOf(fault));
   if (fault.message == std::string_view("extra data characters")) {
