@@ -32,7 +32,7 @@ constexpr int kRounds = 100;
 
 // Its object has so many members that it keeps buckets, of which one has a
 // chain that is indexed.
-const Keys kColliding = CollidingKeys(20, 0);
+const Keys kColliding = KeysOfOneHash(20);
 const SafeString kText = [] {
   SafeString text =
       R"({"list":[1,2.5,-inf,{"deep":[[],{}]}],"text":"a\tb \"c\"")";

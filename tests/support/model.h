@@ -139,8 +139,11 @@ inline Keys AnyKeys(std::size_t count) {
 }
 
 // Few that come again, many, and such that share a hash or a bucket.
-inline const Keys kKeySets[] = {
-    AnyKeys(4),           AnyKeys(100),          AnyKeys(3000),
-    CollidingKeys(20, 0), CollidingKeys(60, 29), CollidingKeys(300, 257)};
+inline const Keys kKeySets[] = {AnyKeys(4),
+                                AnyKeys(100),
+                                AnyKeys(3000),
+                                KeysOfOneHash(20),
+                                KeysOfOneBucket(60, 29),
+                                KeysOfOneBucket(300, 257)};
 
 }  // namespace support

@@ -3,12 +3,34 @@
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
 
+#include <functional>
+#include <string>
+
 namespace support {
 
 namespace json = vorn::foundation::json;
 
 // A compressed text, and what the operations make of it, one after another.
+// Each returns whether its result is right. Those behind Parse() do not change
+// the tree; those behind Clone() need the copy. The order of members is left
+// open.
 struct Subject {
+  explicit Subject(const std::string& its_text = "") : text(its_text.c_str()) {}
+
+  bool Parse() {
+    const bool read = reader.fromString(text);
+    tree = reader.getJson();
+    return read;
+  }
+  bool Format() { return reader.Format(tree).size() >= text.size(); }
+  bool Compress() { return reader.Compress(tree).size() == text.size(); }
+  bool Clone() { return copy.reset(tree->clone()), true; }
+  bool Compare() { return reader.IsEqual(tree, copy.get()); }
+  bool Dispose() { return copy.reset(), true; }
+  bool Load() { return archiver.fromString(text); }
+  bool Render() { return archiver.compress().size() == text.size(); }
+  bool Unload() { return !archiver.fromString(""); }
+
   vorn::foundation::SafeString text;
   json::JsonReader reader;
   const json::JBase* tree = nullptr;  // owned by the reader
@@ -16,40 +38,15 @@ struct Subject {
   json::JsonArchiver archiver;
 };
 
-// Whether the result is right. Those behind the first one do not change the
-// tree; those behind a copy need it.
-struct Operation {
+// Every operation on a whole tree.
+inline const struct Operation {
   const char* name;
-  bool (*run)(Subject&);
-};
-
-// Every operation on a whole tree. The order of members is left open.
-inline constexpr Operation kOperations[] = {
-    {"parse",
-     [](Subject& it) {
-       const bool read = it.reader.fromString(it.text);
-       it.tree = it.reader.getJson();
-       return read;
-     }},
-    {"format",
-     [](Subject& it) {
-       return it.reader.Format(it.tree).size() >= it.text.size();
-     }},
-    {"compress",
-     [](Subject& it) {
-       return it.reader.Compress(it.tree).size() == it.text.size();
-     }},
-    {"clone",
-     [](Subject& it) { return it.copy.reset(it.tree->clone()), true; }},
-    {"compare",
-     [](Subject& it) { return it.reader.IsEqual(it.tree, it.copy.get()); }},
-    {"dispose", [](Subject& it) { return it.copy.reset(), true; }},
-    {"load", [](Subject& it) { return it.archiver.fromString(it.text); }},
-    {"render",
-     [](Subject& it) {
-       return it.archiver.compress().size() == it.text.size();
-     }},
-    {"unload", [](Subject& it) { return !it.archiver.fromString(""); }},
-};
+  std::function<bool(Subject&)> run;
+} kOperations[] = {
+    {"parse", &Subject::Parse},       {"format", &Subject::Format},
+    {"compress", &Subject::Compress}, {"clone", &Subject::Clone},
+    {"compare", &Subject::Compare},   {"dispose", &Subject::Dispose},
+    {"load", &Subject::Load},         {"render", &Subject::Render},
+    {"unload", &Subject::Unload}};
 
 }  // namespace support
