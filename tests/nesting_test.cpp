@@ -10,8 +10,7 @@
 
 #include <cstdio>
 #include <functional>
-#include <utility>
-#include <vector>
+#include <string>
 
 namespace {
 
@@ -28,9 +27,8 @@ using Work = std::function<bool()>;
 
 // Does the work on a thread, which succeeds or not, and returns how many bytes
 // of the stack were touched.
-std::size_t RunOnStack(Work work, bool succeeds) {
-  constexpr int kPaint = 0x5A5A5A5A;
-  std::vector<int> stack(2 * kMost / sizeof(int), kPaint);
+std::size_t RunOnStack(Work work, bool succeeds = true) {
+  std::string stack(2 * kMost, 'Z');
   const auto run = [](void* argument) -> void* {
     return (*static_cast<Work*>(argument))() ? argument : nullptr;
   };
@@ -43,41 +41,34 @@ std::size_t RunOnStack(Work work, bool succeeds) {
   pthread_join(thread, &result);
   pthread_attr_destroy(&attributes);
   EXPECT_EQ(result != nullptr, succeeds);
-  std::size_t untouched = 0;
-  while (untouched < stack.size() && stack[untouched] == kPaint) ++untouched;
-  const std::size_t touched = (stack.size() - untouched) * sizeof(int);
+  const std::size_t touched = stack.size() - stack.find_first_not_of('Z');
   EXPECT_LE(touched, kMost);
   return touched;
 }
-
-// Two levels of nesting.
-const struct {
-  const char *name, *open, *close;
-} kShapes[] = {{"arrays", "[[", "]]"},
-               {"objects", R"({"a":{"a":)", "}}"},
-               {"mixed", R"([{"a":)", "}]"}};
 
 using NestingTest = testing::TestWithParam<bool>;  // tracing
 INSTANTIATE_TEST_SUITE_P(Tracing, NestingTest, testing::Bool());
 
 TEST_P(NestingTest, FitsASmallStackAndIsRefusedBeyondTheLimit) {
+  const struct {
+    const char *name, *open, *close;  // two levels
+  } kShapes[] = {{"arrays", "[[", "]]"},
+                 {"objects", R"({"a":{"a":)", "}}"},
+                 {"mixed", R"([{"a":)", "}]"}};
   std::puts("bytes of stack at 1024 levels (each level)");
-  for (const auto& shape : kShapes) {
-    Subject two, all, beyond;
-    const std::pair<Subject&, int> subjects[] = {
-        {two, 1}, {all, 512}, {beyond, 500000}};
-    for (const auto& [subject, pairs] : subjects) {
-      subject.text = (Repeat(pairs, shape.open) + "0").c_str();
-      subject.text += Repeat(pairs, shape.close).c_str();
-    }
+  for (const auto& [shape, open, close] : kShapes) {
+    const auto nested = [open = open, close = close](int pairs) {
+      return Repeat(pairs, open) + "0" + Repeat(pairs, close);
+    };
+    Subject two(nested(1)), all(nested(512)), beyond(nested(500000));
     for (const auto& [name, run] : kOperations) {
-      SCOPED_TRACE(std::string(name) + " " + shape.name);
-      const std::size_t least = RunOnStack(std::bind(run, std::ref(two)), true);
-      const std::size_t most = RunOnStack(std::bind(run, std::ref(all)), true);
-      std::printf("  %-8s %-8s %7zu (%zu)\n", name, shape.name, most,
+      SCOPED_TRACE(std::string(name) + " " + shape);
+      const std::size_t least = RunOnStack(std::bind(run, std::ref(two)));
+      const std::size_t most = RunOnStack(std::bind(run, std::ref(all)));
+      std::printf("  %-8s %-8s %7zu (%zu)\n", name, shape, most,
                   (most - least) / 1022);
     }
-    RunOnStack(std::bind(kOperations[0].run, std::ref(beyond)), false);
+    RunOnStack([&] { return beyond.Parse(); }, false);
   }
 }
 
