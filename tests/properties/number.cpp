@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <regex>
 #include <tuple>
 
@@ -90,6 +91,18 @@ void CheckConversions(const SafeString& untrimmed, bool exhausts = false) {
       {static_cast<int>(bits), static_cast<long long>(bits),
        static_cast<double>(bits)}};
   const auto& [as_int, as_long, as_double] = kExpected[format];
+  const bool fits = format == 0 || text == "-0" ||
+                    text == JNumber(whole).view() ||
+                    (format == 3 && bits <= LLONG_MAX);
+  const std::optional<long long> integer = number.as<long long>();
+  Require(fits ? integer == as_long : !integer, "a long, if it can hold it");
+  Require(number.as<int>() == (as_int == as_long ? integer : std::nullopt),
+          "an int, if it can hold it");
+  const double nearest = format == 3 ? as_double : real;
+  const bool beyond = std::isinf(nearest) && text.back() != 'f';
+  const std::optional<double> read = number.as<double>();
+  Require(read ? !beyond && AreSame(*read, nearest) : beyond,
+          "the nearest double, if there is one");
   for (const bool exhausted : {false, exhausts}) {
     if (exhausted) Monitor::FailRequest(Source::MemoryMonitor, 0, true);
     Require(number.toInt() == as_int, "toInt");

@@ -118,6 +118,11 @@ struct Failing {
   bool forever;
   std::size_t first = 0;  // the first request that fails
 };
+inline const Failing kFailing[] = {
+    {Source::OperatorNew, false},   {Source::OperatorNew, true},
+    {Source::ObjectMonitor, false}, {Source::ObjectMonitor, true},
+    {Source::MemoryMonitor, false}, {Source::MemoryMonitor, true},
+    {Source::List, false},          {Source::List, true}};
 
 // The requests that failed in all sweeps.
 inline std::size_t injected = 0;
