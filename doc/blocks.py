@@ -1,9 +1,9 @@
 #!/usr/bin/python3
 """Usage: doc/blocks.py FOLDER PAGE...
 
-Writes each code block of the Markdown pages into a file in the folder. Its name
-is made of the page, the number of the block and the language; a block without
-one is the output of the block before, and ends in out. Prints the names.
+Writes each code block of the Markdown pages into a file in the folder, and prints
+the names of the files: PAGE_NUMBER.LANGUAGE. A block without a language is the
+output of the block before it, whose number it has; its file ends in ".out".
 """
 import re
 import sys
