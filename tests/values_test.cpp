@@ -68,8 +68,8 @@ TEST_P(ValuesTest, AMonitorThatThrowsLeadsToNoSecondDisposal) {
     object.setValue("k", Make<JNull>());
     reader.fromString("1");
     JBase* const held[] = {array.at(0), object.at("k"), reader.getJson()};
-    Monitor::ThrowOn(Monitor::Report::Release);
-    EXPECT_THROW(release(), MonitorFailure);
+    Monitor::FailRequest(Source::Release, 0, false);
+    EXPECT_THROW(release(), std::bad_alloc);
     JBase* const refused = array.at(0) != held[0]      ? held[0]
                            : object.at("k") != held[1] ? held[1]
                                                        : held[2];

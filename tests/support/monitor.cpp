@@ -4,8 +4,6 @@
 #include <foundation/debug/objectmonitor.h>
 
 #include <pthread.h>
-#include <algorithm>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -30,7 +28,6 @@ unsigned int created = 0;
 std::string log;
 Account now;
 std::size_t failed = 0;
-Monitor::Report throwing = Monitor::Report::None;
 
 constexpr auto kNever = static_cast<std::size_t>(-1);
 struct {
@@ -40,16 +37,12 @@ struct {
 
 // In front of each block.
 struct alignas(std::max_align_t) Header {
-  std::uintptr_t mark;  // of the block's own address while it is out
+  const Header* self;  // while the block is out
   std::size_t size;
   Source source;
   unsigned int number;  // of the object in it that is recorded, or 0
   bool counted;         // made without an exemption
 };
-
-std::uintptr_t MarkOf(const Header* header) {
-  return ~reinterpret_cast<std::uintptr_t>(header);
-}
 
 // Whether this request must fail.
 bool Fails(Source source) {
@@ -59,15 +52,12 @@ bool Fails(Source source) {
   return ++failed, true;
 }
 
-// Puts the block into the account, or takes it out of it.
-void Count(const Header& header, bool in) {
+// Adds one to the account for the block, or takes one from it.
+void Count(const Header& header, std::size_t one) {
   if (!header.counted) return;
-  const std::size_t one = in ? 1 : -std::size_t{1};
   now.blocks += one;
-  now.sum += one * (reinterpret_cast<std::uintptr_t>(&header) + header.size);
-  if (header.source == Source::MemoryMonitor) {
-    now.memory_bytes += one * header.size;
-  }
+  const bool memory = header.source == Source::MemoryMonitor;
+  now.memory_bytes += one * (memory ? header.size : 0);
 }
 
 unsigned char* Allocate(Source source, std::size_t size) {
@@ -75,15 +65,15 @@ unsigned char* Allocate(Source source, std::size_t size) {
   auto* const header = static_cast<Header*>(std::malloc(sizeof(Header) + size));
   const bool counted =
       Monitor::Exempt::count == 0 || source != Source::OperatorNew;
-  *header = {MarkOf(header), size, source, 0, counted};
-  Count(*header, true);
+  *header = {header, size, source, 0, counted};
+  Count(*header, 1);
   return reinterpret_cast<unsigned char*>(header + 1);
 }
 
 // The header in front of what must be a block.
-Header* HeaderOf(const void* memory) {
+Header& HeaderOf(const void* memory) {
   auto* const header = static_cast<Header*>(const_cast<void*>(memory)) - 1;
-  if (header->mark == MarkOf(header)) return header;
+  if (header->self == header) return *header;
   Require(false, "an address is that of a block");
   std::abort();
 }
@@ -91,19 +81,13 @@ Header* HeaderOf(const void* memory) {
 // A size of kNever is any.
 void Free(Source source, void* memory, std::size_t size) {
   if (memory == nullptr) return;
-  Header* const header = HeaderOf(memory);
-  Require(header->source == source, "a block goes where it came from");
-  Require(size == kNever || header->size == size, "a block keeps its size");
-  Require(header->number == 0, "an object is released before its memory");
-  Count(*header, false);
-  header->mark = 0;
-  std::free(header);
-}
-
-void ThrowIfTold(Monitor::Report report) {
-  if (throwing != report) return;
-  throwing = Monitor::Report::None;
-  throw MonitorFailure();
+  Header& header = HeaderOf(memory);
+  Require(header.source == source, "a block goes where it came from");
+  Require(size == kNever || header.size == size, "a block keeps its size");
+  Require(header.number == 0, "an object is released before its memory");
+  Count(header, -std::size_t{1});
+  header.self = nullptr;
+  std::free(&header);
 }
 
 // Writes a call down. The file is null where there is no tag.
@@ -122,16 +106,16 @@ void LogCall(char sign, const char* file, int line, const char* function,
 }
 
 // Takes the object out of the account and writes the release down.
-LeakInfo Release(void* object, const char* file, int line, const char* function,
-                 bool traced) {
-  ThrowIfTold(Monitor::Report::Release);
+LeakInfo Release(bool traced, void* object, const char* file = nullptr,
+                 int line = 0, const char* function = nullptr) {
+  if (Fails(Source::Release)) throw std::bad_alloc();
   Require(traced == trace, "a release is as tracing is");
-  Header* const header = HeaderOf(object);
-  Require(header->number != 0, "what is released was recorded");
-  LogCall('!', file, line, function, header->number);
-  if (std::exchange(header->number, 0) != 0) --now.objects;
-  return LeakInfo{static_cast<unsigned char*>(object),
-                  static_cast<unsigned int>(header->size)};
+  Header& header = HeaderOf(object);
+  Require(header.number != 0, "what is released was recorded");
+  LogCall('!', file, line, function, header.number);
+  if (std::exchange(header.number, 0) != 0) --now.objects;
+  return {static_cast<unsigned char*>(object),
+          static_cast<unsigned int>(header.size)};
 }
 
 }  // namespace
@@ -143,7 +127,6 @@ void Monitor::Reset(bool traced) {
   const Monitor::Exempt exemption;
   StopFailing();
   TakeLog();
-  ThrowOn(Report::None);
   Require(now.objects == 0, "no object is alive at a reset");
   trace = traced;
   created = 0;
@@ -152,9 +135,9 @@ void Monitor::Reset(bool traced) {
 std::string Monitor::TakeLog() { return std::exchange(log, std::string()); }
 
 std::string Monitor::TakeCalls() {
-  std::string calls = TakeLog();
-  for (const char sign : {'?', '(', ')'}) {
-    calls.erase(std::remove(calls.begin(), calls.end(), sign), calls.end());
+  std::string calls;
+  for (const char c : TakeLog()) {
+    if (c != '?' && c != '(' && c != ')') calls += c;
   }
   return calls;
 }
@@ -165,7 +148,7 @@ void Monitor::Note(const char* text) {
 }
 
 unsigned int Monitor::Number(const void* object) {
-  return HeaderOf(object)->number;
+  return HeaderOf(object).number;
 }
 
 Account Monitor::Now() { return now; }
@@ -178,8 +161,6 @@ std::size_t Monitor::StopFailing() {
   failing.first = kNever;
   return std::exchange(failed, 0);
 }
-
-void Monitor::ThrowOn(Report report) { throwing = report; }
 
 }  // namespace support
 
@@ -205,34 +186,31 @@ void ObjectMonitor::_IncLeak(void* object, const char* file, int line,
                              const char* function, unsigned int size) {
   if (Fails(Source::List)) throw std::bad_alloc();
   if (object == nullptr) return LogCall('+', file, line, function, 0);
-  ThrowIfTold(Monitor::Report::Creation);
-  Header* const header = HeaderOf(object);
-  Require(header->number == 0, "an object is recorded once");
-  Require(header->size == size, "an object has its block's size");
-  Require(trace == (header->source == Source::ObjectMonitor) &&
-              header->source != Source::MemoryMonitor,
-          "an object has its memory from where tracing says");
-  header->number = ++created;
+  Header& header = HeaderOf(object);
+  Require(header.number == 0, "an object is recorded once");
+  Require(header.size == size, "an object has its block's size");
+  Require(
+      header.source == (trace ? Source::ObjectMonitor : Source::OperatorNew),
+      "an object has its memory from where tracing says");
+  header.number = ++created;
   ++now.objects;
   LogCall('+', file, line, function, created);
 }
 
-void ObjectMonitor::_DecLeak(void* object) {
-  Release(object, nullptr, 0, nullptr, false);
-}
+void ObjectMonitor::_DecLeak(void* object) { Release(false, object); }
 
 void ObjectMonitor::_DecLeakEx(void* object, const char* file, int line,
                                const char* function) {
-  Release(object, file, line, function, false);
+  Release(false, object, file, line, function);
 }
 
 LeakInfo ObjectMonitor::_DecLeakInfo(void* object) {
-  return Release(object, nullptr, 0, nullptr, true);
+  return Release(true, object);
 }
 
 LeakInfo ObjectMonitor::_DecLeakInfoEx(void* object, const char* file, int line,
                                        const char* function) {
-  return Release(object, file, line, function, true);
+  return Release(true, object, file, line, function);
 }
 
 unsigned char* MemoryMonitor::Alloc(unsigned int bytes) {
@@ -251,12 +229,6 @@ void* operator new(std::size_t size) {
   void* const memory = support::Allocate(support::Source::OperatorNew, size);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept try {
-  return operator new(size);
-} catch (const std::bad_alloc&) {
-  return nullptr;
 }
 
 void operator delete(void* memory) noexcept {

@@ -13,22 +13,19 @@ namespace support {
 // Fails the test, or ends what is no test, where something does not hold.
 void Require(bool holds, const char* what);
 
-// Where memory is asked for, or a place in the list of live objects.
-enum class Source { OperatorNew, ObjectMonitor, MemoryMonitor, List };
+// Who is asked for memory, for a place in the list of live objects, or to take
+// an object from the list. A request that fails throws std::bad_alloc; the
+// monitors return null in the place of memory.
+enum class Source { OperatorNew, ObjectMonitor, MemoryMonitor, List, Release };
 
-// What a report throws when it is told to.
-struct MonitorFailure {};
-
-// What is out at a moment: recorded objects and blocks. The sum is over the
-// addresses and sizes of all blocks.
+// What is out at a moment: recorded objects, blocks, and the bytes of those
+// that are the memory monitor's.
 struct Account {
-  std::size_t objects = 0, blocks = 0;
-  std::size_t memory_bytes = 0;  // of the memory monitor's blocks
-  std::size_t sum = 0;
+  std::size_t objects = 0, blocks = 0, memory_bytes = 0;
 
   bool operator==(const Account& other) const {
     return objects == other.objects && blocks == other.blocks &&
-           memory_bytes == other.memory_bytes && sum == other.sum;
+           memory_bytes == other.memory_bytes;
   }
 };
 
@@ -65,10 +62,6 @@ class Monitor {
 
   // Ends that, and returns how many requests failed.
   static std::size_t StopFailing();
-
-  // Lets the next report of a creation, or of a release, throw MonitorFailure.
-  enum class Report { None, Creation, Release };
-  static void ThrowOn(Report report);
 
   // While one is alive, no request fails or counts, and what operator new gives
   // is not in the account: for what the tests themselves do meanwhile.
