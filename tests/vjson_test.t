@@ -55,7 +55,7 @@ Strange inputs, and how a line is shown: the caret is under the fault.
   /dev/zero:1:1: ParseNumber: number is incorrect|??????????????????????????????????????????????????????????????????????...|^ 1
   $ fault "$(printf '[%.0s' {1..100000})"; fault '1\n\n[2\n"a\0\0"\n3\n-' --lines
   -:1:1025: Parse: nesting is too deep|...[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[...|                                                 ^ 1
-  -:3:3: ParseArray: missing ']'|[2|  ^|hint: the array that begins at line 3, column 1 is not closed|-:4:3: GetString: string is not end with '"'|"a??"|  ^|-:6:1: ParseNumber: number is incorrect|-|^ 1
+  -:3:3: ParseArray: missing ']'|[2|  ^|hint: the array that begins at column 1 is not closed|-:4:3: GetString: string is not end with '"'|"a??"|  ^|-:6:1: ParseNumber: number is incorrect|-|^ 1
   $ (echo '[ ]'; head -c 100000001 /dev/zero) | vjson compress --lines
   vjson: -: a line is longer than 100 MB
   []

@@ -7,8 +7,7 @@
 #include "command.h"
 #include "scanner.h"
 
-namespace vjson {
-
+using namespace vjson;
 using vorn::foundation::text::StringUtils;
 
 namespace {
@@ -129,7 +128,7 @@ class StrictCheck {
 
 }  // namespace
 
-void Check(const Arguments& arguments, Output&) {
+void vjson::Check(const Arguments& arguments, Output&) {
   const auto check = [&](Input& input) {
     if (arguments.Has("--strict")) return StrictCheck(input).Run();
     Read(input, [&] { ScanText(input); });
@@ -138,5 +137,3 @@ void Check(const Arguments& arguments, Output&) {
     ForEachText(file, arguments.Has("--lines"), check);
   });
 }
-
-}  // namespace vjson

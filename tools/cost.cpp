@@ -10,8 +10,7 @@
 #include "command.h"
 #include "scanner.h"
 
-namespace vjson {
-
+using namespace vjson;
 using namespace vorn::foundation;
 using namespace vorn::foundation::json;
 using debug::MemoryMonitor;
@@ -44,7 +43,7 @@ void Count(View value, unsigned int around, Census& census) {
 
 }  // namespace
 
-void Cost(const Arguments& arguments, Output& output) {
+void vjson::Cost(const Arguments& arguments, Output& output) {
   Input input(arguments.operands[0]);
   const Document document = LoadDocument(input);
   const std::size_t before = MemoryMonitor::LiveBytes();
@@ -70,5 +69,3 @@ void Cost(const Arguments& arguments, Output& output) {
         buffers, peak);
   print("%-8s %10u\n", "depth", census.depth);
 }
-
-}  // namespace vjson

@@ -5,7 +5,7 @@
 #include "command.h"
 #include "path.h"
 
-namespace vjson {
+using namespace vjson;
 
 namespace {
 
@@ -172,7 +172,7 @@ void ChangeFile(const Arguments& arguments, Output& output, Change change) {
   Input changed(file, text);
   LoadDocument(changed);
   if (in_place) {
-    UseFile(file, [&] { files::Save(files::Follow(file), text, ""); });
+    Do(file, [&] { return files::Save(files::Follow(file), text, ""), 0; });
   } else {
     output.Write(text);
   }
@@ -180,7 +180,7 @@ void ChangeFile(const Arguments& arguments, Output& output, Change change) {
 
 }  // namespace
 
-void Set(const Arguments& arguments, Output& output) {
+void vjson::Set(const Arguments& arguments, Output& output) {
   const Path path = ParsePathOrFail(arguments.operands[1]);
   const auto value = ValueOf(arguments.operands[2], arguments.Has("--string"));
   ChangeFile(arguments, output,
@@ -189,7 +189,7 @@ void Set(const Arguments& arguments, Output& output) {
              });
 }
 
-void Remove(const Arguments& arguments, Output& output) {
+void vjson::Remove(const Arguments& arguments, Output& output) {
   const Path path = ParsePathOrFail(arguments.operands[1]);
   if (path.steps.empty()) Fail("remove", "the outermost value has to stay");
   ChangeFile(arguments, output,
@@ -197,5 +197,3 @@ void Remove(const Arguments& arguments, Output& output) {
                RemoveValue(text, document, path);
              });
 }
-
-}  // namespace vjson

@@ -7,8 +7,7 @@
 #include "command.h"
 #include "path.h"
 
-namespace vjson {
-
+using namespace vjson;
 using namespace vorn::foundation::json;
 using vorn::foundation::generic::ScopedPointer;
 
@@ -87,12 +86,10 @@ JBase* LoadFile(const char* file) {
 
 }  // namespace
 
-void Equal(const Arguments& arguments, Output& output) {
+void vjson::Equal(const Arguments& arguments, Output& output) {
   const ScopedPointer<JBase> first(LoadFile(arguments.operands[0]));
   const ScopedPointer<JBase> second(LoadFile(arguments.operands[1]));
   Comparison comparison(arguments.Has("--all"), output);
   comparison.Compare(first.get(), second.get());
   if (!comparison.equal()) throw Failure{kNo};
 }
-
-}  // namespace vjson

@@ -6,8 +6,7 @@
 #include "command.h"
 #include "scanner.h"
 
-namespace vjson {
-
+using namespace vjson;
 using namespace vorn::foundation::json;
 using vorn::foundation::generic::ScopedPointer;
 
@@ -103,12 +102,10 @@ void Run(const Arguments& arguments, bool indented, Output& output) {
 
 }  // namespace
 
-void Format(const Arguments& arguments, Output& output) {
+void vjson::Format(const Arguments& arguments, Output& output) {
   Run(arguments, true, output);
 }
 
-void Compress(const Arguments& arguments, Output& output) {
+void vjson::Compress(const Arguments& arguments, Output& output) {
   Run(arguments, false, output);
 }
-
-}  // namespace vjson

@@ -7,7 +7,7 @@
 #include "command.h"
 #include "path.h"
 
-namespace vjson {
+using namespace vjson;
 
 namespace {
 
@@ -41,7 +41,7 @@ void WriteKeys(const Document& document, const Path& path, Output& output) {
 
 }  // namespace
 
-void Get(const Arguments& arguments, Output& output) {
+void vjson::Get(const Arguments& arguments, Output& output) {
   const auto& operands = arguments.operands;
   std::vector<Path> paths;
   std::transform(operands.begin() + 1, operands.end(),
@@ -54,12 +54,10 @@ void Get(const Arguments& arguments, Output& output) {
   });
 }
 
-void Keys(const Arguments& arguments, Output& output) {
+void vjson::Keys(const Arguments& arguments, Output& output) {
   const auto& operands = arguments.operands;
   const Path path = ParsePathOrFail(operands.size() > 1 ? operands[1] : "");
   ForEachText(operands[0], arguments.Has("--lines"), [&](Input& input) {
     WriteKeys(LoadDocument(input), path, output);
   });
 }
-
-}  // namespace vjson

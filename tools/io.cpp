@@ -6,8 +6,7 @@
 #include <algorithm>
 #include <cinttypes>
 
-namespace vjson {
-
+using namespace vjson;
 using vorn::foundation::text::StringUtils;
 
 namespace {
@@ -22,26 +21,18 @@ constexpr std::size_t kLongestLine = 100'000'000;
 
 Input::Input(const char* name, std::size_t window)
     : name_(name), line_(0), ended_(false), buffer_(window, '\0') {
-  begin_ = end_ = at_ = buffer_.data();
   struct stat status;
-  UseFile(name, [&] {
-    file_ = name == std::string_view("-")
-                ? STDIN_FILENO
-                : files::Do("open", [name] {
-                    return open(name, O_RDONLY | O_CLOEXEC);
-                  });
-    files::Do("open", [&] { return fstat(file_, &status); });
-  });
+  const bool standard = name == std::string_view("-");
+  file_ = standard ? STDIN_FILENO
+                   : Do(name, [&] { return open(name, O_RDONLY | O_CLOEXEC); });
+  Do(name, [&] { return fstat(file_, &status); });
   start_ = lseek(file_, 0, SEEK_CUR);
   if (S_ISREG(status.st_mode)) size_ = static_cast<std::size_t>(status.st_size);
+  data_ = buffer_.data();
 }
 
 Input::Input(const char* name, std::string_view text, std::uint64_t line)
-    : name_(name),
-      line_(line),
-      begin_(text.data()),
-      end_(begin_ + text.size()),
-      at_(begin_) {
+    : name_(name), line_(line), data_(text.data()), end_(text.size()) {
   Rewind();
 }
 
@@ -58,51 +49,45 @@ SafeString Input::Subject() const {
 // Makes room in a full window: removes the bytes in front of the token, except
 // for those that an excerpt needs, and doubles a window that stays half full.
 void Input::MoveWindow() {
-  const char* const keep = token_ != nullptr ? token_ : at_;
-  const char* const from =
-      keep - std::min<std::ptrdiff_t>(kAround, keep - begin_);
-  if (OffsetOf(from) > known_) PositionOf(OffsetOf(from));
-  base_ = OffsetOf(from);
-  const auto gone = static_cast<std::size_t>(from - begin_);
-  const auto size = end_ - from, cursor = at_ - from, token = keep - from;
-  std::copy(from, end_, buffer_.data());
+  const std::size_t keep = std::min(token_, at_);
+  const std::size_t gone = keep - std::min(kAround, keep);
+  if (base_ + gone > known_) PositionOf(base_ + gone);
+  std::copy(data_ + gone, data_ + end_, buffer_.data());
   if (gone < buffer_.size() / 2) buffer_.resize(buffer_.size() * 2);
-  begin_ = buffer_.data();
-  end_ = begin_ + size;
-  at_ = begin_ + cursor;
-  if (token_ != nullptr) token_ = begin_ + token;
+  data_ = buffer_.data();
+  base_ += gone;
+  at_ -= gone;
+  end_ -= gone;
+  if (token_ != kNone) token_ -= gone;
 }
 
 // Reads more; false at the end of the input.
 bool Input::Fill() {
   constexpr std::size_t kLarge = 10'000'000;
   if (ended_) return false;
-  if (end_ == buffer_.data() + buffer_.size()) MoveWindow();
-  const auto used = static_cast<std::size_t>(end_ - begin_);
-  const auto count = UseFile(name_, [&] {
-    return files::Do("read", [&] {
-      return read(file_, buffer_.data() + used, buffer_.size() - used);
-    });
+  if (end_ == buffer_.size()) MoveWindow();
+  const auto count = Do(name_, [this] {
+    return read(file_, &buffer_[end_], buffer_.size() - end_);
   });
+  const std::uint64_t before = base_ + end_;
   ended_ = count == 0;
-  end_ += count;
-  buffer_[static_cast<std::size_t>(end_ - begin_)] = '\0';
-  const std::uint64_t done = OffsetOf(end_);
-  if (size_ > kLarge && done >> 20 != (base_ + used) >> 20) {
-    ShowProgress(name_, done, size_);
+  end_ += static_cast<std::size_t>(count);
+  buffer_[end_] = '\0';
+  if (size_ > kLarge && (base_ + end_) >> 20 != before >> 20) {
+    ShowProgress(name_, base_ + end_, size_);
   }
   return !ended_;
 }
 
 void Input::Need(std::size_t count) {
-  while (static_cast<std::size_t>(end_ - at_) < count && Fill()) {
+  while (end_ - at_ < count && Fill()) {
   }
 }
 
 std::string_view Input::Ahead(std::size_t count) {
   BeginToken();
   Need(count);
-  return {at_, std::min(count, static_cast<std::size_t>(end_ - at_))};
+  return {data_ + at_, std::min(count, end_ - at_)};
 }
 
 bool Input::CanReadTwice() {
@@ -115,12 +100,11 @@ bool Input::Rewind() {
   if (base_ != 0) {
     if (start_ < 0 || lseek(file_, start_, SEEK_SET) < 0) return false;
     ended_ = false;
-    base_ = 0;
-    end_ = begin_;
+    base_ = end_ = 0;
     buffer_[0] = '\0';
   }
-  at_ = begin_;
-  token_ = nullptr;
+  at_ = 0;
+  token_ = kNone;
   known_ = 0;
   position_ = {std::max<std::uint64_t>(line_, 1), 1};
   return true;
@@ -132,22 +116,21 @@ bool Input::ReadLine(std::string_view& line) {
   if (AtEnd()) return false;
   BeginToken();
   do {
-    at_ = std::find(at_, end_, '\n');
+    at_ = std::min(std::string_view(data_, end_).find('\n', at_), end_);
     line = Token();
     if (line.size() > kLongestLine) {
       Fail(name_, "a line is longer than 100 MB");
     }
   } while (at_ == end_ && Fill());
-  if (at_ == end_) return true;
-  buffer_[static_cast<std::size_t>(at_ - begin_)] = '\0';
-  ++at_;
+  buffer_[at_] = '\0';
+  if (at_ != end_) ++at_;
   return true;
 }
 
 std::string_view Input::ReadAll() {
   if (file_ >= 0) {
     buffer_.resize(size_ + kWindow);
-    begin_ = end_ = at_ = buffer_.data();
+    data_ = buffer_.data();
   }
   BeginToken();
   SkipWhile([](char byte) { return byte != '\0'; });
@@ -156,8 +139,8 @@ std::string_view Input::ReadAll() {
   return text;
 }
 
-void ForEachText(const char* file, bool lines,
-                 const std::function<void(Input&)>& work) {
+void vjson::ForEachText(const char* file, bool lines,
+                        const std::function<void(Input&)>& work) {
   Input input(file);
   if (!lines) return work(input);
   Status status = kYes;
@@ -175,8 +158,8 @@ void ForEachText(const char* file, bool lines,
 // A carriage return ends its line unless a line feed follows. Text without
 // carriage returns is counted by std::count(), which the compiler vectorizes.
 Position Input::PositionOf(std::uint64_t offset) {
-  const char* const begin = begin_ + (known_ - base_);
-  const char* const end = begin_ + (offset - base_);
+  const char* const begin = data_ + (known_ - base_);
+  const char* const end = data_ + (offset - base_);
   const auto ends_line = [](const char& c) {
     return c == '\n' || (c == '\r' && (&c)[1] != '\n');
   };
@@ -195,14 +178,14 @@ Position Input::PositionOf(std::uint64_t offset) {
 Place Input::PlaceOf(std::uint64_t offset) {
   Need(kAround);
   const Position position = PositionOf(offset);
-  const char* const at = begin_ + (offset - base_);
-  const auto size = static_cast<std::size_t>(
-      std::min<std::uint64_t>({kAround, offset - base_, position.column - 1}));
-  const std::string_view behind(
-      at, std::min(kAround, static_cast<std::size_t>(end_ - at)));
-  const std::size_t after =
-      std::min(behind.find_first_of("\r\n"), behind.size());
-  return {name_, position, {at - size, size + after}, size};
+  const auto at = static_cast<std::size_t>(offset - base_);
+  const auto before = static_cast<std::size_t>(
+      std::min<std::uint64_t>({kAround, at, position.column - 1}));
+  const std::string_view window(data_, std::min(end_, at + kAround));
+  const std::size_t end =
+      std::min(window.find_first_of("\r\n", at), window.size());
+  return {name_, position, window.substr(at - before, end - at + before),
+          before};
 }
 
 // Output ----------------------------------------------------------------------
@@ -234,7 +217,5 @@ void Output::Flush() {
   if (terminal_ && !buffer_.empty()) ClearProgress(true);
   written_.clear();
   written_.swap(buffer_);
-  UseFile("standard output", [this] { files::Write(file_, written_); });
+  Do("standard output", [&] { return files::Write(file_, written_), 0; });
 }
-
-}  // namespace vjson

@@ -34,8 +34,8 @@ class Input {
   SafeString Subject() const;
 
   char Peek() {
-    if (*at_ == '\0' && at_ == end_) Fill();
-    return *at_;
+    if (data_[at_] == '\0' && at_ == end_) Fill();
+    return data_[at_];
   }
   bool AtEnd() { return Peek() == '\0' && at_ == end_; }
 
@@ -46,8 +46,8 @@ class Input {
   template <class Predicate>
   void SkipWhile(Predicate holds) {
     do {
-      const char* at = at_;
-      while (holds(*at)) ++at;
+      std::size_t at = at_;
+      while (holds(data_[at])) ++at;
       at_ = at;
     } while (at_ == end_ && Fill());
   }
@@ -55,11 +55,9 @@ class Input {
   // The token reaches from here to the cursor, and stays in the window until
   // the next call. DropToken() keeps none; Unread() returns to its beginning.
   void BeginToken() { token_ = at_; }
-  void DropToken() { token_ = nullptr; }
+  void DropToken() { token_ = kNone; }
   void Unread() { at_ = token_; }
-  std::string_view Token() const {
-    return {token_, static_cast<std::size_t>(at_ - token_)};
-  }
+  std::string_view Token() const { return {data_ + token_, at_ - token_}; }
 
   // Begins a token. Returns the next bytes, at most count, and skips nothing.
   std::string_view Ahead(std::size_t count);
@@ -82,7 +80,7 @@ class Input {
 
   // The offset of the cursor, and the place of an offset. REQUIRES: the offset
   // is in the token or at the cursor, and not below the one of the last call.
-  std::uint64_t Offset() const { return OffsetOf(at_); }
+  std::uint64_t Offset() const { return base_ + at_; }
   Position PositionOf(std::uint64_t offset);
   Place PlaceOf(std::uint64_t offset);
 
@@ -90,9 +88,8 @@ class Input {
   bool Fill();
   void MoveWindow();
   void Need(std::size_t count);
-  std::uint64_t OffsetOf(const char* at) const {
-    return base_ + static_cast<std::uint64_t>(at - begin_);
-  }
+
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
   const char* const name_;
   const std::uint64_t line_;
@@ -101,8 +98,9 @@ class Input {
   std::size_t size_ = 0;  // of a regular file
   bool ended_ = true;     // the window ends where the input does
   SafeString buffer_;
-  std::uint64_t base_ = 0;  // the offset of the window
-  const char *begin_, *end_, *at_, *token_ = nullptr;
+  const char* data_;                              // of the window
+  std::uint64_t base_ = 0;                        // the offset of the window
+  std::size_t at_ = 0, end_ = 0, token_ = kNone;  // in the window
   std::uint64_t known_ = 0;  // the offset of the last position
   Position position_{1, 1};  // the last position
 };

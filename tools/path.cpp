@@ -5,8 +5,7 @@
 
 #include <foundation/json/jnumber.h>
 
-namespace vjson {
-
+using namespace vjson;
 using vorn::foundation::json::json_internal::ReadInteger;
 using vorn::foundation::text::StringUtils;
 
@@ -81,7 +80,7 @@ Step TakeStep(Input& input, bool pointer) {
 
 }  // namespace
 
-Path ParsePath(Input& input) {
+Path vjson::ParsePath(Input& input) {
   Path path{input.ReadAll(), {}};
   const bool pointer = input.Peek() == '/';
   while (input.Peek() != '\0') {
@@ -93,7 +92,7 @@ Path ParsePath(Input& input) {
   return path;
 }
 
-Path ParsePathOrFail(const char* text) {
+Path vjson::ParsePathOrFail(const char* text) {
   Input input("path", text);
   return Read(
       input, [&] { return ParsePath(input); }, kTrouble);
@@ -101,7 +100,7 @@ Path ParsePathOrFail(const char* text) {
 
 // From steps to paths ---------------------------------------------------------
 
-SafeString PointerText(std::string_view key) {
+SafeString vjson::PointerText(std::string_view key) {
   SafeString text = "/";
   for (const char character : key) {
     const bool escaped = character == '~' || character == '/';
@@ -111,7 +110,7 @@ SafeString PointerText(std::string_view key) {
   return text;
 }
 
-SafeString PointerText(std::size_t index) {
+SafeString vjson::PointerText(std::size_t index) {
   return StringUtils::_InternalFormat("/%zu", index);
 }
 
@@ -198,7 +197,7 @@ SafeString WhyNot(std::string_view value, const Step& step) {
 
 }  // namespace
 
-std::vector<Child> ChildrenOf(std::string_view value) {
+std::vector<Child> vjson::ChildrenOf(std::string_view value) {
   if (value[0] != '[' && value[0] != '{') return {};
   Input input("", value);
   Scanner scanner(input);
@@ -209,13 +208,13 @@ std::vector<Child> ChildrenOf(std::string_view value) {
                       });
 }
 
-bool LeadsTo(const Step& step, std::string_view key, std::size_t index) {
+bool vjson::LeadsTo(const Step& step, std::string_view key, std::size_t index) {
   if (key.empty()) return step.index == index;
   return !step.key.empty() && Unquote(key) == step.name;
 }
 
-std::string_view FindValue(const Document& document, const Path& path,
-                           std::size_t steps) {
+std::string_view vjson::FindValue(const Document& document, const Path& path,
+                                  std::size_t steps) {
   Input input("", document.text);
   Scanner scanner(input);
   const Step* const begin = path.steps.data();
@@ -226,8 +225,8 @@ std::string_view FindValue(const Document& document, const Path& path,
          WhyNot(found.value, *found.step));
 }
 
-void FailAt(const Document& document, std::string_view path,
-            const SafeString& message) {
+void vjson::FailAt(const Document& document, std::string_view path,
+                   const SafeString& message) {
   constexpr std::size_t kWidth = 60;
   const SafeString shown =
       path.empty() ? "(root)" : Excerpt(path, path.size(), kWidth).text;
@@ -235,9 +234,7 @@ void FailAt(const Document& document, std::string_view path,
   throw Failure{kNo};
 }
 
-SafeString Brief(std::string_view value) {
+SafeString vjson::Brief(std::string_view value) {
   constexpr std::size_t kWidth = 30;
   return Excerpt(value, 0, kWidth).text;
 }
-
-}  // namespace vjson

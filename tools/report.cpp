@@ -7,7 +7,7 @@
 
 #include "text.h"
 
-namespace vjson {
+using namespace vjson;
 
 namespace {
 
@@ -19,28 +19,28 @@ const char* Color(const char* code) { return colors ? code : ""; }
 
 }  // namespace
 
-bool UsesColors(std::string_view when, int file) {
+bool vjson::UsesColors(std::string_view when, int file) {
   if (when == "always" || when == "never") return when == "always";
   if (when != "auto") Fail("--color", "always, never or auto");
   const char* const none = std::getenv("NO_COLOR");
   return isatty(file) != 0 && (none == nullptr || *none == '\0');
 }
 
-void SetErrorColors(bool use) { colors = use; }
+void vjson::SetErrorColors(bool use) { colors = use; }
 
-void PrintError(std::string_view subject, const SafeString& message) {
+void vjson::PrintError(std::string_view subject, const SafeString& message) {
   ClearProgress();
   std::fprintf(stderr, "%svjson: %s:%s %s\n", Color("\033[1m"),
                Mask(subject).c_str(), Color("\033[0m"), message.c_str());
 }
 
-void Fail(std::string_view subject, const SafeString& message) {
+void vjson::Fail(std::string_view subject, const SafeString& message) {
   PrintError(subject, message);
   throw Failure{kTrouble};
 }
 
-void PrintErrorAt(const Place& place, const char* rule,
-                  const SafeString& message, const SafeString& hint) {
+void vjson::PrintErrorAt(const Place& place, const char* rule,
+                         const SafeString& message, const SafeString& hint) {
   constexpr std::size_t kWidth = 70;  // 76 columns with the marks of both cuts
   const Shown excerpt = Excerpt(place.text, place.at, kWidth);
   ClearProgress();
@@ -52,7 +52,8 @@ void PrintErrorAt(const Place& place, const char* rule,
   if (!hint.empty()) std::fprintf(stderr, "hint: %s\n", hint.c_str());
 }
 
-void ShowProgress(const char* file, std::uint64_t done, std::uint64_t all) {
+void vjson::ShowProgress(const char* file, std::uint64_t done,
+                         std::uint64_t all) {
   constexpr std::size_t kWidth = 40;  // all fits on a line of 80 columns
   constexpr std::uint64_t kMega = 1'000'000;
   const std::string_view name = file;
@@ -63,10 +64,8 @@ void ShowProgress(const char* file, std::uint64_t done, std::uint64_t all) {
   progress_shown = true;
 }
 
-void ClearProgress(bool for_good) {
+void vjson::ClearProgress(bool for_good) {
   if (progress_shown) std::fputs("\r\033[K", stderr);
   progress_shown = false;
   progress_ended = progress_ended || for_good;
 }
-
-}  // namespace vjson

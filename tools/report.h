@@ -88,13 +88,13 @@ void ForEach(const Items& items, Work work) {
   if (status != kYes) throw Failure{status};
 }
 
-// Runs work that calls functions of files::. Their error ends the command.
-template <class Work>
-auto UseFile(const char* name, Work work) {
+// Makes a system call for the file. Its error ends the command.
+template <class Call>
+auto Do(const char* file, Call call) {
   try {
-    return work();
+    return files::Do("", call);
   } catch (const vorn::foundation::json::FileFault& fault) {
-    Fail(name, std::strerror(fault.error));
+    Fail(file, std::strerror(fault.error));
   }
 }
 

@@ -3,12 +3,12 @@
 #include <foundation/json/hint.h>
 #include <foundation/json/json.h>
 
-namespace vjson {
-
+using namespace vjson;
 using namespace vorn::foundation::json;
 using vorn::foundation::text::StringUtils;
 
-void Refuse(Input& input, std::string_view rule, std::string_view message) {
+void vjson::Refuse(Input& input, std::string_view rule,
+                   std::string_view message) {
   const Position position = input.PositionOf(input.Offset());
   JsonFault fault;
   fault.kind = JsonFault::Kind::Malformed;
@@ -26,54 +26,35 @@ void Refuse(Input& input, std::string_view rule, std::string_view message) {
 // the cursor behind the last one. The parameter is the byte at the cursor.
 
 Token Scanner::Next() {
-  Token token{};
-  if (!PassBlanks(token)) {
-    input_.BeginToken();
-    token.kind = Take();
-  }
-  token.text = input_.Token();
-  token.offset = input_.Offset() - token.text.size();
-  token.starts_line = line_;
-  line_ = false;
-  return token;
-}
-
-// Skips blanks. Returns true with the token that is a comment or an odd blank.
-bool Scanner::PassBlanks(Token& token) {
   input_.DropToken();
-  bool line = false;
+  bool line = input_.Offset() == 0;
   input_.SkipWhile([&line](char c) {
     const bool end = c == '\n' || c == '\r';
     line |= end;
     return end || c == ' ' || c == '\t';
   });
-  line_ |= line;
-  const char byte = input_.Peek();
-  const bool odd = byte == '\v' || byte == '\f';
-  if (!odd && (byte != '/' || !input_.StartsWith("//"))) return false;
   input_.BeginToken();
-  token.kind = odd ? Token::kOddBlank : Token::kComment;
-  if (odd) {
-    input_.Skip();
-  } else {
-    input_.SkipWhile([](char c) { return c != '\n' && c != '\r' && c != 0; });
-  }
-  return true;
+  const Token::Kind kind = Take(input_.Peek());
+  const std::string_view text = input_.Token();
+  return {kind, text, input_.Offset() - text.size(), line};
 }
 
-Token::Kind Scanner::Take() {
-  const char byte = input_.Peek();
+Token::Kind Scanner::Take(char byte) {
+  if (byte == '\v' || byte == '\f') return Pass(state_, Token::kOddBlank);
+  if (byte == '/' && input_.StartsWith("//")) {
+    input_.SkipWhile([](char c) { return c != '\n' && c != '\r' && c != 0; });
+    return Token::kComment;
+  }
   switch (state_) {
-    case State::kFirst:
-    case State::kNext:
-      return TakeElement(byte);
+    case State::kValue:
+      return TakeValue(byte);
     case State::kColon:
-      if (byte != ':') Fail("ParseObject", "field not combined with ':'");
-      return Pass(State::kValue, Token::kColon);
+      if (byte == ':') return Pass(State::kValue, Token::kColon);
+      Refuse(input_, "ParseObject", "field not combined with ':'");
     case State::kBehind:
       return TakeBehind(byte);
     default:
-      return TakeValue(byte);
+      return TakeElement(byte);
   }
 }
 
@@ -82,29 +63,30 @@ Token::Kind Scanner::TakeElement(char byte) {
   const bool object = open_.back() == '}';
   const char* const rule = object ? "ParseKey" : "ArraySkip";
   if (byte == '\0') {
-    Fail(rule, object ? "object '}' mismatching" : "array ']' mismatching");
+    Refuse(input_, rule,
+           object ? "object '}' mismatching" : "array ']' mismatching");
   }
   if (byte == open_.back()) {
-    if (state_ == State::kNext) Fail(rule, "spare ','");
+    if (state_ == State::kNext) Refuse(input_, rule, "spare ','");
     return Close();
   }
   if (!object) return TakeValue(byte);
-  if (byte != '"') Fail(rule, "key is not begin with '\"'");
+  if (byte != '"') Refuse(input_, rule, "key is not begin with '\"'");
   state_ = State::kColon;
   return TakeString(Token::kKey);
 }
 
+// Behind a value: a comma, or the end of the container or of the text.
 Token::Kind Scanner::TakeBehind(char byte) {
   if (open_.empty()) {
-    if (!input_.AtEnd()) Fail("Parse", "extra data characters");
-    return Token::kTextEnd;
+    if (input_.AtEnd()) return Token::kTextEnd;
+    Refuse(input_, "Parse", "extra data characters");
   }
   if (byte == open_.back()) return Close();
-  if (byte != ',') {
-    if (open_.back() == ']') Fail("ParseArray", "missing ']'");
-    Fail("ParseObject", "missing '}' or have some extra data characters");
-  }
-  return Pass(State::kNext, Token::kComma);
+  if (byte == ',') return Pass(State::kNext, Token::kComma);
+  if (open_.back() == ']') Refuse(input_, "ParseArray", "missing ']'");
+  Refuse(input_, "ParseObject",
+         "missing '}' or have some extra data characters");
 }
 
 Token::Kind Scanner::TakeValue(char byte) {
@@ -112,25 +94,24 @@ Token::Kind Scanner::TakeValue(char byte) {
   switch (byte) {
     case '{':
     case '[':
-      return Open(byte);
+      if (open_.size() == limit_) {
+        Refuse(input_, "Parse", "nesting is too deep");
+      }
+      open_ += byte == '{' ? '}' : ']';
+      return Pass(State::kFirst, Token::kBegin);
     case '"':
       return TakeString(Token::kString);
     case 't':
     case 'f':
-      if (TakeWord("true", "false")) return Token::kWord;
-      Fail("ParseBool", "true error");
+      if (TakeWord("true") || TakeWord("false")) return Token::kWord;
+      Refuse(input_, "ParseBool", "true error");
     case 'n':
-      if (TakeWord("null", "nan")) return Token::kWord;
-      Fail("ParseNull", "data error");
+      if (TakeWord("null") || TakeWord("nan")) return Token::kWord;
+      Refuse(input_, "ParseNull", "data error");
     default:
-      return TakeWord("inf", "-inf") ? Token::kWord : TakeNumber();
+      if (TakeWord("inf") || TakeWord("-inf")) return Token::kWord;
+      return TakeNumber();
   }
-}
-
-Token::Kind Scanner::Open(char byte) {
-  if (open_.size() == limit_) Fail("Parse", "nesting is too deep");
-  open_ += byte == '{' ? '}' : ']';
-  return Pass(State::kFirst, Token::kBegin);
 }
 
 Token::Kind Scanner::Close() {
@@ -147,37 +128,36 @@ Token::Kind Scanner::Pass(State state, Token::Kind kind) {
 // A backslash escapes a quotation mark or backslash. Any other byte behind a
 // backslash stands for itself.
 Token::Kind Scanner::TakeString(Token::Kind kind) {
-  input_.Skip();
-  for (;;) {
-    input_.SkipWhile([](char c) { return c != '"' && c != '\\' && c != 0; });
-    const char byte = input_.Peek();
-    if (byte == '\0') Fail("GetString", "string is not end with '\"'");
+  char byte = '"';
+  do {
     input_.Skip();
-    if (byte == '"') return kind;
-    const char next = input_.Peek();
-    if (next == '"' || next == '\\') input_.Skip();
-  }
+    if (byte == '\\' && (input_.Peek() == '"' || input_.Peek() == '\\')) {
+      input_.Skip();
+    }
+    input_.SkipWhile([](char c) { return c != '"' && c != '\\' && c != 0; });
+    byte = input_.Peek();
+    if (byte == '\0')
+      Refuse(input_, "GetString", "string is not end with '\"'");
+  } while (byte != '"');
+  input_.Skip();
+  return kind;
 }
 
-bool Scanner::TakeWord(const char* first, const char* second) {
-  for (const std::string_view word : {first, second}) {
-    if (!input_.StartsWith(word)) continue;
-    input_.Skip(word.size());
-    return true;
-  }
-  return false;
+bool Scanner::TakeWord(std::string_view word) {
+  const bool here = input_.StartsWith(word);
+  if (here) input_.Skip(word.size());
+  return here;
 }
 
 Token::Kind Scanner::TakeNumber() {
-  const auto is_part = [](char c) {
+  input_.SkipWhile([](char c) {
     return (c >= '0' && c <= '9') || c == '.' || c == '-' || c == '+' ||
            c == 'e' || c == 'E';
-  };
-  input_.SkipWhile(is_part);
+  });
   number_ = input_.Token();
   if (StringUtils::GetNumberFormat(number_) != 0) return Token::kNumber;
   input_.Unread();
-  Fail("ParseNumber", "number is incorrect");
+  Refuse(input_, "ParseNumber", "number is incorrect");
 }
 
 // Whole texts -----------------------------------------------------------------
@@ -185,49 +165,42 @@ Token::Kind Scanner::TakeNumber() {
 namespace {
 
 // The hint for the fault at the cursor, if the text up to there can be read
-// again. Hint() counts the lines of that text, which may be a line itself.
+// again. In a text that is a line of the file, a hint names no line.
 SafeString HintFor(Input& input, const JsonFault& fault) {
   constexpr std::uint64_t kMost = 16'000'000;
   constexpr std::size_t kBehind = 256;
-  constexpr std::string_view kLine = " at line ";
   const bool nul = input.Peek() == '\0' && !input.AtEnd();
   if (nul || input.Offset() > kMost || !input.Rewind()) return "";
   SafeString hint = Hint(fault, input.Ahead(fault.offset + kBehind));
-  std::size_t at = hint.find(kLine);
+  const std::size_t at = hint.find(" line ");
   if (input.line() == 0 || at == hint.npos) return hint;
-  at += kLine.size();
-  const std::size_t size = hint.find(',') - at;
-  const auto line = StringUtils::StringToLong(hint.substr(at, size)) - 1 +
-                    static_cast<long long>(input.line());
-  return hint.replace(at, size, StringUtils::LongToString(line));
+  return hint.erase(at, hint.find(',') + 1 - at);
 }
 
 }  // namespace
 
-void PrintFault(Input& input, const JsonFault& fault) {
+void vjson::PrintFault(Input& input, const JsonFault& fault) {
   const std::uint64_t offset = input.Offset();
   const SafeString hint = HintFor(input, fault);
   PrintErrorAt(input.PlaceOf(offset), fault.rule, fault.message, hint);
 }
 
-void ScanText(Input& input) {
+void vjson::ScanText(Input& input) {
   Scanner scanner(input);
   while (scanner.Next().kind != Token::kTextEnd) {
   }
 }
 
-Document LoadDocument(Input& input, Status status) {
+Document vjson::LoadDocument(Input& input, Status status) {
   Document document{input.Subject(), input.ReadAll()};
   Read(
       input, [&] { ScanText(input); }, status);
   return document;
 }
 
-JBase* LoadTree(const Document& document) {
+JBase* vjson::LoadTree(const Document& document) {
   JsonReader reader;
   JsonFault fault;
   if (!reader.fromString(document.text.data(), fault)) throw std::bad_alloc();
   return reader.transfer();
 }
-
-}  // namespace vjson

@@ -63,26 +63,20 @@ class Scanner {
  private:
   enum class State { kValue, kFirst, kNext, kColon, kBehind };
 
-  bool PassBlanks(Token& token);
-  Token::Kind Take();
+  Token::Kind Take(char byte);
   Token::Kind TakeElement(char byte);
   Token::Kind TakeBehind(char byte);
   Token::Kind TakeValue(char byte);
-  Token::Kind Open(char byte);
   Token::Kind Close();
   Token::Kind Pass(State state, Token::Kind kind);
   Token::Kind TakeString(Token::Kind kind);
-  bool TakeWord(const char* first, const char* second);
+  bool TakeWord(std::string_view word);
   Token::Kind TakeNumber();
-  [[noreturn]] void Fail(std::string_view rule, std::string_view message) {
-    Refuse(input_, rule, message);
-  }
 
   Input& input_;
   const std::size_t limit_;
   State state_ = State::kValue;
-  bool line_ = true;  // nothing stands on the line yet
-  SafeString open_;   // the brackets that close the open containers
+  SafeString open_;  // the brackets that close the open containers
   SafeString number_;
 };
 

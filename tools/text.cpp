@@ -9,7 +9,7 @@
 #include <foundation/json/json.h>
 #include <foundation/text/stringutils.h>
 
-namespace vjson {
+using namespace vjson;
 
 namespace json = vorn::foundation::json;
 using vorn::foundation::text::StringUtils;
@@ -28,10 +28,10 @@ bool IsSurrogate(unsigned int code) { return code >> 11 == 0x1B; }
 
 }  // namespace
 
-bool IsContinuation(char byte) { return (byte & 0xC0) == 0x80; }
+bool vjson::IsContinuation(char byte) { return (byte & 0xC0) == 0x80; }
 
 // The facet takes surrogates for characters.
-Character CharacterOf(std::string_view text) {
+Character vjson::CharacterOf(std::string_view text) {
   const char* const begin = text.data();
   const char* end = begin;
   char32_t code = 0;
@@ -104,7 +104,7 @@ SafeString BlanksFor(std::string_view text) {
 
 }  // namespace
 
-SafeString Mask(std::string_view text, Mark mark) {
+SafeString vjson::Mask(std::string_view text, Mark mark) {
   SafeString shown;
   while (!text.empty()) {
     const auto [code, size] = CharacterOf(text);
@@ -124,7 +124,7 @@ SafeString Mask(std::string_view text, Mark mark) {
   return shown;
 }
 
-Shown Excerpt(std::string_view line, std::size_t at, std::size_t width) {
+Shown vjson::Excerpt(std::string_view line, std::size_t at, std::size_t width) {
   const SafeString cut = "...";
   std::size_t begin = 0;
   std::size_t end = line.size();
@@ -165,7 +165,7 @@ std::size_t AppendCodeUnit(std::string_view text, SafeString& decoded) {
 
 }  // namespace
 
-int CodeUnitOf(std::string_view text) {
+int vjson::CodeUnitOf(std::string_view text) {
   constexpr std::size_t kSize = 6;
   unsigned int unit = 0;
   if (text.size() < kSize || text.substr(0, 2) != "\\u") return -1;
@@ -174,12 +174,12 @@ int CodeUnitOf(std::string_view text) {
   return static_cast<int>(unit);
 }
 
-SafeString Quote(std::string_view text) {
+SafeString vjson::Quote(std::string_view text) {
   const json::JString string{SafeString(text)};
   return json::JsonReader::Compress(&string);
 }
 
-SafeString Unquote(std::string_view quoted, Escapes escapes) {
+SafeString vjson::Unquote(std::string_view quoted, Escapes escapes) {
   const bool standard = escapes == Escapes::kStandard;
   const auto letters = kLetters.substr(0, standard ? kLetters.npos : kDialect);
   SafeString text;
@@ -199,5 +199,3 @@ SafeString Unquote(std::string_view quoted, Escapes escapes) {
   }
   return text;
 }
-
-}  // namespace vjson

@@ -15,7 +15,7 @@
 
 #include "command.h"
 
-namespace vjson {
+using namespace vjson;
 
 namespace {
 
@@ -129,10 +129,7 @@ void Report() {
 
 }  // namespace
 
-}  // namespace vjson
-
 int main(int argc, char** argv) {
-  using namespace vjson;
   std::signal(SIGPIPE, SIG_DFL);  // a closed pipe ends the tool without a word
   bool report = false;
   Status status = StatusOf([&] {
