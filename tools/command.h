@@ -7,10 +7,10 @@
 
 namespace vjson {
 
-// What a command is given.
 struct Arguments {
   std::vector<const char*> operands;  // the file first
   std::vector<std::string_view> options;
+  std::string_view colors = "auto";  // see UsesColors()
 
   bool Has(std::string_view option) const {
     return std::count(options.begin(), options.end(), option) != 0;

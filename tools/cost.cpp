@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <iterator>
 
 #include <foundation/debug/memorymonitor.h>
 #include <foundation/debug/objectmonitor.h>
@@ -18,28 +17,25 @@ using debug::ObjectMonitor;
 
 namespace {
 
-struct Kind {
-  const char* name;
-  std::size_t size;  // of an object
-};
-constexpr Kind kKinds[] = {
-    {"null", sizeof(JNull)},     {"bool", sizeof(JBool)},
-    {"number", sizeof(JNumber)}, {"string", sizeof(JString)},
-    {"array", sizeof(JArray)},   {"object", sizeof(JObject)}};
-
+// The objects of a tree, in the order of JType.
 struct Census {
-  std::size_t counts[std::size(kKinds)] = {};
+  struct {
+    const char* name;
+    std::size_t size, count = 0;
+  } kinds[6] = {{"null", sizeof(JNull)},     {"bool", sizeof(JBool)},
+                {"number", sizeof(JNumber)}, {"string", sizeof(JString)},
+                {"array", sizeof(JArray)},   {"object", sizeof(JObject)}};
   unsigned int depth = 0;
-};
 
-// Counts the value, which has so many containers around it, and all below it.
-void Count(View value, unsigned int around, Census& census) {
-  ++census.counts[static_cast<int>(value.get()->type())];
-  if (value.is(JType::Array) || value.is(JType::Object)) ++around;
-  census.depth = std::max(census.depth, around);
-  for (View element : value) Count(element, around, census);
-  for (auto [key, child] : value.members()) Count(child, around, census);
-}
+  // Counts the value, which is in so many containers, and all below it.
+  void Count(View value, unsigned int around) {
+    ++kinds[static_cast<int>(value.get()->type())].count;
+    if (value.is(JType::Array) || value.is(JType::Object)) ++around;
+    depth = std::max(depth, around);
+    for (View element : value) Count(element, around);
+    for (auto [key, child] : value.members()) Count(child, around);
+  }
+};
 
 }  // namespace
 
@@ -52,18 +48,17 @@ void vjson::Cost(const Arguments& arguments, Output& output) {
   const std::size_t buffers = MemoryMonitor::LiveBytes() - before;
   const std::size_t peak = MemoryMonitor::PeakBytes() - before;
   Census census;
-  Count(tree.get(), 0, census);
+  census.Count(tree.get(), 0);
 
   const auto print = [&output](auto... values) {
     output.Write(text::StringUtils::_InternalFormat(values...));
   };
+  constexpr const char* kRow = "%-8s %10zu %12zu bytes\n";
   print("%-8s %10s %12zu bytes\n", "text", "", document.text.size());
-  for (std::size_t i = 0; i < std::size(kKinds); ++i) {
-    const std::size_t count = census.counts[i];
-    print("%-8s %10zu %12zu bytes\n", kKinds[i].name, count,
-          count * kKinds[i].size);
+  for (const auto& kind : census.kinds) {
+    print(kRow, kind.name, kind.count, kind.count * kind.size);
   }
-  print("%-8s %10zu %12zu bytes\n", "objects", ObjectMonitor::LiveCount(),
+  print(kRow, "objects", ObjectMonitor::LiveCount(),
         ObjectMonitor::LiveBytes());
   print("%-8s %10s %12zu bytes, at most %zu while reading\n", "buffers", "",
         buffers, peak);

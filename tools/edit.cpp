@@ -9,80 +9,58 @@ using namespace vjson;
 
 namespace {
 
-// Positions in a text, inside a container.
+// Offsets in a text, inside a container.
 
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\v' || c == '\f'; }
-bool IsLineEnd(char c) { return c == '\n' || c == '\r'; }
+constexpr std::string_view kBlanks = " \t\v\f";
+constexpr std::string_view kLineEnds = "\r\n";
 
-const char* BeginOf(const Child& child) {
-  return child.key.empty() ? child.value.data() : child.key.data();
-}
-const char* EndOf(std::string_view part) { return part.data() + part.size(); }
-const char* BeforeBlanks(const char* at) {
-  while (IsBlank(at[-1])) --at;
-  return at;
-}
-const char* LineEnd(const char* at) {
-  while (!IsLineEnd(*at) && *at != '\0') ++at;
-  return at;
-}
+bool IsLineEnd(char c) { return kLineEnds.find(c) != kLineEnds.npos; }
 
-std::size_t Offset(const SafeString& text, const char* at) {
-  return static_cast<std::size_t>(at - text.data());
+std::size_t BeginOf(const SafeString& text, std::string_view part) {
+  return static_cast<std::size_t>(part.data() - text.data());
+}
+std::size_t EndOf(const SafeString& text, std::string_view part) {
+  return BeginOf(text, part) + part.size();
+}
+std::size_t BeforeBlanks(const SafeString& text, std::size_t at) {
+  return text.find_last_not_of(kBlanks, at - 1) + 1;
+}
+std::size_t LineEnd(const SafeString& text, std::size_t at) {
+  return std::min(text.find_first_of(kLineEnds, at), text.size());
 }
 
 // Adding ----------------------------------------------------------------------
 
 // The blanks in front of a child, comment or bracket, and the line break that
 // precedes them.
-SafeString GapBefore(const char* end) {
-  const char* begin = BeforeBlanks(end);
-  if (begin[-1] == '\n') --begin;
-  if (begin[-1] == '\r') --begin;
-  return {begin, end};
+SafeString GapBefore(const SafeString& text, std::size_t end) {
+  std::size_t begin = BeforeBlanks(text, end);
+  if (text[begin - 1] == '\n') --begin;
+  if (text[begin - 1] == '\r') --begin;
+  return text.substr(begin, end - begin);
 }
 
-// The comment with this end, in a container that begins at open and has nothing
-// but comments.
-const char* LastComment(const char* open, const char* end) {
-  while (end != open && !IsLineEnd(end[-1])) --end;
-  while (IsBlank(*end)) ++end;
-  return end;
-}
-
-// The text between a key and its value: as in the last child, if on one line.
-SafeString ColonOf(const std::vector<Child>& children) {
-  if (children.empty()) return ": ";
-  const Child& child = children.back();
-  const SafeString colon(EndOf(child.key), child.value.data());
-  return colon.find_first_of("/\r\n") == colon.npos ? colon : ": ";
-}
-
-// Adds the child behind the last one, indented alike. A comment between the
-// last child and the bracket stays in front of the new child, which goes on a
-// line of its own then.
+// Adds the child behind the last one, indented as the last child or comment. If
+// comments precede the bracket, the child goes on a line behind them.
 void Add(SafeString& text, const std::vector<Child>& children,
          std::string_view container, const SafeString& child) {
-  const char* const open = container.data() + 1;
-  const char* const close = EndOf(container) - 1;
-  const char* end = close;
-  while (IsBlank(end[-1]) || IsLineEnd(end[-1])) --end;
+  const std::size_t open = BeginOf(text, container) + 1;
+  const std::size_t close = EndOf(text, container) - 1;
+  const std::size_t end = text.find_last_not_of(" \t\v\f\r\n", close - 1) + 1;
+  if (end == open) return text.replace(open, close - open, child), void();
   const bool none = children.empty();
-  const char* const last = none ? open : EndOf(children.back().value);
-  SafeString gap =
-      GapBefore(none ? LastComment(open, end) : BeginOf(children.back()));
-  const bool line = IsLineEnd(gap[0]);
+  const std::size_t line = text.find_last_of(kLineEnds, end - 1) + 1;
+  SafeString gap = GapBefore(
+      text, none ? text.find_first_not_of(kBlanks, std::max(open, line))
+                 : BeginOf(text, children.back().item));
+  const std::size_t last = none ? open : EndOf(text, children.back().item);
   if (end != last) {
-    if (!line) gap = GapBefore(close) + "    ";
-    const std::size_t behind = Offset(text, last);
-    text.insert(Offset(text, LineEnd(end)), gap + child);
-    if (!none) text.insert(behind, ",");
-  } else if (none) {
-    text.replace(Offset(text, open), Offset(text, close) - Offset(text, open),
-                 child);
+    if (!IsLineEnd(gap[0])) gap = GapBefore(text, close) + "    ";
+    text.insert(LineEnd(text, end), gap + child);
+    if (!none) text.insert(last, ",");
   } else {
-    if (children.size() == 1 && !line) gap = " ";
-    text.insert(Offset(text, last), "," + gap + child);
+    if (children.size() == 1 && !IsLineEnd(gap[0])) gap = " ";
+    text.insert(last, "," + gap + child);
   }
 }
 
@@ -90,7 +68,7 @@ void Add(SafeString& text, const std::vector<Child>& children,
 void SetValue(SafeString& text, const Document& document, const Path& path,
               const SafeString& value) {
   const auto replace = [&](std::string_view old) {
-    text.replace(Offset(text, old.data()), old.size(), value);
+    text.replace(BeginOf(text, old), old.size(), value);
   };
   if (path.steps.empty()) return replace(FindValue(document, path));
   const Step& step = path.steps.back();
@@ -102,7 +80,8 @@ void SetValue(SafeString& text, const Document& document, const Path& path,
     return replace(children[i - 1].value);
   }
   if (container[0] == '{' && !step.key.empty()) {
-    Add(text, children, container, step.key + ColonOf(children) + value);
+    const bool dense = count > 0 && children.back().value.data()[-1] == ':';
+    Add(text, children, container, step.key + (dense ? ":" : ": ") + value);
   } else if (container[0] == '[' &&
              (step.index == count || step.index == Step::kBehind)) {
     Add(text, children, container, value);
@@ -116,16 +95,14 @@ void SetValue(SafeString& text, const Document& document, const Path& path,
 // Removes the child, its comma and the comment behind it, and its lines if they
 // are empty then. No child stays behind the last one.
 void RemoveChild(SafeString& text, const Child& child, bool last) {
-  const char* begin = BeginOf(child);
-  const char* const blanks = BeforeBlanks(begin);
-  const char* end =
-      child.comma == nullptr ? EndOf(child.value) : child.comma + 1;
-  while (IsBlank(*end)) ++end;
-  if (*end == '/') end = LineEnd(end);
-  const bool lines = IsLineEnd(blanks[-1]) && IsLineEnd(*end);
-  if (last || IsLineEnd(*end)) begin = blanks;
-  if (lines) end += end[0] == '\r' && end[1] == '\n' ? 2 : 1;
-  text.erase(Offset(text, begin), static_cast<std::size_t>(end - begin));
+  std::size_t begin = BeginOf(text, child.item);
+  const std::size_t blanks = BeforeBlanks(text, begin);
+  std::size_t end = text.find_first_not_of(kBlanks, EndOf(text, child.item));
+  if (text[end] == '/') end = LineEnd(text, end);
+  const bool lines = IsLineEnd(text[blanks - 1]) && IsLineEnd(text[end]);
+  if (last || IsLineEnd(text[end])) begin = blanks;
+  if (lines) end += text.compare(end, 2, "\r\n") == 0 ? 2 : 1;
+  text.erase(begin, end - begin);
 }
 
 // Removes the value at the path from the text, which is the document's, and all
@@ -140,7 +117,9 @@ void RemoveValue(SafeString& text, const Document& document, const Path& path) {
     if (LeadsTo(path.steps.back(), child.key, i)) {
       RemoveChild(text, child, last);
     } else {
-      if (last && child.comma) text.erase(Offset(text, child.comma), 1);
+      if (last && child.item.back() == ',') {
+        text.erase(EndOf(text, child.item) - 1, 1);
+      }
       last = false;
     }
   }

@@ -12,30 +12,35 @@ using vorn::foundation::generic::ScopedPointer;
 
 namespace {
 
-struct Style {
-  bool indented;
-  bool comments;
-};
-
 // Writes the tokens of a text with other blanks. A comment stays behind its
 // token, or on a line of its own.
 class Layout {
  public:
-  Layout(Output& output, Style style) : output_(output), style_(style) {}
+  Layout(Output& output, bool indented, bool comments)
+      : output_(output), indented_(indented), comments_(comments) {}
 
-  // Writes the token, with the depth of the nesting behind it.
+  void WriteText(Input& input) {
+    Scanner scanner(input);
+    Token token{};
+    do {
+      token = scanner.Next();
+      Write(token, scanner.depth());
+    } while (token.kind != Token::kTextEnd);
+  }
+
+ private:
+  // The depth is the one behind the token.
   void Write(const Token& token, std::size_t depth) {
     static constexpr const char* kColors[] = {"",   "",   "",   "",  "1;34",
                                               "32", "36", "36", "90"};
     if (token.kind == Token::kOddBlank) return;
-    if (token.kind == Token::kComment && !style_.comments) return;
+    if (token.kind == Token::kComment && !comments_) return;
     if (token.kind == Token::kTextEnd) return output_.WriteLine("");
     if (before_ != Token::kTextEnd) WriteBlanks(token, depth);
     output_.Write(token.text, kColors[token.kind]);
     before_ = token.kind;
   }
 
- private:
   void WriteBlanks(const Token& token, std::size_t depth) {
     const Token::Kind kind = token.kind;
     const bool comment = kind == Token::kComment;
@@ -43,42 +48,32 @@ class Layout {
                                            : before_ == Token::kBegin ||
                                                  before_ == Token::kComma;
     if (before_ == Token::kComment || (comment && token.starts_line) ||
-        (style_.indented && !comment && inner)) {
+        (indented_ && !comment && inner)) {
       WriteLineBreak(kind == Token::kBegin ? depth - 1 : depth);
-    } else if (style_.indented && (comment || before_ == Token::kColon)) {
+    } else if (indented_ && (comment || before_ == Token::kColon)) {
       output_.Write(" ");
     }
   }
 
   void WriteLineBreak(std::size_t depth) {
     output_.Write("\n");
-    for (; style_.indented && depth > 0; --depth) output_.Write("    ");
+    for (; indented_ && depth > 0; --depth) output_.Write("    ");
   }
 
   Output& output_;
-  const Style style_;
+  const bool indented_, comments_;
   Token::Kind before_ = Token::kTextEnd;
 };
 
-void WriteTokens(Input& input, Style style, Output& output) {
-  Scanner scanner(input);
-  Layout layout(output, style);
-  Token token{};
-  do {
-    token = scanner.Next();
-    layout.Write(token, scanner.depth());
-  } while (token.kind != Token::kTextEnd);
-}
-
 // Refuses malformed text before anything is written, if the text can be read
 // twice.
-void Rewrite(Input& input, Style style, Output& output) {
+void Rewrite(Input& input, Layout layout, Output& output) {
   try {
     if (input.CanReadTwice()) {
       ScanText(input);
       input.Rewind();
     }
-    WriteTokens(input, style, output);
+    layout.WriteText(input);
   } catch (const JsonFault& fault) {
     output.Flush();
     PrintFault(input, fault);
@@ -86,18 +81,17 @@ void Rewrite(Input& input, Style style, Output& output) {
   }
 }
 
-// Writes as the library writes the tree.
-void WriteTree(Input& input, Style style, Output& output) {
-  const ScopedPointer<JBase> tree(LoadTree(LoadDocument(input)));
-  output.WriteLine(style.indented ? JsonReader::Format(tree.get())
-                                  : JsonReader::Compress(tree.get()));
-}
-
 void Run(const Arguments& arguments, bool indented, Output& output) {
-  const Style style{indented, indented || arguments.Has("--comments")};
-  const auto write = arguments.Has("--tree") ? WriteTree : Rewrite;
-  ForEachText(arguments.operands[0], arguments.Has("--lines"),
-              [&](Input& input) { write(input, style, output); });
+  const bool comments = indented || arguments.Has("--comments");
+  const auto write = indented ? JsonReader::Format : JsonReader::Compress;
+  const auto work = [&](Input& input) {
+    if (!arguments.Has("--tree")) {
+      return Rewrite(input, Layout(output, indented, comments), output);
+    }
+    const ScopedPointer<JBase> tree(LoadTree(LoadDocument(input)));
+    output.WriteLine(write(tree.get()));
+  };
+  ForEachText(arguments.operands[0], arguments.Has("--lines"), work);
 }
 
 }  // namespace

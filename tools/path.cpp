@@ -144,15 +144,17 @@ std::vector<Child> PassChildren(Scanner& scanner, Pass pass) {
   Token token = NextOf(scanner);
   while (token.kind != Token::kEnd) {
     Child child{};
+    const Token first = token;
     if (token.kind == Token::kKey) {
       child.key = token.text;
       NextOf(scanner);
       token = NextOf(scanner);
     }
     child.value = pass(child.key, children.size(), token);
+    child.item = scanner.From(first);
     token = NextOf(scanner);
     if (token.kind == Token::kComma) {
-      child.comma = token.text.data();
+      child.item = scanner.From(first);
       token = NextOf(scanner);
     }
     children.push_back(child);

@@ -47,7 +47,7 @@ SafeString PointerText(std::size_t index);
 struct Child {
   std::string_view key;  // as it stands in the text
   std::string_view value;
-  const char* comma;  // the comma behind the value; null if there is none
+  std::string_view item;  // from the key or value to the comma, if there is one
 };
 
 // The children of a container; none of another value.

@@ -42,31 +42,26 @@ constexpr Entry kCommands[] = {{"check", 0, SIZE_MAX, Check},
                                {"remove", 1, 2, Remove},
                                {"cost", 0, 1, Cost}};
 
-struct CommandLine {
-  Arguments arguments;  // the command is the first operand
-  std::string_view colors = "auto";
-  bool report = false;
-};
-
-void Parse(int argc, char** argv, CommandLine& line) {
+// All of the command line, with the command as the first operand. A negative
+// number is an operand.
+Arguments Parse(int argc, char** argv) {
   constexpr std::string_view kColor = "--color=";
+  Arguments arguments;
   bool options = true;
   for (int i = 1; i < argc; ++i) {
     const std::string_view word = argv[i];
-    const bool option = options && word.size() > 1 && word[0] == '-' &&
-                        (word[1] < '0' || word[1] > '9');
-    if (!option) {
-      line.arguments.operands.push_back(argv[i]);
+    if (!options || word[0] != '-' || word.find_first_of("0123456789") == 1 ||
+        word == "-") {
+      arguments.operands.push_back(argv[i]);
     } else if (word == "--") {
       options = false;
-    } else if (word == "--report") {
-      line.report = true;
     } else if (word.substr(0, kColor.size()) == kColor) {
-      line.colors = word.substr(kColor.size());
+      arguments.colors = word.substr(kColor.size());
     } else {
-      line.arguments.options.push_back(word);
+      arguments.options.push_back(word);
     }
   }
+  return arguments;
 }
 
 // Refuses the options that the usage of the command does not have.
@@ -74,12 +69,11 @@ void CheckOptions(std::string_view command, const Arguments& arguments) {
   const std::size_t begin = kHelp.find(SafeString(" vjson ").append(command));
   const auto usage = kHelp.substr(begin, kHelp.find('\n', begin) - begin);
   for (const std::string_view option : arguments.options) {
-    const auto shown = SafeString("[").append(option) + "]";
-    if (usage.find(shown) != usage.npos &&
-        shown.find(']') + 1 == shown.size()) {
-      continue;
+    if (option == "--report") continue;
+    const auto shown = SafeString("[").append(option) + ']';
+    if (usage.find(shown) == usage.npos || option.find(']') != option.npos) {
+      Fail(option, "no option of this command; see vjson --help");
     }
-    Fail(option, "no option of this command; see vjson --help");
   }
 }
 
@@ -133,12 +127,11 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_DFL);  // a closed pipe ends the tool without a word
   bool report = false;
   Status status = StatusOf([&] {
-    CommandLine line;
-    Parse(argc, argv, line);
-    report = line.report;
-    SetErrorColors(UsesColors(line.colors, STDERR_FILENO));
-    Output output(STDOUT_FILENO, UsesColors(line.colors, STDOUT_FILENO));
-    const Status ran = StatusOf([&] { Run(line.arguments, output); });
+    Arguments arguments = Parse(argc, argv);
+    report = arguments.Has("--report");
+    SetErrorColors(UsesColors(arguments.colors, STDERR_FILENO));
+    Output output(STDOUT_FILENO, UsesColors(arguments.colors, STDOUT_FILENO));
+    const Status ran = StatusOf([&] { Run(arguments, output); });
     output.Flush();
     if (ran != kYes) throw Failure{ran};
   });
