@@ -205,8 +205,8 @@ The strict check.
   1:2: RFC 8259: no such number
   1:6: RFC 8259: no such blank
   1:7: RFC 8259: no such number
-  1:13: RFC 8259: another meaning of this escape
-  1:15: RFC 8259: another meaning of this escape
+  1:13: Escapes: another meaning of this escape
+  1:15: Escapes: another meaning of this escape
   1:21: RFC 8259: no such escape
   1:27: RFC 8259: no control characters in a string
   1:30: RFC 8259: nothing but UTF-8

@@ -42,7 +42,10 @@ class StrictCheck {
  private:
   void Look(const Token& token) {
     const bool deep = scanner_.depth() > Scanner::kNestingLimit;
-    if (deep && !deep_) Print(token.offset, "Parse", "nesting is too deep");
+    if (deep && !deep_) {
+      PrintErrorAt(input_.PlaceOf(token.offset), "Parse",
+                   "nesting is too deep");
+    }
     deep_ |= deep;
     switch (token.kind) {
       case Token::kBegin:
@@ -51,16 +54,16 @@ class StrictCheck {
         return keys_.pop_back();
       case Token::kKey:
         LookAtKey(token);
-        return LookAtString(token);
+        [[fallthrough]];
       case Token::kString:
         return LookAtString(token);
       case Token::kComment:
-        return FindExtension(token.offset, "no comments");
+        return Find(token.offset, kExtension, "no comments");
       case Token::kOddBlank:
-        return FindExtension(token.offset, "no such blank");
+        return Find(token.offset, kExtension, "no such blank");
       case Token::kWord:
         if (std::strchr("nf", token.text.back()) == nullptr) return;
-        return FindExtension(token.offset, "no such number");
+        return Find(token.offset, kExtension, "no such number");
       default:
         return;
     }
@@ -87,32 +90,26 @@ class StrictCheck {
     if (rest[0] == '\\') {
       if (std::strchr("\"\\rnt", rest[1]) != nullptr) return 2;
       if (CodeUnitOf(rest) >= 0 || std::strchr("/bf", rest[1]) != nullptr) {
-        return Find(offset, kRule, "another meaning of this escape"), 2;
+        return Find(offset, "Escapes", "another meaning of this escape"), 2;
       }
-      return FindExtension(offset, "no such escape"), 1;
+      return Find(offset, kExtension, "no such escape"), 1;
     }
     const auto [code, size] = CharacterOf(rest);
-    if (code < ' ') FindExtension(offset, "no control characters in a string");
-    if (code == Character::kNone) FindExtension(offset, "nothing but UTF-8");
+    if (code < ' ')
+      Find(offset, kExtension, "no control characters in a string");
+    if (code == Character::kNone) Find(offset, kExtension, "nothing but UTF-8");
     return size;
   }
 
-  void FindExtension(std::uint64_t offset, const char* message) {
-    standard_ = false;
-    Find(offset, kRule, message);
-  }
-
-  void Find(std::uint64_t offset, const char* rule, const SafeString& message) {
-    if (++findings_ <= kMost) Print(offset, rule, message);
-  }
-
-  void Print(std::uint64_t offset, const char* rule,
-             const SafeString& message) {
-    PrintErrorAt(input_.PlaceOf(offset), rule, message);
+  void Find(std::uint64_t offset, std::string_view rule,
+            const SafeString& message) {
+    standard_ = standard_ && rule != kExtension;
+    if (++findings_ > kMost) return;
+    PrintErrorAt(input_.PlaceOf(offset), rule.data(), message);
   }
 
   static constexpr std::size_t kMost = 20;
-  static constexpr const char* kRule = "RFC 8259";
+  static constexpr std::string_view kExtension = "RFC 8259";
 
   // The keys of an object, and their positions. Keys that collide in a hash
   // table cost no more than others here.
@@ -133,7 +130,7 @@ void vjson::Check(const Arguments& arguments, Output&) {
     if (arguments.Has("--strict")) return StrictCheck(input).Run();
     Read(input, [&] { ScanText(input); });
   };
-  ForEach(arguments.operands, [&](const char* file) {
-    ForEachText(file, arguments.Has("--lines"), check);
-  });
+  for (const char* const file : arguments.operands) {
+    Try([&] { ForEachText(file, arguments.Has("--lines"), check); });
+  }
 }

@@ -162,17 +162,15 @@ void ChangeFile(const Arguments& arguments, Output& output, Change change) {
 void vjson::Set(const Arguments& arguments, Output& output) {
   const Path path = ParsePathOrFail(arguments.operands[1]);
   const auto value = ValueOf(arguments.operands[2], arguments.Has("--string"));
-  ChangeFile(arguments, output,
-             [&](SafeString& text, const Document& document) {
-               SetValue(text, document, path, value);
-             });
+  ChangeFile(arguments, output, [&](auto& text, const auto& document) {
+    SetValue(text, document, path, value);
+  });
 }
 
 void vjson::Remove(const Arguments& arguments, Output& output) {
   const Path path = ParsePathOrFail(arguments.operands[1]);
   if (path.steps.empty()) Fail("remove", "the outermost value has to stay");
-  ChangeFile(arguments, output,
-             [&](SafeString& text, const Document& document) {
-               RemoveValue(text, document, path);
-             });
+  ChangeFile(arguments, output, [&](auto& text, const auto& document) {
+    RemoveValue(text, document, path);
+  });
 }

@@ -57,7 +57,6 @@ class Comparison {
 
   // Prints the part of both values around the first character that differs.
   void Print(View first, View second) {
-    constexpr std::size_t kWidth = 30;  // two values and a path fit on a line
     const auto text = [](View value) {
       const auto bytes = value ? JsonReader::Compress(value.get()) : "(none)";
       return Mask(bytes, Mark::kBytes);
@@ -67,8 +66,8 @@ class Comparison {
     auto at = static_cast<std::size_t>(apart.first - a.begin());
     while (IsContinuation(a[at])) --at;
     output_.WriteLine(Mask(path_.empty() ? "(root)" : path_, Mark::kBytes) +
-                      ": " + Excerpt(a, at, kWidth).text + " and " +
-                      Excerpt(b, at, kWidth).text);
+                      ": " + Excerpt(a, at, kBrief).text + " and " +
+                      Excerpt(b, at, kBrief).text);
     equal_ = false;
     if (!all_) throw Failure{kNo};
   }

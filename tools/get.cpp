@@ -12,9 +12,8 @@ using namespace vjson;
 namespace {
 
 void WriteValue(std::string_view value, bool raw, Output& output) {
-  if (raw && value[0] == '"')
-    return output.WriteLine(Unquote(value, Escapes::kStandard));
-  output.WriteLine(value);
+  const bool decode = raw && value[0] == '"';
+  output.WriteLine(decode ? Unquote(value, Escapes::kStandard) : value);
 }
 
 // Whether the text looks like a name in a program.
@@ -29,7 +28,8 @@ bool IsName(std::string_view text) {
 void WriteKeys(const Document& document, const Path& path, Output& output) {
   const std::string_view value = FindValue(document, path);
   if (value[0] != '{') {
-    FailAt(document, path.text, "no object but " + Brief(value));
+    FailAt(document, path.text,
+           "no object but " + Excerpt(value, 0, kBrief).text);
   }
   std::set<SafeString> written;
   for (const Child& child : ChildrenOf(value)) {
@@ -43,14 +43,16 @@ void WriteKeys(const Document& document, const Path& path, Output& output) {
 
 void vjson::Get(const Arguments& arguments, Output& output) {
   const auto& operands = arguments.operands;
+  const bool raw = arguments.Has("--raw");
   std::vector<Path> paths;
-  std::transform(operands.begin() + 1, operands.end(),
-                 std::back_inserter(paths), ParsePathOrFail);
+  for (std::size_t i = 1; i < operands.size(); ++i) {
+    paths.push_back(ParsePathOrFail(operands[i]));
+  }
   ForEachText(operands[0], arguments.Has("--lines"), [&](Input& input) {
     const Document document = LoadDocument(input);
-    ForEach(paths, [&](const Path& path) {
-      WriteValue(FindValue(document, path), arguments.Has("--raw"), output);
-    });
+    for (const Path& path : paths) {
+      Try([&] { WriteValue(FindValue(document, path), raw, output); });
+    }
   });
 }
 

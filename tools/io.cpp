@@ -143,14 +143,12 @@ void vjson::ForEachText(const char* file, bool lines,
                         const std::function<void(Input&)>& work) {
   Input input(file);
   if (!lines) return work(input);
-  Status status = kYes;
   std::string_view line;
   for (std::uint64_t number = 1; input.ReadLine(line); ++number) {
     if (line.find_first_not_of(" \t\v\f\r") == line.npos) continue;
     Input text(file, line, number);
-    status = std::max(status, StatusOf([&] { work(text); }));
+    Try([&] { work(text); });
   }
-  if (status != kYes) throw Failure{status};
 }
 
 // Places ----------------------------------------------------------------------

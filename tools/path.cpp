@@ -177,8 +177,7 @@ Found Follow(Scanner& scanner, const Token& first, const Step* step,
   if (step == end || first.kind != Token::kBegin) {
     return {PassValue(scanner, first), step};
   }
-  PassChildren(scanner, [&](std::string_view key, std::size_t index,
-                            const Token& token) {
+  PassChildren(scanner, [&](auto key, auto index, const Token& token) {
     if (!LeadsTo(*step, key, index)) return PassValue(scanner, token);
     found = Follow(scanner, token, step + 1, end);
     return scanner.From(token);
@@ -194,7 +193,7 @@ SafeString WhyNot(std::string_view value, const Step& step) {
                                         ChildrenOf(value).size());
   }
   if (value[0] == '{' && !step.key.empty()) return "no such key";
-  return "not in " + Brief(value);
+  return "not in " + Excerpt(value, 0, kBrief).text;
 }
 
 }  // namespace
@@ -204,10 +203,10 @@ std::vector<Child> vjson::ChildrenOf(std::string_view value) {
   Input input("", value);
   Scanner scanner(input);
   NextOf(scanner);
-  return PassChildren(scanner,
-                      [&](std::string_view, std::size_t, const Token& token) {
-                        return PassValue(scanner, token);
-                      });
+  const auto pass = [&](auto, auto, const Token& token) {
+    return PassValue(scanner, token);
+  };
+  return PassChildren(scanner, pass);
 }
 
 bool vjson::LeadsTo(const Step& step, std::string_view key, std::size_t index) {
@@ -234,9 +233,4 @@ void vjson::FailAt(const Document& document, std::string_view path,
       path.empty() ? "(root)" : Excerpt(path, path.size(), kWidth).text;
   PrintError(document.subject, shown + ": " + message);
   throw Failure{kNo};
-}
-
-SafeString vjson::Brief(std::string_view value) {
-  constexpr std::size_t kWidth = 30;
-  return Excerpt(value, 0, kWidth).text;
 }

@@ -65,7 +65,7 @@ std::string_view FindValue(const Document& document, const Path& path,
 [[noreturn]] void FailAt(const Document& document, std::string_view path,
                          const SafeString& message);
 
-// The value as messages show it.
-SafeString Brief(std::string_view value);
+// The width of a value in a message.
+inline constexpr std::size_t kBrief = 30;
 
 }  // namespace vjson

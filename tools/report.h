@@ -18,8 +18,9 @@ namespace files = vorn::foundation::json::json_internal;
 // Messages on standard error. An error prints its message where it is found,
 // and then passes on its exit status alone.
 
-// The exit status of a command. Of several, the greatest counts.
+// The exit status. Of several, the greatest counts.
 enum Status { kYes = 0, kNo = 1, kTrouble = 2 };
+inline Status exit_status = kYes;
 
 // Ends a command whose error is printed.
 struct Failure {
@@ -62,30 +63,20 @@ void PrintErrorAt(const Place& place, const char* rule,
 void ShowProgress(const char* file, std::uint64_t done, std::uint64_t all);
 void ClearProgress(bool for_good = false);
 
-// Runs the work. Returns the status of the error that ends it, or kYes.
+// Runs the work up to its end or an error, whose status counts.
 template <class Work>
-Status StatusOf(Work work) {
+void Try(Work work) {
   try {
-    work();
-    return kYes;
+    return work();
   } catch (const Failure& failure) {
-    return failure.status;
+    exit_status = std::max(exit_status, failure.status);
+    return;
   } catch (const std::bad_alloc&) {
   } catch (const std::length_error&) {
   }
+  exit_status = kTrouble;
   ClearProgress();
   std::fputs("vjson: not enough memory\n", stderr);
-  return kTrouble;
-}
-
-// Works on each item, also behind an error. Ends the command if there was one.
-template <class Items, class Work>
-void ForEach(const Items& items, Work work) {
-  Status status = kYes;
-  for (const auto& item : items) {
-    status = std::max(status, StatusOf([&] { work(item); }));
-  }
-  if (status != kYes) throw Failure{status};
 }
 
 // Makes a system call for the file. Its error ends the command.

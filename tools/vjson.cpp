@@ -126,15 +126,14 @@ void Report() {
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_DFL);  // a closed pipe ends the tool without a word
   bool report = false;
-  Status status = StatusOf([&] {
+  Try([&] {
     Arguments arguments = Parse(argc, argv);
     report = arguments.Has("--report");
     SetErrorColors(UsesColors(arguments.colors, STDERR_FILENO));
     Output output(STDOUT_FILENO, UsesColors(arguments.colors, STDOUT_FILENO));
-    const Status ran = StatusOf([&] { Run(arguments, output); });
+    Try([&] { Run(arguments, output); });
     output.Flush();
-    if (ran != kYes) throw Failure{ran};
   });
-  if (report) status = std::max(status, StatusOf(Report));
-  return status;
+  if (report) Try(Report);
+  return exit_status;
 }
