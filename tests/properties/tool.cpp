@@ -31,7 +31,7 @@ struct File {
   const std::string name = "/proc/self/fd/" + std::to_string(number);
 };
 
-// What a command writes, which has to succeed.
+// The text that a command writes, which has to succeed.
 SafeString Run(vjson::Command& command, std::string_view text,
                std::vector<const char*> operands = {},
                std::vector<std::string_view> options = {}) {
@@ -44,14 +44,14 @@ SafeString Run(vjson::Command& command, std::string_view text,
 }
 
 SafeString TextOf(const JsonFault& fault) {
-  return text::StringUtils::_InternalFormat(
-      "\n%d %zu:%u:%u %s %s", static_cast<int>(fault.kind), fault.offset,
-      fault.line, fault.column, fault.rule, fault.message);
+  return text::StringUtils::_InternalFormat("\n%zu:%u:%u %s %s", fault.offset,
+                                            fault.line, fault.column,
+                                            fault.rule, fault.message);
 }
 
 // All tokens of a text, for comments with whether they begin a line, and the
 // fault.
-SafeString Scan(vjson::Input& input) {
+SafeString Scan(vjson::Input&& input) {
   SafeString tokens;
   vjson::Scanner scanner(input);
   try {
@@ -69,113 +69,80 @@ SafeString Scan(vjson::Input& input) {
   }
 }
 
-SafeString Scan(const SafeString& text) {
-  vjson::Input input("", text);
-  return Scan(input);
-}
-
-void CheckScanner(const SafeString& text, const SafeString& fault) {
-  const SafeString tokens = Scan(text);
-  const File file(text);
-  vjson::Input part(file.name.c_str(), 256);
-  Require(tokens.rfind(fault) == tokens.size() - fault.size(),
-          "the scanner agrees with the parser");
-  Require(Scan(part) == tokens, "a window shows the same");
-}
-
 void CheckLayout(const SafeString& text) {
   using vjson::Compress, vjson::Format;
   const SafeString formatted = Run(Format, text);
-  Require(Scan(formatted) == Scan(text), "the tokens are the same");
-  Require(Run(Format, formatted) == formatted, "it is formatted");
-  Require(Run(Compress, formatted) == Run(Compress, text), "blanks go");
   const SafeString compressed = Run(Compress, text, {}, {"--comments"});
-  Require(Scan(compressed) == Scan(text), "comments stay");
-  Require(Run(Format, compressed) == formatted, "where they are");
+  for (const SafeString& result : {formatted, compressed}) {
+    Require(Scan({"", result}) == Scan({"", text}), "the tokens are the same");
+    Require(Run(Format, result) == formatted, "the layout is the same");
+  }
+  Require(Run(Compress, formatted) == Run(Compress, text), "blanks go");
 }
 
-// A value in the tree, or a place for one behind the last, and its paths.
-struct Place {
-  View parent, value;
-  std::size_t index = 0;  // in an array
-  SafeString above, pointer, path;
-};
-
-Place FindPlace(std::minstd_rand& random, View root) {
-  Place place;
-  place.value = root;
-  do {
-    const View parent = place.parent = place.value;
-    place.above = place.pointer;
-    auto number = place.index = random() % (parent.size() + 1);
-    if (parent.is(JType::Array)) {
-      place.path += "[" + std::to_string(number) + "]";
-      place.pointer += vjson::PointerText(number);
-    } else {
-      std::string_view key = "a new key";
-      for (auto [name, value] : parent.members()) {
-        if (number-- == 0) key = name;
-      }
-      place.path += "[" + vjson::Quote(key) + "]";
-      place.pointer += vjson::PointerText(key);
-    }
-    place.value = root.at(place.pointer);
-  } while (place.value.size() != 0 && random() % 4 != 0);
-  return place;
-}
-
-// A value that is set and set back leaves the text as it was, and one that is
-// removed leaves its neighbours.
+// Sets and removes a value, or one behind the last of a container. A value that
+// is set and set back leaves the text, and a removed one its neighbours.
 void CheckPlace(std::minstd_rand& random, SafeString& text) {
   JsonReader before, after;
   before.fromString(text);
-  const auto same = [&](View a, View b) {
-    Require(JsonReader::IsEqual(a.get(), b.get()), "all else is as it was");
+  View parent, value = before;
+  std::size_t index = 0;
+  SafeString path;
+  do {
+    parent = value;
+    auto number = index = random() % (parent.size() + 1);
+    SafeString key = std::to_string(index).c_str();
+    for (auto [name, child] : parent.members()) {
+      if (number-- == 0) key = name;
+    }
+    path += vjson::PointerText(key);
+    value = View(before).at(path);
+  } while (value.size() != 0 && random() % 4 != 0);
+  const char* const at = path.c_str();
+  const SafeString changed = Run(vjson::Set, text, {at, "true"});
+  Require(Run(vjson::Get, changed, {at}) == "true\n", "it is set");
+  if (value) {
+    SafeString old = Run(vjson::Get, text, {at});
+    old.pop_back();
+    const SafeString back = Run(vjson::Set, changed, {at, old.c_str()});
+    Require(back == text, "it is set back");
+  }
+  const SafeString removed = Run(vjson::Remove, changed, {at});
+  after.fromString(removed);
+  const View rest = View(after).at(path.substr(0, path.rfind('/')));
+  Require(rest.size() + (value ? 1 : 0) == parent.size(), "it is removed");
+  const auto same = [](View a, View b) {
+    Require(JsonReader::IsEqual(a.get(), b.get()), "its neighbours stay");
   };
-  const Place place = FindPlace(random, before);
-  const char* const path = (random() % 2 ? place.path : place.pointer).c_str();
-  const SafeString changed = Run(vjson::Set, text, {path, "true"});
-  Require(Run(vjson::Get, changed, {path}) == "true\n", "it is set");
-  if (!place.value) {
-    after.fromString(Run(vjson::Remove, changed, {path}));
-    same(after, before);
-    text = changed;
-    return;
+  for (std::size_t i = 0; rest.is(JType::Array) && i < rest.size(); ++i) {
+    same(rest[i], parent[i < index ? i : i + 1]);
   }
-  SafeString old = Run(vjson::Get, text, {path});
-  old.pop_back();
-  after.fromString(old);
-  same(after, place.value);
-  Require(Run(vjson::Set, changed, {path, old.c_str()}) == text, "and back");
-  text = Run(vjson::Remove, text, {path});
-  after.fromString(text);
-  const View rest = View(after).at(place.above);
-  Require(rest.size() + 1 == place.parent.size(), "one value is removed");
-  for (std::size_t i = 0; i < rest.size(); ++i) {
-    if (!rest.is(JType::Array)) break;
-    same(rest[i], place.parent[i < place.index ? i : i + 1]);
-  }
-  for (auto [key, value] : rest.members()) same(value, place.parent[key]);
+  for (auto [key, child] : rest.members()) same(child, parent[key]);
+  text = value ? removed : changed;
 }
 
 }  // namespace
 
 // What stands behind a value is cut off after the scanner has seen it.
 void CheckTool(Input& in) {
-  const std::string_view bytes = in.Text();
+  SafeString text(in.Text());
   std::minstd_rand random(
-      static_cast<unsigned int>(std::hash<std::string_view>()(bytes)));
-  SafeString text(bytes);
-  JsonReader reader;
-  JsonFault fault;
+      static_cast<unsigned int>(std::hash<std::string_view>()(text)));
   vjson::Input path("path", text);
   try {
     vjson::ParsePath(path);
-  } catch (const JsonFault& thrown) {
-    Require(thrown.offset <= text.find('\0'), "the fault is in the path");
+  } catch (const JsonFault& fault) {
+    Require(fault.offset <= text.find('\0'), "the fault is in the path");
   }
+  JsonReader reader;
+  JsonFault fault;
   reader.fromString(text.data(), text.size(), fault);
-  CheckScanner(text, TextOf(fault));
+  const File file(text);
+  const SafeString tokens = Scan({"", text}), end = TextOf(fault);
+  Require(tokens.rfind(end) == tokens.size() - end.size(),
+          "the scanner agrees with the parser");
+  Require(Scan(vjson::Input(file.name.c_str(), 256)) == tokens,
+          "a window shows the same");
   if (fault.message == std::string_view("extra data characters")) {
     text.resize(fault.offset);
     reader.fromString(text, fault);
