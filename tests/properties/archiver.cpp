@@ -178,7 +178,8 @@ void CheckArchiver(Input& in) {
   std::size_t size = 0;
   for (unsigned int step = 0; !in.empty() && size < 5000; ++step) {
     Node& node = root->Find(in);
-    const Failing failing(in), rarely = failing.OrNone(in.Below(4) == 0);
+    const Failing failing = Failing::Of(in);
+    const Failing rarely = failing.OrNone(in.Below(4) == 0);
     Write write = NextWrite(in, node, fields);
     // What is loaded in part is not told from what is written.
     if (rarely.first == 0 && write.text[0] == '{') write.text = SafeString("1");

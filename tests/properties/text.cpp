@@ -64,7 +64,7 @@ void CheckReading(const SafeString& text, bool valid, Failing failing) {
 }  // namespace
 
 void CheckText(Input& in) {
-  const Failing failing(in);
+  const Failing failing = Failing::Of(in);
   const bool fails = in.Below(8) == 0;
   const std::string_view bytes = in.Document();
   const std::size_t length = bytes.size();

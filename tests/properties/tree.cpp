@@ -175,7 +175,8 @@ void CheckTree(Input& in) {
   std::size_t size = root->Text().size();
   for (unsigned int step = 0; !in.empty() && size < 20000; ++step) {
     Node& node = root->Find(in);
-    const Failing failing(in), rarely = failing.OrNone(in.Below(4) == 0);
+    const Failing failing = Failing::Of(in);
+    const Failing rarely = failing.OrNone(in.Below(4) == 0);
     const SafeString& key = keys[step % keys.size()];
     node.kind == '['   ? EditArray(in, *root, node, rarely)
     : node.kind == '{' ? EditObject(in, *root, node, keys, rarely)

@@ -127,13 +127,12 @@ struct Model {
   std::unordered_map<std::string, Child> members{};
 };
 
-// Any keys: the empty one, short and long ones, NUL bytes and high bytes.
+// Any keys: the empty one, short and long ones, and bytes of all values.
 inline Keys AnyKeys(std::size_t count) {
   Keys keys{"", "%s%n"};
   for (std::size_t n = 2; n < count; ++n) {
-    const SafeString middle(n % 7 == 0 ? 20 : n % 3, '\0');
-    keys.push_back(static_cast<char>(128 + n % 100) + middle +
-                   static_cast<char>(128 + n / 100));
+    keys.push_back(SafeString(n % 20, static_cast<char>(n)) +
+                   std::to_string(n).c_str());
   }
   return keys;
 }

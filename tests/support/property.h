@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <new>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -104,14 +103,11 @@ End EndOf(Operation operate) {
 
 // A source, and whether all its requests from some number on fail.
 struct Failing {
-  Failing(Source from, bool all) : source(from), forever(all) {}
-  explicit Failing(Input& in)
-      : Failing(static_cast<Source>(in.Below(4)), in.Below(2) != 0) {}
-
+  static Failing Of(Input& in) {
+    return {static_cast<Source>(in.Below(4)), in.Below(2) != 0};
+  }
   Failing OrNone(bool fails) const {
-    Failing failing = *this;
-    if (!fails) failing.first = static_cast<std::size_t>(-1);
-    return failing;
+    return {source, forever, fails ? first : static_cast<std::size_t>(-1)};
   }
 
   Source source;
@@ -183,14 +179,6 @@ inline std::string Replace(std::string text, const std::string& part,
     at += by.size();
   }
   return text;
-}
-
-// The texts of a table's row, which have bars between them.
-inline std::vector<std::string> Split(const std::string& row) {
-  std::vector<std::string> texts;
-  std::istringstream in(row);
-  for (std::string text; std::getline(in, text, '|');) texts.push_back(text);
-  return texts;
 }
 
 }  // namespace support
