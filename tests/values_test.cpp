@@ -44,7 +44,9 @@ TEST_P(ValuesTest, AnArrayGivesItsStorageBack) {
     const bool same = Monitor::Now().memory_bytes == none.memory_bytes;
     EXPECT_EQ(same, array.length() <= 2);
   }
+  EXPECT_FALSE(array.empty());
   array.detach();
+  EXPECT_TRUE(array.empty());
   for (JBase* value : kept) value->dispose();
   EXPECT_EQ(Monitor::Now(), none);
 }
@@ -103,6 +105,7 @@ TEST_P(ValuesTest, AValueThatIsReplacedMayOwnItsKeyAndAddMembers) {
   object.setValue(value->key, Make<JNull>());
   EXPECT_TRUE(object.existed(key));
   EXPECT_EQ(object.length(), 101u);
+  EXPECT_FALSE(object.empty());
 }
 
 TEST_P(ValuesTest, WritesIntoTheContextOfACaller) {
@@ -156,10 +159,9 @@ TEST_P(ValuesTest, EqualMeansSameKindAndContent) {
       R"([[1]],{"a":1},{"a":2},{"b":1},{"a":1,"b":1},{"a":1,"c":1},)"
       R"([0,{"a":[0,1]}],[0,{"a":[0,2]}]])"));
   auto& all = static_cast<JArray&>(*reader.getJson());  // and all differ
-  for (const unsigned int size :
-       {3U, 9U, 14U, 15U, 16U, 22U, 23U, 24U, 30U, 31U, 32U}) {
+  for (std::size_t size = 3; size < 33; ++size) {
     all.append(Make<JString>(SafeString(size, 'x')));
-    for (const std::size_t other : {size - 1, size / 2, 0U}) {
+    for (const std::size_t other : {size - 1, size / 2, std::size_t{0}}) {
       SafeString text(size, 'x');
       text[other] = '\0';
       all.append(Make<JString>(text));
