@@ -11,8 +11,6 @@ corpus=$build/corpus/$target
 mkdir -p "$corpus" "$build/findings"
 
 # New inputs go into the first of the folders.
-program=$build/tests/fuzz_$target
-[[ -e $program ]] || program=$build/fuzz/fuzz_$target
-exec "$program" "$corpus" "$here/seeds" \
+exec "$build/tests/fuzz_$target" "$corpus" "$here/seeds" \
   -max_total_time="$seconds" -timeout=25 \
   -artifact_prefix="$build/findings/$target-" -print_final_stats=1
