@@ -1,6 +1,6 @@
 // The parser: what it refuses and where, what it accepts, and what it does
 // without memory for an object. What holds for any text is in
-// properties/text.cpp.
+// properties/tree.cpp.
 
 #include "compile.h"
 #include "support/operations.h"
@@ -117,14 +117,14 @@ TEST(MemoryTest, NumbersAreJudgedAndMembersStayWithoutObjects) {
 
 // In a request that fails.
 TEST_P(ParserTest, ThreadsCanBeCancelled) {
+  if (VORN_SANITIZED) GTEST_SKIP() << "it takes the unwinding for an overflow";
   for (const Source source :
        {Source::OperatorNew, Source::ObjectMonitor, Source::MemoryMonitor}) {
     bool finished = false;
     for (std::size_t number = 0; !finished; ++number) {
       std::thread([&] {
         pthread_cancel(pthread_self());
-        Subject it;
-        it.text = R"({"a text, on the heap":[[{}],{"k":null},"\t",-1.5]})";
+        Subject it(R"({"a text, on the heap":[[{}],{"k":null},"\t",-1.5]})");
         Monitor::FailRequest(source, number, false);
         for (const Operation& operation : kOperations) operation.run(it);
         it.reader.fromString(R"([["a text, on the heap"],[1,[2,3]],x])");

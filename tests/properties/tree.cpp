@@ -1,5 +1,7 @@
-// Edits of a tree, beside a model of standard containers: what is in it and in
-// which order, what is disposed, and that a request that fails changes nothing.
+// A text that is read, written and read again, also with requests failing. Then
+// edits of the tree, beside a model of standard containers: what is in it and
+// in which order, what is disposed, and that a request that fails changes
+// nothing.
 
 #include "support/model.h"
 
@@ -31,6 +33,46 @@ Child NewValue(Input& in, Node& root) {
   return Node::Of(*source.it, source.it->clone());
 }
 
+// Texts -----------------------------------------------------------------------
+
+// Reads the text, which is valid or not, with requests failing. Values for
+// which the object monitor has no memory may be missing.
+void CheckLoading(const SafeString& text, bool valid, Failing failing) {
+  JsonArchiver archiver;
+  const Account before = Monitor::Now();
+  Monitor::TakeLog();
+  const auto load = [&] { return archiver.fromString(text); };
+  Sweep(failing, load, [&](End end, std::size_t, bool failed) {
+    const bool partial = failed && failing.source == Source::ObjectMonitor;
+    Require(Monitor::TakeCalls().find("!#") == std::string::npos,
+            "what was finished is released by its owner");
+    Require(archiver.isValid() == (end == End::Passed), "valid when read");
+    Require(end == End::Passed ? valid : failed || !valid, "how reading ends");
+    Require(end == End::Passed || end == End::Nothing || end == End::Exhausted,
+            "no exception but that memory is exhausted");
+    Require(end != End::Passed || partial ||
+                archiver.compress().size() == text.size(),
+            "what is read");
+    archiver.fromString(nullptr);
+    Require(Monitor::Now() == before, "reading leaves nothing");
+    return false;
+  });
+}
+
+void CheckText(const SafeString& text, Failing failing) {
+  JsonReader reader, lines, line;
+  const bool valid = reader.fromString(text);
+  if (!valid) return CheckLoading(text, false, failing);
+  Require(lines.fromString(reader.format()), "lines can be read");
+  Require(line.fromString(reader.compress()), "a line can be read");
+  for (const JBase* read : {lines.getJson(), line.getJson()}) {
+    Require(JsonReader::IsEqual(read, reader.getJson()),
+            "with the same values");
+  }
+  Require(lines.compress() == line.compress(), "in the same order");
+  CheckLoading(line.compress(), true, failing);
+}
+
 // Copies it, and disposes the copy.
 void CheckClone(const Node& node, Failing failing) {
   const auto clone = [&] {
@@ -49,13 +91,12 @@ void CheckClone(const Node& node, Failing failing) {
   Look(failing, clone, used ? End::AccessNull : End::Nothing);
 }
 
-void CheckReading(const Node& node, Failing failing) {
+void CheckWriting(const Node& node, Failing failing) {
   const std::string text = node.Text();
-  Look(failing, [&] { return Text(node.it) == text; });
-  Look(failing, [&] { return !JsonReader::Format(node.it).empty(); });
   Look(failing, [&] {
-    return node.kind != '{' ||
-           ObjectOf(node).keys().size() == node.members.size();
+    return Text(node.it) == text && !JsonReader::Format(node.it).empty() &&
+           (node.kind != '{' ||
+            ObjectOf(node).keys().size() == node.members.size());
   });
 }
 
@@ -148,8 +189,8 @@ void EditObject(Input& in, Node& root, Node& node, const Keys& keys,
   }
 }
 
-void EditScalar(Input& in, Node& node, SafeString string, Failing failing) {
-  string.resize(in.Below(40), 'x');
+void EditScalar(Input& in, Node& node, Failing failing) {
+  const SafeString string(in.Text(in.Below(in.Below(8) ? 40 : 2000)));
   const bool on = in.Below(2) != 0;
   const JType type = node.it->type();
   if (type == JType::Bool) node.text = on ? "true" : "false";
@@ -170,30 +211,23 @@ void EditScalar(Input& in, Node& node, SafeString string, Failing failing) {
 
 void CheckTree(Input& in) {
   const Keys& keys = kKeySets[in.Below(std::size(kKeySets))];
-  Child root = in.Below(4) == 0 ? Read(in.Document()) : nullptr;
+  const SafeString document(in.Below(2) ? in.Document() : "");
+  CheckText(document, Failing::Of(in).OrNone(in.Below(8) == 0));
+  Child root = Read(document);
   if (!root) root = Read(in.Below(4) ? "{}" : "[]");
   std::size_t size = root->Text().size();
   for (unsigned int step = 0; !in.empty() && size < 20000; ++step) {
     Node& node = root->Find(in);
     const Failing failing = Failing::Of(in);
     const Failing rarely = failing.OrNone(in.Below(4) == 0);
-    const SafeString& key = keys[step % keys.size()];
     node.kind == '['   ? EditArray(in, *root, node, rarely)
     : node.kind == '{' ? EditObject(in, *root, node, keys, rarely)
-                       : EditScalar(in, node, key, rarely);
+                       : EditScalar(in, node, rarely);
     if (in.Below(8) == 0 && size < 2000) CheckClone(node, failing);
-    if (in.Below(8) == 0 && size < 2000) CheckReading(node, failing);
-    Require(node.kind != '{' || ObjectOf(node).existed(key) ==
-                                    (node.members.count(std::string(key)) != 0),
-            "existed");
+    if (in.Below(8) == 0 && size < 2000) CheckWriting(node, failing);
     // The whole costs more the larger it is.
     if (step % (1 + size / 1000) != 0) continue;
-    const std::size_t count = node.elements.size() + node.members.size();
     Require(node.HasChildren(), "the children");
-    Require(node.kind == '['   ? ArrayOf(node).length() == count
-            : node.kind == '{' ? ObjectOf(node).empty() == (count == 0)
-                               : true,
-            "how many they are");
     const std::string text = root->Text();
     Require(Text(root->it) == text, "the text");
     size = text.size();

@@ -57,7 +57,6 @@ class Input {
 using Property = void (*)(Input&);
 void CheckTree(Input& in);
 void CheckArchiver(Input& in);
-void CheckText(Input& in);
 void CheckNumber(Input& in);
 void CheckTool(Input& in);
 
@@ -71,9 +70,7 @@ inline void Check(Property property, std::string_view bytes) {
   Require(Monitor::Now() == before, "nothing is left behind");
 }
 
-// Objects of the tests' own ---------------------------------------------------
-
-// The tag under which tests create them.
+// The tag under which tests create objects of their own.
 inline constexpr vorn::foundation::debug::Tag kTag{"test", 1, "test"};
 
 // The caller owns the result.
@@ -86,19 +83,17 @@ T* Make(Arguments&&... arguments) {
 // Failing requests ------------------------------------------------------------
 
 // How an operation ends: with a result, without one, or by an exception.
-enum class End { Passed, Nothing, Exhausted, AccessNull, Refused };
+enum class End { Passed, Nothing, Exhausted, AccessNull };
 
 // operate() says whether it has a result.
 template <class Operation>
-End EndOf(Operation operate) {
-  try {
-    return operate() ? End::Passed : End::Nothing;
-  } catch (const std::bad_alloc&) {
-    return End::Exhausted;
-  } catch (const vorn::foundation::lang::Exception& e) {
-    return e.what() == std::string_view("access null") ? End::AccessNull
-                                                       : End::Refused;
-  }
+End EndOf(Operation operate) try {
+  return operate() ? End::Passed : End::Nothing;
+} catch (const std::bad_alloc&) {
+  return End::Exhausted;
+} catch (const vorn::foundation::lang::Exception& e) {
+  Require(e.what() == std::string_view("access null"), "the exception");
+  return End::AccessNull;
 }
 
 // A source, and whether all its requests from some number on fail.
