@@ -13,14 +13,14 @@
 ///     Set(Here(), *pump.get(), "last", nullptr);
 ///
 /// A value is a bool, a number, a text of any string class, nullptr, a View
-/// (copied) or a result of MakeObject() or MakeArray() (taken; std::move a
-/// named one). A null const char*, an absent View and an empty ScopedPointer
-/// are null; a null key is the empty text. New values get the tag. Throws
-/// std::bad_alloc when memory is exhausted, also while the object monitor
-/// traces. Then nothing leaks; Set() keeps the members before the failure.
+/// (copied) or a ScopedPointer, the result of MakeObject() and MakeArray()
+/// (taken; std::move a named one). A null const char*, an absent View and an
+/// empty ScopedPointer become null; a null key is the empty text. New values
+/// get the tag. Throws std::bad_alloc when memory is exhausted, also while the
+/// object monitor traces. Nothing leaks; Set() keeps members set before.
 namespace vorn::foundation::json {
 
-/// The tag of the line that the call stands in.
+/// Returns the tag of the calling line.
 constexpr debug::Tag Here(const char* file = __builtin_FILE(),
                           int line = __builtin_LINE(),
                           const char* function = __builtin_FUNCTION()) {
@@ -28,7 +28,7 @@ constexpr debug::Tag Here(const char* file = __builtin_FILE(),
 }
 
 namespace json_internal {
-/// The text of any string class. That of a null pointer is empty.
+/// Returns the text of any string class, the empty text for a null pointer.
 inline std::string_view ToView(std::string_view text) { return text; }
 std::string_view ToView(std::nullptr_t) = delete;
 template <class T, class = std::enable_if_t<std::is_same_v<T, char>>>
@@ -95,7 +95,7 @@ void Give(const debug::Tag& tag, generic::ScopedPointer<T>&& value, Take take) {
 
 }  // namespace json_internal
 
-/// Sets members of the object: a key, its value, a key and so on.
+/// Sets members of the object: a key, its value, the next key and so on.
 template <class... Keys>
 void Set(const debug::Tag&, JObject&, const Keys&...) {
   static_assert(sizeof...(Keys) == 0, "the last key has no value");

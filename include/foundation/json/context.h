@@ -9,14 +9,13 @@
 namespace vorn::foundation::json {
 
 /// The stream that a tree writes its text to, and the layout of the text. Every
-/// value writes itself with toString(Context&). Containers raise depth while
-/// their children write themselves, and restore it.
+/// value writes itself with toString(Context&). A container raises depth while
+/// its children write themselves, and restores it.
 ///
-/// A value class of your own finds all text written so far in the stream, and
-/// may use it like any string stream.
+/// A value class of your own may use the stream like any string stream. The
+/// stream has all text written so far.
 ///
-/// The stream throws if it cannot take a text, so exhausted memory is not
-/// missed.
+/// The stream throws if a write fails, so exhausted memory is not missed.
 class __attribute__((visibility("default"))) Context {
  public:
   explicit Context(bool compressed = false) : compress(compressed) {

@@ -8,7 +8,7 @@
 #include <foundation/json/jnumber.h>
 #include <foundation/lang/exception.h>
 
-/// Objects that list their fields once, to be loaded and saved by an archiver:
+/// An object lists its fields once. An archiver then loads and saves them:
 ///
 ///     template <class Fields>
 ///     void list(Fields& fields) {
@@ -16,17 +16,17 @@
 ///       fields.optional("pin", pin, 0, 63);  // if it is missing, pin stays
 ///     }
 ///
-/// A field is a bool, a number, maybe with a range, a SafeString or
+/// A field is a bool, a number (with a range if given), a SafeString or
 /// std::string, an object that lists its own fields, or a std::vector of these.
-/// An archiver does not distinguish 5 from "5", or null from "null". All four
-/// are texts; 5 and "5" are numbers. A bound beyond the type is its limit.
+/// An archiver does not distinguish 5 from "5", or null from "null": all four
+/// load as a text, 5 and "5" as a number. A bound beyond the type is its limit.
 namespace vorn::foundation::json {
 
 namespace json_internal {
 using Name = const char*;
 using Text = const SafeString&;
 
-/// Thrown if a field is not as listed. Other exceptions get no place.
+/// Thrown if a field is not as listed. At() adds the place, only to this class.
 struct FieldFault : lang::Exception {
   using lang::Exception::Exception;
 };
@@ -35,7 +35,7 @@ inline void Expect(bool met, Text expected) {
   if (!met) throw FieldFault("", ("expected " + expected).c_str());
 }
 
-/// Loads the value at a place. Prepends the place to that of a FieldFault.
+/// Loads the value at the place. Prepends the place to that of a FieldFault.
 template <class Load>
 void At(Text place, io::IArchiver* from, Load load) try {
   if (from == nullptr) throw FieldFault("", "is missing");
@@ -120,7 +120,7 @@ struct Saver {
       data(key, JNumber(value).toString());
     } else {
       Saver members{*object(key)};
-      const_cast<T&>(value).list(members);  // reads them alone
+      const_cast<T&>(value).list(members);  // only reads them
     }
   }
   template <class Key, class T, class A>
@@ -142,8 +142,8 @@ struct Saver {
 
 }  // namespace json_internal
 
-/// Loads the object of that name. At a field that is not as listed throws
-/// lang::Exception("settings.sensors[0].pin", "is missing").
+/// Loads the object. If a field is not as listed, throws lang::Exception, as in
+/// ("settings.sensors[0].pin", "is missing") for the name "settings".
 template <class T>
 void LoadFields(io::IArchiver& from, const char* name, T& object) {
   json_internal::At(name, &from,

@@ -16,8 +16,8 @@
 namespace vorn::foundation::json {
 
 /// Why a file was not read or saved: a fault in its text, or an errno and the
-/// step that failed, "open", "read", "write", "sync" or "rename". Exhausted
-/// memory sets both: Kind::NoMemory and ENOMEM.
+/// step that failed, "open", "read", "write", "sync" or "rename". If memory is
+/// exhausted, both are set: Kind::NoMemory and ENOMEM.
 struct FileFault {
   JsonFault text;
   int error = 0;
@@ -136,7 +136,7 @@ inline void Save(const SafeString& path, std::string_view text,
   Write(file, text);
   Write(file, end);
   if (exists) {
-    // The group may be allowed alone. Set-id bits are for the former owners.
+    // Keeps at least the group. Set-id bits are kept for former owners only.
     const bool kept = fchown(file, geteuid(), former.st_gid) == 0 &&
                       fchown(file, former.st_uid, former.st_gid) == 0;
     if (!kept) former.st_mode &= 01777;
@@ -144,14 +144,14 @@ inline void Save(const SafeString& path, std::string_view text,
   }
   Do("sync", [&] { return fsync(file); });
   file.rename(path);
-  // EINVAL: the file system has no need of it.
+  // EINVAL: the file system does not sync folders.
   Do("sync", [&] { return fsync(folder) == 0 || errno == EINVAL ? 0 : -1; });
 }
 
 }  // namespace json_internal
 
 /// Reads a regular file of at most that many bytes into a JsonReader or
-/// JsonArchiver. On failure returns false, empties the reader, sets the fault.
+/// JsonArchiver. On failure sets the fault, empties reader and returns false.
 template <class Reader>
 bool ReadFile(const char* path, std::size_t most, Reader& reader,
               FileFault& fault) {
@@ -169,11 +169,11 @@ bool ReadFile(const char* path, std::size_t most, Reader& reader,
   });
 }
 
-/// Saves the value, formatted, and a line feed. After any failure, power
-/// included, the path names the former file or the whole new one. Keeps the
-/// mode, and owner and group where the process may. Follows symbolic links,
-/// breaks hard links, replaces only a regular file. On failure returns false
-/// and sets the fault; the new file can be there only if the step is "sync".
+/// Saves the formatted value and a line feed. After any failure, also of power,
+/// the path names the former file or the whole new one. Keeps mode, owner and
+/// group as far as the process may. Follows symbolic links, breaks hard links,
+/// replaces only regular files. On failure sets the fault and returns false;
+/// the new file is in place only if the step is "sync".
 inline bool SaveFile(const char* path, const JBase& value, FileFault& fault) {
   return json_internal::Try(fault, "write", [&] {
     json_internal::Save(json_internal::Follow(path), JsonReader::Format(&value),

@@ -8,8 +8,8 @@
 namespace vorn::foundation::json {
 
 namespace json_internal {
-/// Returns where the unclosed string, or the innermost unclosed container,
-/// begins in a text that the parser took, or npos. open: a container around it.
+/// Returns the start of the unclosed string, or of the innermost unclosed
+/// container, or npos. The parser took the text. open: the container around at.
 inline std::size_t Unclosed(std::string_view text, std::size_t& at,
                             std::size_t open) {
   while (at < text.size()) {
@@ -20,7 +20,7 @@ inline std::size_t Unclosed(std::string_view text, std::size_t& at,
       if (inner != text.npos) return inner;
     } else if (text[token] == '"') {
       for (; at < text.size() && text[at] != '"'; ++at) {
-        at += text[at] == '\\';  // and what is escaped
+        at += text[at] == '\\';  // skips the escaped byte
       }
       if (at++ >= text.size()) return token;
     } else if (text[token] == '/') {
@@ -30,8 +30,8 @@ inline std::size_t Unclosed(std::string_view text, std::size_t& at,
   return open;
 }
 
-/// Fits if the parser's message contains the message, one of the bytes ("" for
-/// any) is at the fault, and the text there begins with the text. First fit.
+/// Fits if the parser's message contains message, one of the bytes ("": any) is
+/// at the fault, and text begins there. The hint of the first fit is given.
 struct Mistake {
   std::string_view message, bytes, text;
   const char* hint;
@@ -70,7 +70,7 @@ inline SafeString Hint(const JsonFault& fault, std::string_view text) {
   std::string_view taken = text.substr(0, fault.offset);
   text.remove_prefix(taken.size());
   const char at = text.empty() ? '\0' : text[0];
-  // A letter there belongs to the string that ended, or to the next.
+  // A quotation mark in front of a letter was meant to begin a string.
   const bool string = json_internal::kLetters.find(at) != text.npos &&
                       !taken.empty() && taken.back() == '"';
   if (string) taken.remove_suffix(1);
@@ -80,7 +80,7 @@ inline SafeString Hint(const JsonFault& fault, std::string_view text) {
   const char* const kind = begin == '"'   ? "string"
                            : begin == '[' ? "array"
                                           : "object";
-  const bool other = at == (begin == '{' ? ']' : '}');  // closes another one
+  const bool other = at == (begin == '{' ? ']' : '}');  // of another kind
   if (begin != '\0' && (at == '\0' || string || other)) {
     JsonFault place;
     SetPlace(place, taken.data(), open);

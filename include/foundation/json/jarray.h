@@ -6,9 +6,9 @@ namespace vorn::foundation::json {
 
 class Access;
 
-/// A sequence of values. The array owns its elements and disposes an element
-/// when it is replaced, and all when the array is cleared or destroyed. No
-/// element is null.
+/// A sequence of values. The array owns its elements. It disposes an element
+/// that is replaced, and all elements when the array is cleared or destroyed.
+/// No element is null.
 ///
 /// REQUIRES: a value that the array takes is in no other container, and not in
 /// this array already. The caller must not dispose it afterwards.
@@ -31,9 +31,10 @@ class __attribute__((visibility("default"))) JArray
   JBase* at(unsigned int index);
   JBase* at(unsigned int index) const;
 
-  /// Disposes the element at the index, puts value in its place and returns
-  /// true. Takes ownership of value, also if the index is past the last: then
-  /// it disposes value and returns false. Null does nothing and returns false.
+  /// Puts value in the place of the element at the index, disposes that element
+  /// and returns true. Takes ownership of value: if the index is past the last
+  /// element, disposes value and returns false. Null is ignored and returns
+  /// false.
   bool setValue(unsigned int index, JBase* value);
 
   unsigned int length() const;
@@ -52,7 +53,7 @@ class __attribute__((visibility("default"))) JArray
  private:
   friend class Access;
 
-  /// The elements, built in place: their class is the library's own.
+  /// Storage for the elements, whose class is internal.
   alignas(void*) unsigned char elements_[3 * sizeof(void*)];
 };
 

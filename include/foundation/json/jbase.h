@@ -26,8 +26,8 @@ class Context;
 /// object.
 ///
 /// Several threads may read a tree while nobody changes it. Copying, comparing,
-/// writing and disposing recurse once a level. Parsed trees have at most 1024
-/// levels; the stack alone limits trees that are built by hand.
+/// writing and disposing recurse once for each level. Parsed trees have at most
+/// 1024 levels; only the stack limits trees that are built by hand.
 class __attribute__((visibility("default"))) JBase : public lang::IDisposable {
  public:
   JBase() = default;
@@ -38,13 +38,12 @@ class __attribute__((visibility("default"))) JBase : public lang::IDisposable {
   virtual JType type() const = 0;
 
   /// Returns a deep copy. The caller owns the result and releases it with
-  /// dispose(). Throws std::bad_alloc when memory is exhausted. While the
-  /// object monitor traces and has no memory for an object itself:
-  /// - a scalar and an object without members return null, or throw
-  ///   std::bad_alloc if they are a child;
-  /// - an array and an object with members throw lang::Exception ("access
-  ///   null").
-  /// Nothing is left behind.
+  /// dispose(). Throws std::bad_alloc when memory is exhausted; nothing is left
+  /// behind. If the object monitor traces and has no memory for one of the
+  /// copies, the result depends on that copy:
+  /// - a scalar or an object without members: null, or std::bad_alloc if it is
+  ///   the copy of a child;
+  /// - an array or an object with members: lang::Exception ("access null").
   virtual JBase* clone() const = 0;
 
   /// Writes this value to the stream of the context. Exceptions of the stream

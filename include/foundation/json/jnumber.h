@@ -14,7 +14,7 @@ namespace vorn::foundation::json {
 
 class Access;
 
-/// Whether T is one of those types.
+/// Whether T is one of the types.
 template <class T, class... Types>
 inline constexpr bool kIsOneOf = (std::is_same_v<T, Types> || ...);
 
@@ -25,7 +25,7 @@ inline constexpr bool kIsInteger =
     std::is_integral_v<T> && sizeof(T) <= sizeof(long long) &&
     !kIsOneOf<T, bool, char, wchar_t, char16_t, char32_t, decltype(u8'a')>;
 
-/// An integer type that JNumber has no function of its own for.
+/// Enabled for integer types without an overload of their own in JNumber.
 template <class T>
 using OtherInteger =
     std::enable_if_t<kIsInteger<T> && !kIsOneOf<T, int, long long>>;
@@ -50,9 +50,9 @@ std::optional<Integer> ReadInteger(std::string_view text) {
   return value;
 }
 
-/// Whether a decimal number that its type cannot hold is too large; else it is
-/// too small. The number is far from 1, so the power of ten of its first digit
-/// other than 0 decides.
+/// Whether the decimal number is too large for its type. REQUIRES: the number
+/// is too large or too small for the type. It is far from 1, so the power of
+/// ten of its first digit other than 0 decides.
 inline bool IsHuge(std::string_view text) {
   const std::size_t end = std::min(text.find_first_of("eE"), text.size());
   const auto point = static_cast<long long>(std::min(text.find('.'), end));
@@ -82,12 +82,12 @@ std::optional<Float> ReadFloat(std::string_view text) {
 
 }  // namespace json_internal
 
-/// A number, kept as its text: it is written byte for byte as it was parsed,
-/// and two numbers are equal if their texts are. Conversions read the text on
-/// every call. They never fail.
+/// A number, kept as its text. The text is written byte for byte as it was
+/// parsed. Two numbers are equal if their texts are equal. Conversions read the
+/// text on every call and do not throw.
 ///
-/// Constructors and setters throw std::bad_alloc when memory is exhausted; a
-/// setter that fails leaves the former text.
+/// Constructors, setters and toString() throw std::bad_alloc when memory is
+/// exhausted; a setter that fails leaves the former text.
 class __attribute__((visibility("default"))) JNumber
     : public JTypeBase<JType::Number> {
  public:
@@ -118,8 +118,9 @@ class __attribute__((visibility("default"))) JNumber
   }
 
   /// Replaces the text by the given one without the blanks at both ends, and
-  /// returns true. Returns false, and changes nothing, if it is no JSON number,
-  /// nan, inf, -inf or hexadecimal integer (0x and up to 16 digits).
+  /// returns true. Returns false, and changes nothing, if the given text is
+  /// none of these: a JSON number, nan, inf, -inf, a hexadecimal integer (0x
+  /// and 1 to 16 digits).
   bool fromString(const SafeString& text);
 
   /// Returns a copy of the text.
@@ -129,20 +130,20 @@ class __attribute__((visibility("default"))) JNumber
   /// changed or destroyed.
   std::string_view view() const;
 
-  /// Return the value, rounded toward zero. Out of range is the nearest limit,
-  /// not-a-number is 0. A hexadecimal text gives its low 32 bits, or its 64
-  /// bits.
+  /// Return the value, rounded toward zero: the nearest limit if it is out of
+  /// range, 0 if it is not-a-number. A hexadecimal text gives its low bits.
   int toInt() const;
   long long toLong() const;
 
   /// Returns the nearest double. A text with a fraction or an exponent that is
-  /// out of range gives an infinity or a zero of its sign. An integer is
-  /// converted by toLong() first: beyond 64 bits it is the nearest limit.
+  /// out of range gives an infinity or a zero of its sign. Integers are
+  /// converted by toLong() first: beyond 64 bits, the result is the nearest
+  /// limit.
   double toFloat() const;
 
-  /// Returns the value, or none if the type cannot hold it. Integer types take
-  /// only decimal and hexadecimal integers; float and double take the nearest
-  /// value of any text.
+  /// Returns the value, or none if the type cannot hold it. Integer types hold
+  /// only decimal and hexadecimal integers. float and double hold any number in
+  /// their range, as the nearest value.
   template <class T, class = std::enable_if_t<kIsInteger<T> ||
                                               kIsOneOf<T, float, double>>>
   std::optional<T> as() const {
@@ -161,7 +162,7 @@ class __attribute__((visibility("default"))) JNumber
 
   void setText(std::string_view text);
 
-  /// The text, built in place: its class is the library's own.
+  /// Storage for the text, whose class is internal.
   alignas(SafeString) unsigned char text_[sizeof(SafeString)];
 };
 

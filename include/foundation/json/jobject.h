@@ -13,19 +13,20 @@ namespace vorn::foundation::json {
 class Access;
 class MemberTable;
 
-/// Exactly std::string_view: types that convert to it use the other overloads.
+/// Enabled for std::string_view itself. Types that convert to std::string_view
+/// use the other overloads.
 template <class T>
 using ExactView = std::enable_if_t<std::is_same_v<T, std::string_view>>;
 
 /// A set of members, each a key with a value. Keys are unique and may hold any
 /// bytes. The object owns its values. It disposes a value when the member is
-/// replaced or removed, and all when the object is cleared or destroyed. No
-/// value is null.
+/// replaced or removed, and all values when the object is cleared or destroyed.
+/// No value is null.
 ///
-/// Members are enumerated in the order of a hash map, neither in that of
-/// insertion nor sorted. The order changes only when the object does. It is the
-/// same for keys(), clear(), clone(), the writer and the comparison; a copy may
-/// have another one.
+/// Members are enumerated in the order of a hash map: neither sorted nor in the
+/// order of insertion. The order changes only when the object changes. keys(),
+/// Cursor, clear(), clone(), the writer and the comparison use the same order.
+/// A copy may have another order.
 ///
 /// REQUIRES: a value that the object takes is in no other container, and not
 /// under that key already. The caller must not dispose it afterwards.
@@ -46,17 +47,17 @@ class __attribute__((visibility("default"))) JObject
     return find(key);
   }
 
-  /// Whether there is a member of that key.
+  /// Whether there is a member with the key.
   bool existed(const SafeString& key) const;
   template <class View, class = ExactView<View>>
   bool existed(View key) const {
     return find(key) != nullptr;
   }
 
-  /// Sets the member; a former value of that key is disposed. Takes ownership
-  /// of value; null is ignored. Throws std::bad_alloc when memory is exhausted;
-  /// then nothing changes and the caller still owns value. Replacing a member
-  /// needs no memory.
+  /// Sets the value of the member, and disposes its former value. Takes
+  /// ownership of value; null is ignored. Throws std::bad_alloc when memory is
+  /// exhausted; then nothing changes and the caller still owns value. Replacing
+  /// a member needs no memory.
   void setValue(const SafeString& key, JBase* value);
 
   /// Removes the member and disposes its value. Returns false if there is none.
@@ -70,14 +71,16 @@ class __attribute__((visibility("default"))) JObject
   /// object is changed or destroyed.
   class Cursor {
    public:
-    /// Behind the last member.
+    /// A cursor behind the last member.
     Cursor() = default;
 
+    /// A cursor at the first member, if there is one.
     explicit Cursor(const JObject& object) { step(&object); }
 
-    /// Whether the cursor is at a member. REQUIRES for all below: it is.
+    /// Whether the cursor is at a member.
     explicit operator bool() const { return member_ != nullptr; }
 
+    /// REQUIRES, also for value() and ++: the cursor is at a member.
     std::string_view key() const { return key_; }
     JBase* value() const { return value_; }
 
@@ -94,8 +97,8 @@ class __attribute__((visibility("default"))) JObject
     bool operator!=(const Cursor& other) const { return !(*this == other); }
 
    private:
-    /// Moves to the first member of the object; if it is null, to the next
-    /// member.
+    /// Moves to the first member of the object, or to the next member if object
+    /// is null.
     void step(const JObject* object);
 
     std::string_view key_;
@@ -126,7 +129,7 @@ class __attribute__((visibility("default"))) JObject
   MemberTable& members();
   const MemberTable& members() const;
 
-  /// The member table, built in place: its class is the library's own.
+  /// Storage for the member table, whose class is internal.
   alignas(void*) unsigned char members_[2 * sizeof(void*) +
                                         2 * sizeof(unsigned int)];
 };

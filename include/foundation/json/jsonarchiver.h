@@ -33,10 +33,10 @@ class __attribute__((visibility("default"))) JsonException
 ///
 /// - An archiver is empty at first. The first write, or a loaded text, makes it
 ///   a scalar, an array or an object; only fromString() changes that.
-/// - An element is appended one past the last, or replaced. A field is written
-///   once.
-/// - Data is JSON text in the dialect of JsonReader, and is one scalar, also if
-///   it is an array or object. A string is kept as it is.
+/// - A write at the index one past the last element appends an element; a write
+///   at a lower index replaces one. A field can be written only once.
+/// - Data is JSON text in the dialect of JsonReader. It counts as one scalar,
+///   even if it is an array or object. A string is kept as it is.
 /// - Fields are enumerated in the order of a hash map, as members of JObject
 ///   are.
 ///
@@ -48,12 +48,14 @@ class __attribute__((visibility("default"))) JsonException
 /// with one exception: the first write fixes the kind of the archiver even if
 /// it fails. Reads of another kind find nothing and do not throw.
 ///
-/// Out of memory: data counts as malformed if parsing it fails. Every other
-/// operation except fromString() throws std::bad_alloc, or, while the object
-/// monitor traces, also lang::Exception ("access null").
+/// When memory is exhausted:
+/// - data that cannot be parsed counts as malformed;
+/// - fromString() fails as described there;
+/// - every other operation throws std::bad_alloc, or, while the object monitor
+///   traces, lang::Exception ("access null").
 ///
-/// Written content may have more levels than a text, and strings with NUL
-/// bytes. It is rendered, but cannot be loaded again.
+/// Written content may have more levels than a text may have, and strings with
+/// NUL bytes. Such content is rendered, but its text cannot be loaded again.
 class __attribute__((visibility("default"))) JsonArchiver
     : public io::IArchiver {
  public:
@@ -63,12 +65,12 @@ class __attribute__((visibility("default"))) JsonArchiver
   JsonArchiver& operator=(const JsonArchiver&) = delete;
   ~JsonArchiver() override;
 
-  /// Drops the content, then loads the text. An object or array becomes an
+  /// Drops the content, then loads the text. An array or object becomes an
   /// archiver of that kind, with an archiver for each value in it; any other
-  /// value a scalar. Returns true on success. Returns false if the text is null
-  /// or malformed, or when memory is exhausted while it is read. Throws
-  /// std::bad_alloc when memory is exhausted afterwards. The archiver is empty
-  /// after each failure.
+  /// value becomes a scalar. Returns true on success. Returns false if the text
+  /// is null or malformed, or when memory is exhausted while the text is read.
+  /// Throws std::bad_alloc when memory is exhausted afterwards. After a failure
+  /// the archiver is empty.
   bool fromString(const char* text);
 
   /// The same with the text of a string, up to its first NUL byte.
@@ -78,8 +80,8 @@ class __attribute__((visibility("default"))) JsonArchiver
     return fromString(text.c_str());
   }
 
-  /// The same; the fault tells why and where a text was not read, as in
-  /// JsonReader. It is NoMemory if the call throws.
+  /// The same, and sets the fault as JsonReader does. If the call throws, the
+  /// kind is NoMemory.
   bool fromString(const char* text, JsonFault& fault);
   bool fromString(const SafeString& text, JsonFault& fault) {
     return fromString(text.c_str(), fault);
@@ -96,8 +98,8 @@ class __attribute__((visibility("default"))) JsonArchiver
   /// Whether the archiver is not empty.
   bool isValid() const;
 
-  /// Return the content as JSON text, on indented lines or on a single one. An
-  /// empty archiver gives an empty text.
+  /// Return the content as JSON text. format() writes indented lines,
+  /// compress() a single line. An empty archiver gives an empty text.
   SafeString format() const;
   SafeString compress() const;
 
@@ -116,8 +118,9 @@ class __attribute__((visibility("default"))) JsonArchiver
   io::IArchiver* writeArrayByField(const SafeString& field) override;
   io::IArchiver* writeObjectByField(const SafeString& field) override;
 
-  /// Replaces out by the characters of a string, without quotes or escapes, or
-  /// by the compressed JSON text of any other scalar.
+  /// If this is a scalar, sets out and returns true: to the characters of a
+  /// string, without quotes or escapes, or to the compressed JSON text of
+  /// another scalar. Else returns false.
   bool read(SafeString& out) override;
   io::IArchiver* readByIndex(unsigned int index) override;
   io::IArchiver* readByField(const SafeString& field) override;
@@ -127,7 +130,7 @@ class __attribute__((visibility("default"))) JsonArchiver
   std::vector<SafeString, debug::Allocator<SafeString>> fields() const override;
 
  private:
-  /// Replaces the content by a copy of the value; null empties the archiver.
+  /// Replaces the content by a copy of the value. Null empties the archiver.
   void load(const JBase* value);
 
   JsonArchiverPrivate* private_;

@@ -20,7 +20,8 @@ struct JsonFault {
 };
 
 /// Sets the offset, and its line and column in the text. LF, CR and CR LF each
-/// end a line. REQUIRES: text has at least offset bytes.
+/// end a line. REQUIRES: text has a byte at the offset; this may be a final
+/// NUL.
 inline void SetPlace(JsonFault& fault, const char* text, std::size_t offset) {
   const char* const end = text + offset;
   const char* line = text;

@@ -11,9 +11,9 @@
 
 namespace vorn::foundation::json {
 
-/// Lets the reader or archiver read a text of size bytes. A text without a NUL
-/// is copied, since the parser needs one. If the parser reads a value up to a
-/// NUL inside the text, that NUL is the fault.
+/// Lets the reader or archiver read a text of size bytes. Copies a text without
+/// a NUL, since the parser needs one at the end. A NUL inside the text is a
+/// fault, even if the parser can read a value in front of it.
 template <class Reader>
 __attribute__((no_sanitize("null"))) bool ReadSized(Reader& reader,
                                                     const char* text,
@@ -54,7 +54,7 @@ __attribute__((no_sanitize("null"))) bool ReadSized(Reader& reader,
 /// - `\\ \" \r \n \t` are the only escapes, read and written; any other
 ///   backslash is kept as it is. Strings may contain unescaped control
 ///   characters;
-/// - a literal ends with its last letter, whatever follows;
+/// - a literal ends with its last letter: `nullx` is malformed at the x;
 /// - numbers keep their text;
 /// - the last of several members with one key counts;
 /// - more than 1024 levels of containers are malformed;
@@ -70,14 +70,14 @@ class __attribute__((visibility("default"))) JsonReader {
   ~JsonReader();
 
   /// Disposes the former tree, then reads the text, one JSON value of any kind.
-  /// Returns true if the reader holds its tree. Returns false, and is empty, if
-  /// the text is null or malformed, or when memory is exhausted. Throws only
-  /// what a monitor throws while the former tree is disposed. Nothing is left
-  /// behind, also when the thread is cancelled while a monitor creates or
-  /// records an object or supplies memory.
+  /// Returns true if the reader then holds the tree of the text. Returns false,
+  /// and leaves the reader empty, if the text is null or malformed, or when
+  /// memory is exhausted. Throws only what a monitor throws while the former
+  /// tree is disposed. Nothing is left behind, also when the thread is
+  /// cancelled while a monitor creates or records an object or supplies memory.
   ///
-  /// While the object monitor traces: a value without memory is left out of its
-  /// array or object, and reading continues.
+  /// If the object monitor traces and has no memory for a value in an array or
+  /// object, leaves out the value and continues.
   bool fromString(const char* text);
 
   /// The same with the text of a string, up to its first NUL byte.
@@ -87,9 +87,9 @@ class __attribute__((visibility("default"))) JsonReader {
     return fromString(text.c_str());
   }
 
-  /// The same; the fault tells why and where a text was not read. Success
-  /// resets it, also if a value was left out. It is NoMemory if a monitor
-  /// throws.
+  /// The same, and sets the fault: to the reason and the place of a failure, or
+  /// to Kind::None on success, also if a value was left out. If a monitor
+  /// throws, sets it to Kind::NoMemory.
   bool fromString(const char* text, JsonFault& fault) {
     fault = JsonFault();
     fault.kind = JsonFault::Kind::NoMemory;
@@ -114,12 +114,12 @@ class __attribute__((visibility("default"))) JsonReader {
     return ReadSized(*this, text, size, fault);
   }
 
-  /// Returns the tree, or null. The reader keeps ownership; valid until the
-  /// next fromString() or reset(), or the end of the reader.
+  /// Returns the tree, or null if there is none. The reader keeps ownership;
+  /// valid until fromString() or reset(), or until the reader is destroyed.
   JBase* getJson() const;
 
-  /// Returns the tree, or null, and is empty then. The caller owns the result
-  /// and releases it with dispose().
+  /// Returns the tree, or null if there is none, and leaves the reader empty.
+  /// The caller owns the result and releases it with dispose().
   JBase* transfer();
 
   /// Whether the reader holds a tree.
@@ -128,9 +128,10 @@ class __attribute__((visibility("default"))) JsonReader {
   /// Disposes the tree, if there is one.
   void reset();
 
-  /// Return the text of the tree: one value a line, indented by four blanks a
-  /// level, or a single line without blanks. An empty reader gives an empty
-  /// text. Throw std::bad_alloc when memory is exhausted.
+  /// Return the text of the tree. format() puts each value on its own line,
+  /// indented by four blanks for each level; compress() writes a single line
+  /// without blanks. An empty reader gives an empty text. Throw std::bad_alloc
+  /// when memory is exhausted.
   SafeString format() const;
   SafeString compress() const;
 

@@ -22,15 +22,15 @@ class __attribute__((visibility("default"))) JString
   /// A copy of the text.
   explicit JString(const SafeString& text);
 
-  /// Takes the bytes of the text; a long text is not copied.
+  /// Moves the text into the string; a long text is not copied.
   explicit JString(SafeString&& text);
   ~JString() override;
 
   /// Returns a copy of the text.
   SafeString value() const;
 
-  /// Returns the text. The string keeps ownership; valid until setValue() or
-  /// the end of the string.
+  /// Returns the text. The string keeps ownership; valid until the string is
+  /// changed or destroyed.
   std::string_view view() const;
 
   /// Replaces the text by a copy of text.
@@ -42,7 +42,7 @@ class __attribute__((visibility("default"))) JString
  private:
   friend class Access;
 
-  /// The text, built in place: its class is the library's own.
+  /// Storage for the text, whose class is internal.
   alignas(SafeString) unsigned char text_[sizeof(SafeString)];
 };
 

@@ -29,22 +29,22 @@ inline bool Means(std::string_view step, std::string_view key) {
 
 }  // namespace json_internal
 
-/// Lends a value that may be absent. A lookup in an absent value, or in a value
-/// of another kind, returns an absent view. Valid as long as the value is. Only
-/// as() and value() of std::string and SafeString can throw std::bad_alloc.
+/// Lends a value that may be absent, and is valid as long as the value is. A
+/// lookup in an absent value, or in one of another kind, gives an absent view.
+/// Throws only std::bad_alloc, by as() and value() of std::string, SafeString.
 class View {
  public:
   View() = default;
   View(const JBase* value) : value_(value) {}
   View(const JsonReader& reader) : value_(reader.getJson()) {}
 
-  /// Whether there is a value, and the value, or null.
+  /// Whether there is a value; the value, or null if there is none.
   explicit operator bool() const { return value_ != nullptr; }
   const JBase* get() const { return value_; }
 
   bool is(JType type) const { return value_ && value_->type() == type; }
 
-  /// The number of elements or members.
+  /// Returns the number of elements or members, 0 for any other value.
   std::size_t size() const {
     if (const auto* array = to<JArray>()) return array->length();
     return is(JType::Object) ? to<JObject>()->length() : 0;
@@ -59,7 +59,7 @@ class View {
     return array->at(static_cast<unsigned int>(index));
   }
 
-  /// The value at a JSON Pointer (RFC 6901): "/wifi/a~1b". "" is this value.
+  /// Returns the value at a JSON Pointer (RFC 6901), "/wifi/a~1b"; "" is this.
   View at(std::string_view path) const {
     if (path.empty() || path[0] != '/') return path.empty() ? *this : View();
     path.remove_prefix(1);
@@ -68,9 +68,9 @@ class View {
     return found ? found.at(path.substr(step.size())) : found;
   }
 
-  /// The value of a boolean, a number or a string. Integer types read decimal
-  /// and hexadecimal integers, float and double read any number, rounded to the
-  /// nearest. Empty for another kind of value, or beyond the range of the type.
+  /// Returns the value of a boolean, a number or a string, or none if it is of
+  /// another kind or out of range. Integer types read decimal and hexadecimal
+  /// integers; float and double read any number, rounded to the nearest.
   template <class T, class = json_internal::Readable<T>>
   std::optional<T> as() const {
     if constexpr (std::is_same_v<T, bool>) {
@@ -83,8 +83,8 @@ class View {
     return std::nullopt;
   }
 
-  /// Like as(), or else the given value. A literal and a null const char* (the
-  /// empty text) give a std::string_view.
+  /// Like as(), but returns the given value instead of none. For a const char*,
+  /// returns a std::string_view; null stands for the empty text.
   template <class T, class = json_internal::Readable<T>>
   T value(T otherwise) const {
     return as<T>().value_or(std::move(otherwise));
@@ -94,7 +94,7 @@ class View {
   }
   std::string_view value(std::nullptr_t) const = delete;
 
-  /// for (View element : view), over an array.
+  /// For loops over an array: for (View element : view)
   struct Element {
     using iterator_category = std::input_iterator_tag;
     using value_type = View;
@@ -115,7 +115,7 @@ class View {
     return {nullptr, is(JType::Array) ? to<JArray>()->length() : 0};
   }
 
-  /// for (auto [key, value] : view.members()), over an object, as enumerated.
+  /// For loops over an object: for (auto [key, value] : view.members())
   struct Members {
     JObject::Cursor cursor;
 
