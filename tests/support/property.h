@@ -82,7 +82,8 @@ T* Make(Arguments&&... arguments) {
 
 // Failing requests ------------------------------------------------------------
 
-// How an operation ends: with a result, without one, or by an exception.
+// How an operation ends: with a result, without one or by any other exception,
+// or for want of memory.
 enum class End { Passed, Nothing, Exhausted, AccessNull };
 
 // operate() says whether it has a result.
@@ -92,8 +93,8 @@ End EndOf(Operation operate) try {
 } catch (const std::bad_alloc&) {
   return End::Exhausted;
 } catch (const vorn::foundation::lang::Exception& e) {
-  Require(e.what() == std::string_view("access null"), "the exception");
-  return End::AccessNull;
+  const bool null = e.what() == std::string_view("access null");
+  return null ? End::AccessNull : End::Nothing;
 }
 
 // A source, and whether all its requests from some number on fail.
