@@ -36,16 +36,13 @@ class StrictCheck {
     if (deep_ && whole && standard_) {
       PrintError(input_.Subject(), "RFC 8259 takes this text");
     }
-    if (!whole || deep_ || findings_ != 0) throw Failure{kNo};
+    if (!whole || findings_ != 0) throw Failure{kNo};
   }
 
  private:
   void Look(const Token& token) {
     const bool deep = scanner_.depth() > Scanner::kNestingLimit;
-    if (deep && !deep_) {
-      PrintErrorAt(input_.PlaceOf(token.offset), "Parse",
-                   "nesting is too deep");
-    }
+    if (deep && !deep_) Find(token.offset, "Parse", "nesting is too deep");
     deep_ |= deep;
     switch (token.kind) {
       case Token::kBegin:

@@ -74,20 +74,9 @@ bool Input::Fill() {
   end_ += static_cast<std::size_t>(count);
   buffer_[end_] = '\0';
   if (size_ > kLarge && (base_ + end_) >> 20 != before >> 20) {
-    ShowProgress(name_, base_ + end_, size_);
+    ShowProgress(base_ + end_, size_);
   }
   return !ended_;
-}
-
-void Input::Need(std::size_t count) {
-  while (end_ - at_ < count && Fill()) {
-  }
-}
-
-std::string_view Input::Ahead(std::size_t count) {
-  BeginToken();
-  Need(count);
-  return {data_ + at_, std::min(count, end_ - at_)};
 }
 
 bool Input::CanReadTwice() {

@@ -60,7 +60,11 @@ class Input {
   std::string_view Token() const { return {data_ + token_, at_ - token_}; }
 
   // Begins a token. Returns the next bytes, at most count, and skips nothing.
-  std::string_view Ahead(std::size_t count);
+  std::string_view Ahead(std::size_t count) {
+    BeginToken();
+    Need(count);
+    return std::string_view(data_, end_).substr(at_, count);
+  }
   bool StartsWith(std::string_view word) { return Ahead(word.size()) == word; }
 
   // Whether the text can be read twice: the input can seek, or the text fits
@@ -87,7 +91,10 @@ class Input {
  private:
   bool Fill();
   void MoveWindow();
-  void Need(std::size_t count);
+  void Need(std::size_t count) {
+    while (end_ - at_ < count && Fill()) {
+    }
+  }
 
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 

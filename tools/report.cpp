@@ -11,11 +11,10 @@ using namespace vjson;
 
 namespace {
 
-bool colors = false;
 bool progress_shown = false;
 bool progress_ended = false;
 
-const char* Color(const char* code) { return colors ? code : ""; }
+const char* Color(const char* code) { return error_colors ? code : ""; }
 
 }  // namespace
 
@@ -25,8 +24,6 @@ bool vjson::UsesColors(std::string_view when, int file) {
   const char* const none = std::getenv("NO_COLOR");
   return isatty(file) != 0 && (none == nullptr || *none == '\0');
 }
-
-void vjson::SetErrorColors(bool use) { colors = use; }
 
 void vjson::PrintError(std::string_view subject, const SafeString& message) {
   ClearProgress();
@@ -52,14 +49,10 @@ void vjson::PrintErrorAt(const Place& place, const char* rule,
   if (!hint.empty()) std::fprintf(stderr, "hint: %s\n", hint.c_str());
 }
 
-void vjson::ShowProgress(const char* file, std::uint64_t done,
-                         std::uint64_t all) {
-  constexpr std::size_t kWidth = 40;  // all fits on a line of 80 columns
+void vjson::ShowProgress(std::uint64_t done, std::uint64_t all) {
   constexpr std::uint64_t kMega = 1'000'000;
-  const std::string_view name = file;
   if (progress_ended || isatty(STDERR_FILENO) == 0) return;
-  std::fprintf(stderr, "\r%s: %" PRIu64 " of %" PRIu64 " MB\033[K",
-               Excerpt(name, name.size(), kWidth).text.c_str(), done / kMega,
+  std::fprintf(stderr, "\r%" PRIu64 " of %" PRIu64 " MB\033[K", done / kMega,
                all / kMega);
   progress_shown = true;
 }

@@ -31,8 +31,8 @@ struct Failure {
 // terminal and the environment has no NO_COLOR. Other words end the command.
 bool UsesColors(std::string_view when, int file);
 
-// Prints the messages that follow with or without colours.
-void SetErrorColors(bool colors);
+// Whether messages have colours.
+inline bool error_colors = false;
 
 // Prints the message on one line, with the subject as it is shown.
 void PrintError(std::string_view subject, const SafeString& message);
@@ -60,7 +60,7 @@ void PrintErrorAt(const Place& place, const char* rule,
 // Shows on a line of the terminal how much of a large file has been read. The
 // next message, or ClearProgress(), removes the line; for good, no other is
 // shown.
-void ShowProgress(const char* file, std::uint64_t done, std::uint64_t all);
+void ShowProgress(std::uint64_t done, std::uint64_t all);
 void ClearProgress(bool for_good = false);
 
 // Runs the work up to its end or an error, whose status counts.

@@ -10,11 +10,12 @@ using vorn::foundation::text::StringUtils;
 void vjson::Refuse(Input& input, std::string_view rule,
                    std::string_view message) {
   const Position position = input.PositionOf(input.Offset());
-  JsonFault fault;
-  fault.kind = JsonFault::Kind::Malformed;
-  fault.offset = static_cast<std::size_t>(input.Offset());
-  fault.line = static_cast<unsigned int>(position.line);
-  fault.column = static_cast<unsigned int>(position.column);
+  JsonFault fault{JsonFault::Kind::Malformed,
+                  static_cast<std::size_t>(input.Offset()),
+                  static_cast<unsigned int>(position.line),
+                  static_cast<unsigned int>(position.column),
+                  "",
+                  ""};
   rule.copy(fault.rule, sizeof fault.rule - 1);
   message.copy(fault.message, sizeof fault.message - 1);
   throw JsonFault(fault);
@@ -114,17 +115,6 @@ Token::Kind Scanner::TakeValue(char byte) {
   }
 }
 
-Token::Kind Scanner::Close() {
-  open_.pop_back();
-  return Pass(State::kBehind, Token::kEnd);
-}
-
-Token::Kind Scanner::Pass(State state, Token::Kind kind) {
-  input_.Skip();
-  state_ = state;
-  return kind;
-}
-
 // A backslash escapes a quotation mark or backslash. Any other byte behind a
 // backslash stands for itself.
 Token::Kind Scanner::TakeString(Token::Kind kind) {
@@ -141,12 +131,6 @@ Token::Kind Scanner::TakeString(Token::Kind kind) {
   } while (byte != '"');
   input_.Skip();
   return kind;
-}
-
-bool Scanner::TakeWord(std::string_view word) {
-  const bool here = input_.StartsWith(word);
-  if (here) input_.Skip(word.size());
-  return here;
 }
 
 Token::Kind Scanner::TakeNumber() {

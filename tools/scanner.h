@@ -67,10 +67,21 @@ class Scanner {
   Token::Kind TakeElement(char byte);
   Token::Kind TakeBehind(char byte);
   Token::Kind TakeValue(char byte);
-  Token::Kind Close();
-  Token::Kind Pass(State state, Token::Kind kind);
+  Token::Kind Close() {
+    open_.pop_back();
+    return Pass(State::kBehind, Token::kEnd);
+  }
+  Token::Kind Pass(State state, Token::Kind kind) {
+    input_.Skip();
+    state_ = state;
+    return kind;
+  }
   Token::Kind TakeString(Token::Kind kind);
-  bool TakeWord(std::string_view word);
+  bool TakeWord(std::string_view word) {
+    const bool here = input_.StartsWith(word);
+    if (here) input_.Skip(word.size());
+    return here;
+  }
   Token::Kind TakeNumber();
 
   Input& input_;

@@ -5,6 +5,7 @@
 #include <cwchar>
 #include <iterator>
 #include <locale>
+#include <utility>
 
 #include <foundation/json/json.h>
 #include <foundation/text/stringutils.h>
@@ -55,20 +56,16 @@ void AppendCodePoint(char32_t code, SafeString& text) {
 
 // What is shown ---------------------------------------------------------------
 
-struct Range {
-  unsigned int first, last;
-};
-
 // Control characters except the tab, and invisible characters that change the
 // order or the lines of the text around: U+202E shows it from right to left.
-constexpr Range kHidden[] = {
+constexpr std::pair<unsigned int, unsigned int> kHidden[] = {
     {0x00, 0x08},     {0x0A, 0x1F},      {0x7F, 0x9F},     {0x061C, 0x061C},
     {0x200B, 0x200B}, {0x200E, 0x200F},  {0x2028, 0x202E}, {0x2060, 0x206F},
     {0xFEFF, 0xFEFF}, {0xE0000, 0xE007F}};
 
 bool IsHidden(unsigned int code) {
-  const auto has = [code](const Range& range) {
-    return range.first <= code && code <= range.last;
+  const auto has = [code](const auto& range) {
+    return range.first <= code && code <= range.second;
   };
   return code == Character::kNone ||
          std::any_of(std::begin(kHidden), std::end(kHidden), has);

@@ -50,8 +50,8 @@ Arguments Parse(int argc, char** argv) {
   bool options = true;
   for (int i = 1; i < argc; ++i) {
     const std::string_view word = argv[i];
-    if (!options || word[0] != '-' || word.find_first_of("0123456789") == 1 ||
-        word == "-") {
+    if (!options || word.substr(0, 1) != "-" || word == "-" ||
+        word.find_first_of("0123456789") == 1) {
       arguments.operands.push_back(argv[i]);
     } else if (word == "--") {
       options = false;
@@ -77,39 +77,35 @@ void CheckOptions(std::string_view command, const Arguments& arguments) {
   }
 }
 
-// The command. Removes its name from the operands, and adds a file to them if
-// none is named.
-const Entry& TakeCommand(Arguments& arguments) {
+const Entry& FindCommand(std::string_view name) {
+  for (const Entry& entry : kCommands) {
+    if (entry.name == name) return entry;
+  }
+  Fail(name, "unknown command; see vjson --help");
+}
+
+// Runs the command that is the first operand. If no file is named, adds one.
+void Run(Arguments& arguments, Output& output) {
   auto& operands = arguments.operands;
+  if (arguments.Has("-h") || arguments.Has("--help")) {
+    return output.Write(kHelp);
+  }
+  if (arguments.Has("--version")) {
+    return output.WriteLine("vjson " VJSON_VERSION);
+  }
   if (operands.empty()) {
     Fail("usage", "vjson [OPTION] COMMAND [FILE]...; see vjson --help");
   }
-  const std::string_view name = operands[0];
-  const Entry* const entry =
-      std::find_if(std::begin(kCommands), std::end(kCommands),
-                   [&](const Entry& row) { return row.name == name; });
-  if (entry == std::end(kCommands)) {
-    Fail(name, "unknown command; see vjson --help");
-  }
+  const auto& [name, fewest, most, run] = FindCommand(operands[0]);
   CheckOptions(name, arguments);
   operands.erase(operands.begin());
-  if (operands.size() < entry->fewest || operands.size() > entry->most) {
+  if (operands.size() < fewest || operands.size() > most) {
     Fail(name, "wrong number of arguments; see vjson --help");
   }
-  if (operands.size() == entry->fewest) {
+  if (operands.size() == fewest) {
     operands.insert(name == "equal" ? operands.end() : operands.begin(), "-");
   }
-  return *entry;
-}
-
-void Run(Arguments& arguments, Output& output) {
-  if (arguments.Has("-h") || arguments.Has("--help")) {
-    output.Write(kHelp);
-  } else if (arguments.Has("--version")) {
-    output.WriteLine("vjson " VJSON_VERSION);
-  } else {
-    TakeCommand(arguments).run(arguments, output);
-  }
+  run(arguments, output);
 }
 
 // Prints what is still alive.
@@ -129,7 +125,7 @@ int main(int argc, char** argv) {
   Try([&] {
     Arguments arguments = Parse(argc, argv);
     report = arguments.Has("--report");
-    SetErrorColors(UsesColors(arguments.colors, STDERR_FILENO));
+    error_colors = UsesColors(arguments.colors, STDERR_FILENO);
     Output output(STDOUT_FILENO, UsesColors(arguments.colors, STDOUT_FILENO));
     Try([&] { Run(arguments, output); });
     output.Flush();
