@@ -106,8 +106,8 @@ SafeString vjson::Mask(std::string_view text, Mark mark) {
     } else if (mark != Mark::kBytes) {
       shown += '?';
     } else {
-      for (const unsigned char byte : bytes) {
-        shown += StringUtils::_InternalFormat("\\x%02x", byte);
+      for (const char byte : bytes) {
+        shown += StringUtils::_InternalFormat("\\x%02x", byte & 0xFF);
       }
     }
     text.remove_prefix(size);
