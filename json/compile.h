@@ -5,9 +5,9 @@ namespace vorn::foundation::json {
 class JBase;
 
 // Reads one JSON value from the NUL-terminated text at the cursor. Only blanks
-// and comments may follow it. The caller owns the result and releases it with
-// dispose(). Returns null if there is no memory for the value itself while the
-// object monitor traces.
+// and comments may follow the value. The caller owns the result and releases it
+// with dispose(). Returns null if the object monitor traces and has no memory
+// for the value itself.
 //
 // Throws lang::Exception(rule, message) if the text is malformed. The cursor is
 // then on the first byte that no rule takes: the first byte of a number, the

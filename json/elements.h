@@ -11,12 +11,12 @@ namespace vorn::foundation::json {
 
 class JBase;
 
-// A list of pointers to values, in the room of three pointers. Up to two
-// pointers stand in that room and need no memory; more are in a block. The user
-// of the list owns the values.
+// A list of pointers to values, of the size of three pointers. Up to two
+// elements are stored inside and need no memory; more are stored in a block.
+// The user of the list owns the values.
 //
-// The first word is the address of the block, which is even, or, without a
-// block, twice the number of pointers plus one.
+// The first word is the address of the block, which is even. Without a block,
+// it is twice the number of elements plus one.
 class Elements {
  public:
   Elements() = default;
@@ -40,8 +40,8 @@ class Elements {
   JBase* const* begin() const { return const_cast<Elements*>(this)->begin(); }
   JBase* const* end() const { return begin() + size(); }
 
-  // Makes room for count pointers in all. Throws std::bad_alloc when memory is
-  // exhausted, and then changes nothing.
+  // Makes room for count pointers in total. Throws std::bad_alloc when memory
+  // is exhausted, and then changes nothing.
   void Reserve(std::size_t count) {
     if (count <= Capacity()) return;
     JBase** const block = debug::Allocator<JBase*>().allocate(count);
@@ -51,15 +51,16 @@ class Elements {
     HoldBlock(block, former.size(), count);
   }
 
-  // Adds the pointer, and makes room for others if it needs a larger block.
-  // Throws as Reserve() does.
+  // Adds the pointer. Doubles the room if the list is full; throws as Reserve()
+  // does.
   void Append(JBase* element) {
     if (size() == Capacity()) Reserve(2 * size());
     *end() = element;
     Resize(size() + 1);
   }
 
-  // REQUIRES: there is room for count pointers.
+  // Sets the number of pointers. Added ones are not set. REQUIRES: there is
+  // room for count pointers.
   void Resize(std::size_t count) {
     if (IsInside()) {
       word_ = 2 * count + 1;
@@ -73,7 +74,8 @@ class Elements {
     std::swap(rest_, other.rest_);
   }
 
-  // Refers to pointers that somebody else stores. REQUIRES: the list is empty.
+  // Makes the list refer to pointers in a block that it does not own. REQUIRES:
+  // the list is empty.
   void Borrow(JBase** first, std::size_t count) { HoldBlock(first, count, 0); }
 
  private:

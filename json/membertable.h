@@ -14,18 +14,18 @@
 namespace vorn::foundation::json {
 
 // The members of an object or an object archiver: a table from unique keys to
-// values. It enumerates them in exactly the order of std::unordered_map of the
-// GNU standard library. It owns keys and nodes, in memory of the tracked
-// allocator. The user of the table owns the values.
+// values. The table enumerates the members in exactly the order of
+// std::unordered_map of the GNU standard library. It owns keys and nodes, in
+// memory of the tracked allocator. The user of the table owns the values.
 //
 // As in that map, the members form one forward list. The members of a bucket
 // are consecutive and form its chain. A new member is inserted in front of the
 // first one of its bucket, or at the front of the list if its bucket is empty.
 // A small table has no buckets: the list is searched.
 //
-// Everybody knows the hash, so keys of one bucket are easily made. Before a
-// chain grows long, the table gets an index with a secret hash. A member that
-// needs the index is refused if there is no memory for the index.
+// The hash is public, so anybody can make keys of one bucket. Before a chain
+// grows long, the table gets an index with a secret hash. If there is no memory
+// for the index, the member that needs it is refused.
 class MemberTable {
  public:
   class Node;
@@ -117,14 +117,15 @@ class MemberTable {
   // std::bad_alloc when memory is exhausted.
   static Handle Make(const Key& key);
 
-  // Makes nodes in blocks for several. Each node is released by itself; the
-  // last one takes the block along.
+  // Makes several nodes in one block. Each node is released separately. The
+  // block is released with its last node, if the batch has finished the block.
   class Batch {
    public:
-    // Of a block: what a node keeps that stays alone. Room for some 16.
+    // The largest block, in bytes: about 16 nodes. One remaining node keeps the
+    // whole block.
     static constexpr std::size_t kLargest = 960;
 
-    // What a node takes of a block.
+    // Returns the bytes that a node of the key takes of a block.
     static std::size_t SizeOf(std::string_view key);
 
     Batch() = default;
@@ -132,16 +133,16 @@ class MemberTable {
     Batch& operator=(const Batch&) = delete;
     ~Batch() { Finish(); }
 
-    // Takes a block for nodes of that size together. Throws std::bad_alloc when
-    // memory is exhausted.
+    // Starts a new block for nodes of that total size. Throws std::bad_alloc
+    // when memory is exhausted.
     void Start(std::size_t size);
 
-    // Makes a node, in a block of its own where this one has no room. Throws as
-    // MemberTable::Make() does.
+    // Makes a node in the block or, if the block has no room, in a block of its
+    // own. Throws as MemberTable::Make() does.
     Handle Make(const Key& key);
 
-    // The same for the key of a member. Starts with those that follow the
-    // member as well.
+    // Makes a node with the key of the member. If the block is full, first
+    // starts a block for this member and those behind it.
     Handle MakeLike(const Node& member);
 
    private:
@@ -151,9 +152,9 @@ class MemberTable {
     static void Drop(Head* head);
     void Finish();
 
-    Head* head_ = nullptr;  // of the block for new nodes, which it shares
-    char* next_ = nullptr;  // where the next one goes
-    std::size_t left_ = 0;  // bytes of room
+    Head* head_ = nullptr;  // of the block; the batch is one of its users
+    char* next_ = nullptr;  // the place of the next node
+    std::size_t left_ = 0;  // bytes of room in the block
   };
 
   // Inserts the node and takes ownership of it. Throws std::bad_alloc when
@@ -169,8 +170,8 @@ class MemberTable {
   void clear();
 
  private:
-  // The number of buckets of an empty map. So few are not stored: the list is
-  // searched from its front.
+  // The number of buckets of an empty map. A table with so few does not store
+  // them: it searches the list from the front.
   static constexpr unsigned int kFirstBuckets = 13;
 
   class Index;

@@ -6,8 +6,9 @@
 
 namespace vorn::foundation::json {
 
-// Whether both texts have the same bytes. Compares words, of which the last
-// overlaps the one before it: most texts are too short for a call to memcmp().
+// Whether both texts have the same bytes. Most texts are too short for a call
+// of memcmp(), so this compares words. The last word overlaps the one before
+// it.
 inline bool SameText(std::string_view first, std::string_view second) {
   using Word = std::size_t;
   const std::size_t size = first.size();

@@ -12,11 +12,11 @@
 
 namespace vorn::foundation::json {
 
-// The text of a number or a string, in the room of one SafeString. A short text
-// stands in that room and needs no memory; a long one is in a SafeString.
+// The text of a number or a string, of the size of one SafeString. A short text
+// is stored inside and needs no memory; a long text is stored in a SafeString.
 //
-// The first byte is odd for a short text, and holds its size. A SafeString
-// begins with the address of its characters, which is even if they have a
+// The first byte of a short text is odd, and holds the size. A SafeString
+// begins with the address of its characters, which is even if they are in a
 // block.
 class StoredText {
  public:
@@ -52,21 +52,21 @@ class StoredText {
     text.copy(Shorten(text.size()), text.size());
   }
 
-  // The same with another text of this kind. A short one is copied as a whole.
+  // The same for another StoredText. Copies a short text as a whole.
   void Set(const StoredText& other) {
     if (const SafeString* const text = other.string()) return Set(*text);
     Shorten(0);
     std::memcpy(room_, other.room_, sizeof room_);
   }
 
-  // Like the first, but takes a long text from the SafeString without a copy.
+  // Like Set(), but moves a long text, without a copy.
   void Take(SafeString&& text) {
     if (text.size() <= kLongestShort) return Set(text);
     Shorten(0);
     ::new (static_cast<void*>(room_)) SafeString(std::move(text));
   }
 
-  // Replaces the text by a short one of that size, and returns the place of its
+  // Replaces the text by a short text of that size. Returns the place of its
   // bytes, which are not set.
   char* Shorten(std::size_t size) {
     if (const SafeString* const text = string()) text->~SafeString();
@@ -76,8 +76,8 @@ class StoredText {
     return reinterpret_cast<char*>(room_) + 1;
   }
 
-  // Whether both texts are the same. Short ones are compared word by word: the
-  // bytes of the last word behind the text are 0.
+  // Whether both texts have the same bytes. Compares short texts word by word:
+  // in the last word, the bytes behind the text are 0.
   friend bool operator==(const StoredText& first, const StoredText& second) {
     const Word begin = first.WordAt(0);
     if (begin % 2 == 0) {

@@ -7,11 +7,11 @@
 namespace vorn::foundation::debug {
 
 // Blocks of memory with a guard word behind their last byte. FreeGuarded()
-// checks the guard: a write past the end of the block damages it, and a wrong
-// byte count looks for it in the wrong place.
+// checks the guard. A write past the end of the block damages the guard; with a
+// wrong byte count, the guard is looked for in the wrong place.
 
-// The guard depends on the byte count, so a wrong count that points at the
-// guard of another block fails, too.
+// The guard depends on the byte count, so a wrong count fails even if it leads
+// to the guard of another block.
 inline std::uint32_t GuardOf(unsigned int bytes) {
   return std::uint32_t{0xC5F19A36} ^ bytes;
 }

@@ -14,14 +14,15 @@
 #include "shadow.h"
 #include "threads.h"
 
-// The list of live objects. The slot of an object's address in the shadow holds
-// the number of its origin and one bit: in which half of the granule the object
-// begins. Objects that cannot have a slot are strays, in a map under a mutex:
-// - those at an address off malloc's alignment, or above the 48 bits of the
-//   shadow;
-// - two that begin in one granule, which blocks of malloc never do;
-// - those of the origin "more tags", whose sizes differ.
-// The slot of a stray, if its address has one, holds kElsewhere.
+// The list of live objects. The shadow (shadow.h) has a slot for each granule
+// of memory. The slot of an object's address holds the number of the object's
+// origin, and one bit for the half of the granule in which the object begins.
+// Objects that cannot have a slot are strays, in a map under a mutex:
+// - objects at an address without malloc's alignment, or above the 48 bits of
+//   the shadow;
+// - two objects that begin in one granule, which blocks of malloc never do;
+// - objects of the origin "more tags", whose sizes differ.
+// The slot of a stray's address, if there is one, holds kElsewhere.
 namespace vorn::foundation::debug::internal {
 
 constexpr std::uintptr_t kAlignment = 1U << (kGranuleBits - 1);
@@ -72,8 +73,8 @@ inline bool Change(Slot& slot, std::uint16_t from, std::uint16_t to,
                                       std::memory_order_relaxed);
 }
 
-// Records an object in its slot. An object that was released unreported at the
-// same address is forgotten. Returns false, and records nothing, if the object
+// Records an object in its slot. Forgets an object at the same address whose
+// release was not reported. Returns false, and records nothing, if the object
 // has no slot yet or must be a stray.
 inline bool RecordInSlot(Slot* slot, std::uintptr_t address,
                          const Origin& origin) {
@@ -81,7 +82,7 @@ inline bool RecordInSlot(Slot* slot, std::uintptr_t address,
   const std::uint16_t value = slot->load(std::memory_order_relaxed);
   if (value != 0 && !IsFrom(value, address)) return false;
   const bool is_alone = IsOnlyThread();
-  origin.made.Add(1, is_alone);  // before it is alive
+  origin.made.Add(1, is_alone);  // before the object counts as alive
   if (Change(*slot, value, ValueOf(address, origin.number), is_alone)) {
     return true;
   }

@@ -9,7 +9,7 @@
 // States: the counts of all origins at one moment. Marks: states with a name.
 namespace vorn::foundation::debug::internal {
 
-// The objects of one origin. made - alive of them were freed.
+// The counts of one origin. made - alive objects were freed.
 struct Count {
   std::uint64_t made = 0;
   std::size_t alive = 0;
@@ -21,7 +21,7 @@ struct State {
   std::size_t unknown = 0;  // releases of objects that were not in the list
 };
 
-// Returns the present state. Every object that it counts as alive it counts as
+// Returns the present state. Every object that counts as alive also counts as
 // made. Throws std::bad_alloc when memory is exhausted.
 State StateNow();
 

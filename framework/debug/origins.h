@@ -8,9 +8,9 @@
 // The origins of objects: every tag and size that objects were created with.
 namespace vorn::foundation::debug::internal {
 
-// The place that creates objects of one size. It is found by the addresses of
-// its texts and printed from copies, since the library that holds the texts may
-// be unloaded. Never released.
+// A tag and a size of objects. An origin is found by the addresses of its
+// texts. It is printed from copies, since the library that holds the texts may
+// be unloaded. Origins are never released.
 struct Origin {
   bool Is(const char* at_file, int at_line, const char* at_function,
           unsigned int of_size) const {
@@ -33,11 +33,11 @@ struct Origin {
 // added under one.
 class Origins {
  public:
-  // The most numbers that the list of live objects has bits for.
+  // The largest number that the list of live objects has bits for.
   static constexpr unsigned int kMost = 0x7FFF;
 
-  // The number of the origin "more tags", which exists from the start. It takes
-  // the objects of all origins beyond kMost; they have any size.
+  // The number of the origin "more tags", which exists from the start. It has
+  // the objects of all tags beyond kMost, of any size.
   static constexpr unsigned int kMore = 0;
 
   // Returns the origin, or null if it is new.

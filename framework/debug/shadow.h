@@ -5,14 +5,15 @@
 #include <cstdint>
 #include <cstdlib>
 
-// A shadow of memory: a number of 16 bits for each granule of memory, found by
-// the position of the granule. A granule has the size of malloc's smallest
-// block, so no two blocks begin in the same granule. A tree of pointers leads
-// to leaves of 8 KiB, each for 4096 granules. A leaf is allocated, with all
-// numbers 0, when one of them is first needed; it is never released. Finding a
-// number takes no lock while other threads add leaves.
+// A shadow of memory: for each granule of memory a slot, a number of 16 bits,
+// found by the address of the granule. A granule has the size of malloc's
+// smallest block, so no two blocks begin in the same granule. A tree of
+// pointers leads to leaves of 8 KiB, each with the slots of 4096 granules. A
+// leaf is allocated, with all slots 0, when one of its slots is first needed.
+// It is never released. Finding a slot takes no lock, even while other threads
+// add leaves.
 //
-// gdb/libjson-gdb.py reads the tree from `shadow` by the names in here.
+// gdb/libjson-gdb.py reads the tree from `shadow`, by the names in this file.
 namespace vorn::foundation::debug::internal {
 
 using Slot = std::atomic<std::uint16_t>;
@@ -46,8 +47,8 @@ struct Tree<true> {
 using Root = Tree<sizeof(void*) == 8>::Type;
 extern Root shadow;
 
-// The bits that no address in the shadow has. Where there are 64 bits, these
-// are the upper 16.
+// The bits that are 0 in every address with a slot: the upper 16 of 64 bits,
+// none of 32 bits.
 constexpr std::uintptr_t kOutside =
     Root::kTop < 8 * sizeof(void*)
         ? ~std::uintptr_t{0} << (Root::kTop % (8 * sizeof(void*)))
@@ -65,8 +66,8 @@ std::atomic<Child*>& PlaceOf(Node<Child, kBits, kShift>& node,
   return node.children[(address >> kShift) & ((1U << kBits) - 1)];
 }
 
-// Returns the granule's slot, or null if its leaf was never made. REQUIRES: the
-// address has none of the bits kOutside.
+// Returns the slot of the address, or null if its leaf was never made.
+// REQUIRES: the address has none of the bits kOutside.
 template <class Child, unsigned int kBits, unsigned int kShift>
 [[gnu::always_inline]] inline Slot* FindSlot(Node<Child, kBits, kShift>& node,
                                              std::uintptr_t address) {
@@ -99,8 +100,8 @@ Slot* FindOrMakeSlot(Node<Child, kBits, kShift>& node, std::uintptr_t address) {
   return child == nullptr ? nullptr : FindOrMakeSlot(*child, address);
 }
 
-// Calls visit(value) for each number that is not 0. visit() sees all that the
-// storing thread did before it stored the number.
+// Calls visit(value) for the value of each slot that is not 0. visit() sees all
+// that the storing thread did before it stored the value.
 template <class Visit>
 void ForEachSlot(const Leaf& leaf, Visit visit) {
   for (const Slot& slot : leaf.slots) {

@@ -8,7 +8,7 @@
 #include <sys/single_threaded.h>
 #endif
 
-// What the monitors share among threads. Nothing here spins or yields.
+// Counters and mutexes that threads share. Nothing here spins or yields.
 namespace vorn::foundation::debug::internal {
 
 // Whether the calling thread is the only one of the process. If so, it sees all
@@ -43,8 +43,8 @@ class Counter {
 };
 
 // The mutexes of the monitors. A thread holds one at a time, and none while it
-// runs a caller's code. fork() holds all of them, so the child finds them free
-// and what they guard complete.
+// runs a caller's code. fork() holds all mutexes, so the child finds them free,
+// and finds the data that they guard complete.
 struct Mutexes {
   std::mutex origins;
   std::mutex strays;

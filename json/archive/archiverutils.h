@@ -6,8 +6,9 @@
 
 namespace vorn::foundation::json {
 
-// Makes and destroys typed archivers. One exception: if the first write to a
-// child or its insertion throws, the guard of the child releases it.
+// Makes and destroys typed archivers. All archivers are destroyed here, with
+// one exception: if the first write to a child or its insertion throws, the
+// child's guard releases the child.
 class ArchiverUtils {
  public:
   // Returns an empty archiver of the kind. The caller owns the result. Throws
@@ -26,8 +27,8 @@ class ArchiverUtils {
 // Guards a child that is not inserted yet.
 using Child = generic::ScopedPointer<ITypedArchiver>;
 
-// Makes a child of the kind and writes the data or the text into it, if one of
-// them is not null.
+// Makes a child of the kind. Writes the data or the text into the child, if one
+// of them is not null.
 void MakeChild(Child& child, ArchiverKind kind, const SafeString* data,
                const SafeString* text);
 

@@ -6,12 +6,12 @@
 
 namespace vorn::foundation::json {
 
-// The archiver of one value of any kind, also an array or object. Only read()
-// and snapshot() use its content. It owns the value, which is never null.
+// The archiver of one value of any kind, also an array or object. It owns the
+// value, which is never null. Only read() and snapshot() look into the value.
 class GenericArchiver : public ITypedArchiver {
  public:
-  // Holds a new JNull. This and all below that make a value throw
-  // std::bad_alloc when memory is exhausted.
+  // Holds a new JNull. All functions that make a value throw std::bad_alloc
+  // when memory is exhausted.
   GenericArchiver();
 
   // Holds a copy of source.

@@ -44,8 +44,8 @@ class ITypedArchiver : public io::IArchiver {
 
   // Returns a tree of values with a copy of the whole content. The caller owns
   // the result and releases it with dispose(). Throws std::bad_alloc when
-  // memory is exhausted. While the object monitor traces and has no memory for
-  // the value itself, a scalar or an empty container returns null instead, any
+  // memory is exhausted. If the object monitor traces and has no memory for the
+  // value itself, a scalar or an empty container returns null instead; any
   // other container throws lang::Exception ("access null").
   virtual JBase* snapshot() const = 0;
 };

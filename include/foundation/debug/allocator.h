@@ -19,10 +19,10 @@ class __attribute__((visibility("default"))) Allocator {
   template <class U>
   Allocator(const Allocator<U>&) noexcept {}
 
-  /// Returns memory for count objects; only for a count of 0 may it be null.
-  /// The caller owns the memory and releases it with deallocate(). Throws
-  /// std::bad_alloc when no memory is left, or when the byte count does not fit
-  /// into an unsigned int.
+  /// Returns memory for count objects, never null unless count is 0. The caller
+  /// owns the memory and releases it with deallocate(). Throws std::bad_alloc
+  /// when no memory is left, or when the byte count does not fit into an
+  /// unsigned int.
   T* allocate(std::size_t count) {
     if (count > std::numeric_limits<unsigned int>::max() / sizeof(T)) {
       throw std::bad_alloc();

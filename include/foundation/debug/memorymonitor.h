@@ -21,9 +21,8 @@ class __attribute__((visibility("default"))) MemoryMonitor {
   /// requested.
   static std::size_t LiveBytes();
 
-  /// PeakBytes() returns the most bytes that were allocated at a time since the
-  /// start of the program or the last ResetPeak(), which sets the peak to
-  /// LiveBytes().
+  /// Returns the largest value of LiveBytes() since the start of the program,
+  /// or since the last ResetPeak(), which sets the peak to LiveBytes().
   static std::size_t PeakBytes();
   static void ResetPeak();
 };

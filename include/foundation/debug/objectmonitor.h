@@ -12,8 +12,8 @@ struct LeakInfo {
   unsigned int size;       ///< in bytes, as reported to _IncLeak()
 };
 
-/// The layout of a report: columns for a reader, or, for a program, fields
-/// between tabs with their names in the first line.
+/// The layout of a report. Text: columns, for people. Tabs: fields between
+/// tabs, with their names in the first line, for programs.
 enum class ReportLayout { Text, Tabs };
 
 /// Keeps the list of live objects, each with the source file, line and function
@@ -22,19 +22,20 @@ enum class ReportLayout { Text, Tabs };
 /// block when it is released. Programs use Create() and Destroy() of tracked.h,
 /// which make these calls in the right order.
 ///
-/// Safe to call from several threads. Recording and releasing an object take no
-/// lock if its tag is known and its address is one of malloc's.
+/// Safe to call from several threads. Recording and releasing an object take a
+/// lock only if its tag is new, if the list grows, or if its address is not one
+/// of malloc's.
 ///
-/// The list allocates 8 KiB for each 128 KiB of memory (64 KiB on 32 bits) that
-/// an object has been in, and never releases them. An object at an address that
-/// is none of malloc's may take an entry of its own.
+/// The list allocates 8 KiB for each 128 KiB of memory (64 KiB on 32 bits) in
+/// which an object has ever been. It never releases them. An object at an
+/// address that is not one of malloc's may take memory of its own.
 ///
 /// The monitor finds a tag by the addresses of its texts, its line and the size
-/// of the object, and prints copies of the texts, made when the tag is first
-/// used. The texts must not change, and may go when their library is unloaded.
-/// A library that is loaded in its place later is counted under the former tags
-/// where addresses, line and size are the same. Tags beyond the 32,767th are
-/// counted together, as "more tags".
+/// of the object. It copies the texts when the tag is new, and prints the
+/// copies. So the texts must not change while the tag is in use, but may be
+/// unloaded with their library. If another library is loaded in the same place,
+/// its objects count under the former tag where addresses, line and size are
+/// equal. Tags beyond the 32,767th are counted together, as "more tags".
 class __attribute__((visibility("default"))) ObjectMonitor {
  public:
   /// Whether tracing is on. It must not change while an object is alive.
@@ -49,30 +50,30 @@ class __attribute__((visibility("default"))) ObjectMonitor {
   /// another size. REQUIRES: _Alloc(size) returned the address.
   static void _Dealloc(unsigned char* address, unsigned int size);
 
-  /// Records a live object with its creation tag and size; null is ignored, and
-  /// a null text is an empty one. Throws std::bad_alloc when there is no memory
-  /// for the list or the tag; the object is then not recorded.
+  /// Records a live object with its creation tag and size. A null object is
+  /// ignored; a null text counts as an empty one. Throws std::bad_alloc when
+  /// there is no memory for the list or the tag; the object is then not
+  /// recorded.
   static void _IncLeak(void* object, const char* file, int line,
                        const char* function, unsigned int size);
 
-  /// Record the release of an object, without and with a tag. A release of an
-  /// object that is not in the list is counted and otherwise ignored.
+  /// Record the release of an object, without and with a tag. If the object is
+  /// not in the list, the release is counted and otherwise ignored.
   static void _DecLeak(void* object);
   static void _DecLeakEx(void* object, const char* file, int line,
                          const char* function);
 
-  /// The same for an object in a block of _Alloc(): also return the block, or a
-  /// null address if the object is not in the list. The caller releases the
-  /// block.
+  /// The same for an object whose block _Alloc() supplied. Return the block,
+  /// which the caller then releases, or a null address if the object is not in
+  /// the list.
   static LeakInfo _DecLeakInfo(void* object);
   static LeakInfo _DecLeakInfoEx(void* object, const char* file, int line,
                                  const char* function);
 
-  /// Turns tracing on or off; it is off at first. Call it only while no object
-  /// is alive.
+  /// Turns tracing on or off; it is off at first. REQUIRES: no object is alive.
   static void SetTrace(bool trace);
 
-  /// Count the live objects, and the bytes of their blocks.
+  /// Return the number of live objects, and the bytes of their blocks.
   static std::size_t LiveCount();
   static std::size_t LiveBytes();
 
@@ -83,11 +84,11 @@ class __attribute__((visibility("default"))) ObjectMonitor {
   /// other threads do meanwhile may be counted in part.
   static void Report(std::ostream& out);
 
-  /// Keeps the present counts under a copy of the name, in the place of a
-  /// former mark of that name. Takes 24 bytes (16 on 32 bits) for each creation
-  /// tag so far, until the name is used again. Throws std::bad_alloc when
-  /// memory is exhausted; the former mark stays then. REQUIRES: name is not
-  /// null.
+  /// Sets a mark: keeps the present counts under a copy of the name, in place
+  /// of the former mark of that name. Takes 24 bytes (16 on 32 bits) for each
+  /// creation tag so far, until the name is used again. Throws std::bad_alloc
+  /// when memory is exhausted; the former mark then stays. REQUIRES: name is
+  /// not null.
   static void Mark(const char* name);
 
   /// Writes what has changed since the mark of that name, or since the start of

@@ -33,12 +33,12 @@ inline void GiveBack(void* block, unsigned int size, bool traced) {
   }
 }
 
-/// Records a new object at the start of its block; both may be null. Destroys
-/// the object and releases the block if the monitor throws; else the caller
+/// Records a new object at the start of its block; both may be null. If the
+/// monitor throws, destroys the object and releases the block; else the caller
 /// owns both. One function serves all classes with the same base.
 ///
-/// Not inlined: containers construct their children within Create(), whose
-/// frame must not hold what is only needed here.
+/// Not inlined: Create() recurses when a constructor creates children, so its
+/// frame must not hold what only this function needs.
 template <class Base>
 [[gnu::noinline]] void Record(Base* object, void* block, unsigned int size,
                               const Tag& tag, bool traced) {
@@ -59,10 +59,10 @@ template <class Base>
 }
 
 /// Creates a T from the arguments and records it under the tag. The caller owns
-/// the result and releases it with dispose() where T has it, else with
-/// Destroy(). When memory is exhausted, the result is null with tracing on, and
-/// std::bad_alloc is thrown with tracing off. What the constructor or the
-/// monitor throws passes on, and nothing is left behind.
+/// the result and releases it with dispose() if T has it, else with Destroy().
+/// When memory is exhausted, returns null if the object monitor traces, else
+/// throws std::bad_alloc. Exceptions of the constructor and of the monitor
+/// propagate; nothing is left behind.
 template <class T, class... Arguments>
 T* Create(const Tag& tag, Arguments&&... arguments) {
   using Base = std::conditional_t<std::is_convertible_v<T*, lang::Interface*>,
@@ -82,8 +82,8 @@ T* Create(const Tag& tag, Arguments&&... arguments) {
   return created;
 }
 
-/// The address under which Create() recorded the object: that of the whole
-/// object, which a base of it need not have.
+/// Returns the address under which Create() recorded the object: that of the
+/// whole object. A base may have another address.
 template <class T>
 void* Recorded(T* object) {
   if constexpr (std::is_polymorphic_v<T>) {
@@ -93,9 +93,10 @@ void* Recorded(T* object) {
   }
 }
 
-/// Reports the release of an object that Create() made, under the tag, and then
-/// destroys it and gives its memory back. A class that has a virtual destructor
-/// may be released through any of its bases. Null is ignored.
+/// Reports the release of an object under the tag, then destroys the object and
+/// releases its memory. An object with a virtual destructor may be released
+/// through any of its bases. Null is ignored. REQUIRES: Create() made the
+/// object.
 template <class T>
 void Destroy(T* object, const Tag& tag) {
   if (object == nullptr) return;

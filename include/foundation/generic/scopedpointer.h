@@ -11,7 +11,7 @@
 
 namespace vorn::foundation::generic {
 
-/// Throws the exception of a ScopedPointer that is used while it holds nothing.
+/// Throws the exception of operator-> of an empty ScopedPointer.
 [[noreturn]] inline void ThrowAccessNull(const char* type_name) {
   SafeString where("vorn.foundation.generic.ScopedPointer<");
   where += type_name;
@@ -19,10 +19,10 @@ namespace vorn::foundation::generic {
   throw lang::Exception(where.c_str(), "access null");
 }
 
-/// Owns one object, or none, and releases it at the end of its own scope: an
-/// IDisposable by dispose(), any other object by debug::Destroy(). It guards an
-/// object while steps that may throw complete it. REQUIRES: T is complete where
-/// the pointer is destroyed.
+/// Owns one object, or none. The destructor releases the object: an IDisposable
+/// by dispose(), any other object by debug::Destroy(). So the pointer guards an
+/// object while steps that may throw complete the object. REQUIRES: T is
+/// complete where the pointer is destroyed.
 template <class T>
 class __attribute__((visibility("default"))) ScopedPointer {
  public:
@@ -45,8 +45,8 @@ class __attribute__((visibility("default"))) ScopedPointer {
   /// pointer is reset or destroyed.
   T* get() const { return object_; }
 
-  /// Returns the object, or null, and is empty then. The caller owns the
-  /// result.
+  /// Returns the object, or null, and leaves the pointer empty. The caller owns
+  /// the result.
   T* release() { return std::exchange(object_, nullptr); }
 
   /// Takes ownership of object, which may be null, then releases the former

@@ -12,22 +12,24 @@
 
 namespace vorn::foundation::io {
 
-/// An object writes its state into an archiver and reads it back: a scalar, an
-/// array addressed by index, or an object addressed by field name, nested to
-/// any depth. The first write fixes which of the three an archiver is. From
-/// then on writes of another kind fail; reads of another kind find nothing.
+/// Objects write their state into an archiver and read it back. An archiver is
+/// a scalar, an array addressed by index, or an object addressed by field name,
+/// nested to any depth. The first write fixes the kind. From then on, writes of
+/// another kind fail, and reads of another kind find nothing.
 ///
-/// The archiver that an operation is called on keeps ownership of the archiver
-/// that it returns; its class says how long the result is valid.
+/// The archiver on which an operation is called keeps ownership of the archiver
+/// that the operation returns. The derived class says how long the result is
+/// valid.
 class __attribute__((visibility("default"))) IArchiver
     : public lang::Interface {
  public:
-  /// Write the scalar. Data is text in the notation of the archiver, which
-  /// parses it; text is a plain string, which is kept as it is.
+  /// Write the scalar. data is in the notation of the archiver, which parses
+  /// it; text is a plain string, which is kept as it is.
   virtual void writeData(const SafeString& data) = 0;
   virtual void writeString(const SafeString& text) = 0;
 
-  /// Make this an array or an object, and return the archiver of its content.
+  /// Make this an array or an object, and return the archiver for its elements
+  /// or fields.
   virtual IArchiver* writeArray() = 0;
   virtual IArchiver* writeObject() = 0;
 
@@ -46,8 +48,8 @@ class __attribute__((visibility("default"))) IArchiver
   virtual IArchiver* writeArrayByField(const SafeString& field) = 0;
   virtual IArchiver* writeObjectByField(const SafeString& field) = 0;
 
-  /// Replaces out by the text of the scalar and returns true. Returns false,
-  /// and leaves out as it was, if this is no scalar.
+  /// Replaces out by the text of the scalar and returns true. If this is no
+  /// scalar, returns false and does not change out.
   virtual bool read(SafeString& out) = 0;
 
   /// Return the element at the index, or the field of that name, or null if it

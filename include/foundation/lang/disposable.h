@@ -10,10 +10,10 @@ namespace vorn::foundation::lang {
 class __attribute__((visibility("default"))) IDisposable : public Interface {
  public:
   /// Reports the release, destroys the object with everything it owns and
-  /// releases its memory. The pointer must not be used again.
+  /// releases its memory. Pointers to the object must not be used again.
   ///
-  /// The tag names this place. It stays the same when the source changes, so
-  /// that reports of different builds can be compared.
+  /// The tag is a fixed name of this place. It does not change with the source,
+  /// so that reports of different builds can be compared.
   virtual void dispose() {
     debug::Destroy(
         this, debug::Tag{"../../../include/foundation/json/../lang/disposable",

@@ -4,9 +4,10 @@
 
 namespace vorn::foundation::text {
 
-/// Converts numbers to texts and texts to numbers, and classifies texts. No
-/// function depends on a locale or has state. Functions that return a text
-/// throw std::bad_alloc when memory is exhausted; the others do not throw.
+/// Converts numbers to texts and texts to numbers, and classifies texts. The
+/// functions have no state. Only _InternalFormat() depends on the locale, for
+/// floating-point numbers. Functions that return a text throw std::bad_alloc
+/// when memory is exhausted; the others do not throw.
 class __attribute__((visibility("default"))) StringUtils {
  public:
   /// Return the decimal text of the value.
@@ -14,9 +15,9 @@ class __attribute__((visibility("default"))) StringUtils {
   static foundation::SafeString LongToString(long long value);
 
   /// Returns the shortest text that StringToFloat() converts to exactly this
-  /// value. It always has number format 2: ".0" is added to what looks like an
-  /// integer. Not-a-number of either sign is "nan", the infinities are "inf"
-  /// and "-inf".
+  /// value. The text always has number format 2: ".0" is added to a text that
+  /// looks like an integer. Not-a-number of either sign is "nan", the
+  /// infinities are "inf" and "-inf".
   static foundation::SafeString FloatToString(double value);
 
   /// Returns the text without the blanks at both ends: space, tab, line feed,
@@ -31,8 +32,8 @@ class __attribute__((visibility("default"))) StringUtils {
   /// - 0, none of these.
   static int GetNumberFormat(const foundation::SafeString& text);
 
-  /// Return the value of a text of format 1, or the nearest limit if it is out
-  /// of range. Any other text gives 0.
+  /// Return the value of a text of format 1, or the nearest limit if the value
+  /// is out of range. Any other text gives 0.
   static int StringToInt(const foundation::SafeString& text);
   static long long StringToLong(const foundation::SafeString& text);
 
@@ -45,8 +46,8 @@ class __attribute__((visibility("default"))) StringUtils {
   static unsigned long long HexStringToULong(
       const foundation::SafeString& text);
 
-  /// Whether text begins with the bytes of prefix. Both end at a NUL; text is
-  /// read up to the first byte that differs.
+  /// Whether text begins with the bytes of prefix. Both end at a NUL. text is
+  /// read only up to the first byte that differs.
   static bool StartWith(const char* text, const char* prefix);
 
   /// Returns the arguments formatted as printf() does.
