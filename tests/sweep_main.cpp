@@ -18,10 +18,10 @@ extern "C" int __wrap_main(int count, char** arguments) {
   for (const bool traced : {false, true}) {
     Monitor::Reset(traced);
     run();  // for what is made once
-    const Account before = Monitor::Now();
+    const std::size_t before = Monitor::Blocks();
     for (const Failing& failing : kFailing) {
       Sweep(failing, run, [&](End, std::size_t, bool) {
-        Require(Monitor::Now() == before, "nothing is left behind");
+        Require(Monitor::Blocks() == before, "nothing is left behind");
         Monitor::TakeLog();
         return false;
       });

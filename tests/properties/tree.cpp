@@ -39,7 +39,7 @@ Child NewValue(Input& in, Node& root) {
 // which the object monitor has no memory may be missing.
 void CheckLoading(const SafeString& text, bool valid, Failing failing) {
   JsonArchiver archiver;
-  const Account before = Monitor::Now();
+  const std::size_t before = Monitor::Blocks();
   Monitor::TakeLog();
   const auto load = [&] { return archiver.fromString(text); };
   Sweep(failing, load, [&](End end, std::size_t, bool failed) {
@@ -54,7 +54,7 @@ void CheckLoading(const SafeString& text, bool valid, Failing failing) {
                 archiver.compress().size() == text.size(),
             "what is read");
     archiver.fromString(nullptr);
-    Require(Monitor::Now() == before, "reading leaves nothing");
+    Require(Monitor::Blocks() == before, "reading leaves nothing");
     return false;
   });
 }

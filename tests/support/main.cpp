@@ -14,26 +14,23 @@ void Require(bool holds, const char* what) {
 
 namespace {
 
-// Traces if the test's parameter is true. Fails every test that ends with an
-// object, a block or a byte more, or less, than it began with.
+// Traces if the test's parameter is true. Fails every test that ends with more
+// blocks, or fewer, than it began with.
 class LeakCheck : public testing::EmptyTestEventListener {
   void OnTestStart(const testing::TestInfo& test) override {
     const char* const parameter = test.value_param();
     Monitor::Reset(parameter != nullptr && parameter == std::string("true"));
     SCOPED_TRACE("");  // GoogleTest keeps memory for these from the first on
-    before_ = Monitor::Now();
+    before_ = Monitor::Blocks();
   }
   void OnTestEnd(const testing::TestInfo& test) override {
     Monitor::StopFailing();
-    const Account after = Monitor::Now();
-    const Monitor::Exempt exemption;
-    if (test.result()->Passed()) {
-      EXPECT_EQ(after, before_) << "something was left behind";
-    }
+    Require(Monitor::Blocks() == before_ || test.result()->Failed(),
+            "nothing is left behind");
     Monitor::TakeLog();
   }
 
-  Account before_;
+  std::size_t before_ = 0;
 };
 
 }  // namespace

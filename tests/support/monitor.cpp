@@ -26,7 +26,7 @@ namespace {
 bool trace = false;
 unsigned int created = 0;
 std::string log;
-Account now;
+std::size_t blocks = 0;
 std::size_t failed = 0;
 
 constexpr auto kNever = static_cast<std::size_t>(-1);
@@ -52,21 +52,13 @@ bool Fails(Source source) {
   return ++failed, true;
 }
 
-// Adds one to the account for the block, or takes one from it.
-void Count(const Header& header, std::size_t one) {
-  if (!header.counted) return;
-  now.blocks += one;
-  const bool memory = header.source == Source::MemoryMonitor;
-  now.memory_bytes += one * (memory ? header.size : 0);
-}
-
 unsigned char* Allocate(Source source, std::size_t size) {
   if (Fails(source)) return pthread_testcancel(), nullptr;
   auto* const header = static_cast<Header*>(std::malloc(sizeof(Header) + size));
   const bool counted =
       Monitor::Exempt::count == 0 || source != Source::OperatorNew;
   *header = {header, size, source, 0, counted};
-  Count(*header, 1);
+  blocks += counted;
   return reinterpret_cast<unsigned char*>(header + 1);
 }
 
@@ -85,7 +77,7 @@ void Free(Source source, void* memory, std::size_t size) {
   Require(header.source == source, "a block goes where it came from");
   Require(size == kNever || header.size == size, "a block keeps its size");
   Require(header.number == 0, "an object is released before its memory");
-  Count(header, -std::size_t{1});
+  blocks -= header.counted;
   header.self = nullptr;
   std::free(&header);
 }
@@ -105,7 +97,7 @@ void LogCall(char sign, const char* file, int line, const char* function,
   log += number == 0 ? "null" : "#" + std::to_string(number);
 }
 
-// Takes the object out of the account and writes the release down.
+// Writes the release down.
 LeakInfo Release(bool traced, void* object, const char* file = nullptr,
                  int line = 0, const char* function = nullptr) {
   if (Fails(Source::Release)) throw std::bad_alloc();
@@ -113,7 +105,7 @@ LeakInfo Release(bool traced, void* object, const char* file = nullptr,
   Header& header = HeaderOf(object);
   Require(header.number != 0, "what is released was recorded");
   LogCall('!', file, line, function, header.number);
-  if (std::exchange(header.number, 0) != 0) --now.objects;
+  header.number = 0;
   return {static_cast<unsigned char*>(object),
           static_cast<unsigned int>(header.size)};
 }
@@ -127,7 +119,6 @@ void Monitor::Reset(bool traced) {
   const Monitor::Exempt exemption;
   StopFailing();
   TakeLog();
-  Require(now.objects == 0, "no object is alive at a reset");
   trace = traced;
   created = 0;
 }
@@ -151,7 +142,7 @@ unsigned int Monitor::Number(const void* object) {
   return HeaderOf(object).number;
 }
 
-Account Monitor::Now() { return now; }
+std::size_t Monitor::Blocks() { return blocks; }
 
 void Monitor::FailRequest(Source source, std::size_t number, bool forever) {
   failing = {source, 0, number, forever ? kNever : number};
@@ -193,7 +184,6 @@ void ObjectMonitor::_IncLeak(void* object, const char* file, int line,
       header.source == (trace ? Source::ObjectMonitor : Source::OperatorNew),
       "an object has its memory from where tracing says");
   header.number = ++created;
-  ++now.objects;
   LogCall('+', file, line, function, created);
 }
 

@@ -5,7 +5,7 @@
 
 // The monitors of tests and fuzz targets. A program that links this defines the
 // functions of both monitors, and operator new and delete, itself: it writes
-// the object monitor's calls down, keeps account of all that is out, and lets
+// the object monitor's calls down, counts the blocks that are out, and lets
 // requests fail. A header in front of each block tells what the block is. For
 // one thread at a time.
 namespace support {
@@ -17,17 +17,6 @@ void Require(bool holds, const char* what);
 // an object from the list. A request that fails throws std::bad_alloc; the
 // monitors return null in the place of memory.
 enum class Source { OperatorNew, ObjectMonitor, MemoryMonitor, List, Release };
-
-// What is out at a moment: recorded objects, blocks, and the bytes of those
-// that are the memory monitor's.
-struct Account {
-  std::size_t objects = 0, blocks = 0, memory_bytes = 0;
-
-  bool operator==(const Account& other) const {
-    return objects == other.objects && blocks == other.blocks &&
-           memory_bytes == other.memory_bytes;
-  }
-};
 
 class Monitor {
  public:
@@ -53,7 +42,8 @@ class Monitor {
   // The number of a live object.
   static unsigned int Number(const void* object);
 
-  static Account Now();
+  // The number of blocks that are out. Each object is in a block of its own.
+  static std::size_t Blocks();
 
   // Lets the request to the source with this number, counted from 0 and from
   // now, fail; with forever, all that follow it too. A thread that is to be
@@ -63,8 +53,8 @@ class Monitor {
   // Ends that, and returns how many requests failed.
   static std::size_t StopFailing();
 
-  // While one is alive, no request fails or counts, and what operator new gives
-  // is not in the account: for what the tests themselves do meanwhile.
+  // While one is alive, no request fails or counts, nor does a block of
+  // operator new: for what the tests themselves do meanwhile.
   class Exempt {
    public:
     Exempt() { ++count; }

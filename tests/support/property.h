@@ -64,10 +64,10 @@ void CheckTool(Input& in);
 inline void Check(Property property, std::string_view bytes) {
   Input in(bytes);
   Monitor::Reset(in.Below(2) != 0);
-  const Account before = Monitor::Now();
+  const std::size_t before = Monitor::Blocks();
   property(in);
   Monitor::TakeLog();
-  Require(Monitor::Now() == before, "nothing is left behind");
+  Require(Monitor::Blocks() == before, "nothing is left behind");
 }
 
 // The tag under which tests create objects of their own.
@@ -137,13 +137,13 @@ void Sweep(Failing failing, Operation operate, Passed passed) {
 // it may end without memory for an object.
 template <class Operation>
 void Look(Failing failing, Operation look, End null = End::AccessNull) {
-  const Account before = Monitor::Now();
+  const std::size_t before = Monitor::Blocks();
   Sweep(failing, look, [&](End end, std::size_t, bool failed) {
     Require(
         end == End::Passed || (failed && end == End::Exhausted) ||
             (failed && end == null && failing.source == Source::ObjectMonitor),
         "the result, or that memory is exhausted");
-    Require(Monitor::Now() == before, "nothing is left behind");
+    Require(Monitor::Blocks() == before, "nothing is left behind");
     return false;
   });
 }
