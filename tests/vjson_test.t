@@ -25,11 +25,8 @@ Nothing is left behind, however it ends.
   >   done
   > done | uniq -c
        48 memory: 0 bytes
-  $ word=$((4 * $(od -An -tu1 -j4 -N1 "${VJSON##* }"))); (echo '[[true,true,true],null]' | vjson cost; echo '{"a":{}}' | vjson cost | tail -n 1) |
-  >   awk -v word=$word '/objects|buf/ { n = NF > 4 ? 2 : 3; print $n / word, $6 / word } END { print }'
-  15 0
-  3 7
-  depth             2
+  $ echo '{"a":[{}]}' | vjson cost | tail -n 1
+  depth             3
 
 Strange inputs, and how a line is shown: the caret is under the fault.
 
@@ -46,9 +43,8 @@ Strange inputs, and how a line is shown: the caret is under the fault.
    0
    0
   $ name=$'a\nb\e]0;\xe2\x80\xaec'; printf '[1' >"$name"
-  $ for file in "$name" none . /dev/zero; do fault '' "$file"; done
+  $ for file in "$name" . /dev/zero; do fault '' "$file"; done
   a?b?]0;?c:1:3: ParseArray: missing ']'|[1|  ^|hint: the array that begins at line 1, column 1 is not closed 1
-  vjson: none: No such file or directory 2
   vjson: .: Is a directory 2
   /dev/zero:1:1: ParseNumber: number is incorrect|??????????????????????????????????????????????????????????????????????...|^ 1
   $ fault "$(printf '[%.0s' {1..100000})"; fault '1\n\n[2\n"a\0\0"\n3\n-' --lines
@@ -74,8 +70,6 @@ Strange inputs, and how a line is shown: the caret is under the fault.
 Blanks alone change: Python reads the same, in the same order.
 
   $ printf '// a\n{"b":[ ],"a"// b\n:1.50e+03,"a":{//\n},"\\u00fc\\ud83d\\ude00\\/":[1\n // c\n,nan]}' >odd
-  $ vjson compress --tree odd | vjson get '["\\u00fc\\ud83d\\ude00\\/"]'
-  [1,nan]
   $ python3 - odd "$SOURCE"/tests/seeds/[ckmv]* <<'END'
   > import json, re, subprocess, sys
   > def read(text):
@@ -104,15 +98,13 @@ Values at paths, and what is in the way.
   vjson: twice: a.b: not in 2
   vjson: remove: the outermost value has to stay
   [2]
-  $ for path in 'a[0]b' 'a[4294967296]' 'a["\\\"]' 'a[0' /a~2; do vjson get none $path 2>&1 | paste -sd '|'; done
+  $ for path in 'a[0]b' 'a[4294967296]' 'a["\\\"]' /a~2; do vjson get none $path 2>&1 | paste -sd '|'; done
   path:1:5: Path: expected '.' or '['|a[0]b|    ^
   path:1:3: Path: no index, or too large|a[4294967296]|  ^
   path:1:9: GetString: string is not end with '"'|a["\\\"]|        ^|hint: the string that begins at line 1, column 3 is not closed
-  path:1:4: Path: expected ']'|a[0|   ^|hint: the array that begins at line 1, column 2 is not closed
   path:1:4: Path: expected '0' or '1' behind '~'|/a~2|   ^
-  $ for words in '' --frob 'format a b' 'keys --strict' 'check -- --x' 'check --color=x' \
+  $ for words in '' 'format a b' 'keys --strict' 'check -- --x' 'check --color=x' \
   >   'set --in-place / 1' 'set 7 a'; do vjson $words <once 2>&1 | head -n 1; done
-  vjson: usage: vjson [OPTION] COMMAND [FILE]...; see vjson --help
   vjson: usage: vjson [OPTION] COMMAND [FILE]...; see vjson --help
   vjson: format: wrong number of arguments; see vjson --help
   vjson: --strict: no option of this command; see vjson --help
@@ -166,36 +158,34 @@ The strict check.
 
   $ strict() { printf "$1" | vjson check --strict 2>&1 | grep '^[-v]' | cut -d : -f 2- | cut -c 1-99; }
   $ strict '[1, "é", {"a": {}, "b": {"a": -0.5e+7}}, true, false, null]'
-  $ strict '[nan,\v-inf,"\\/\\u00e9\\u00g9\t\\\\\xff",{"a\\\\x":{"b":1},\n"a\\x":{"b":2}},//\n inf 3'
+  $ strict '[nan,\v1,"\\u00e9\\u00g9\t\\\\\xff",{"a\\\\x":{"b":1},\n"a\\x":{"b":2}},//\n inf 3'
   1:2: RFC 8259: no such number
   1:6: RFC 8259: no such blank
-  1:7: RFC 8259: no such number
-  1:13: Escapes: another meaning of this escape
-  1:15: Escapes: another meaning of this escape
-  1:21: RFC 8259: no such escape
-  1:27: RFC 8259: no control characters in a string
-  1:30: RFC 8259: nothing but UTF-8
-  2:1: Keys: a key again, after 1:34
+  1:10: Escapes: another meaning of this escape
+  1:16: RFC 8259: no such escape
+  1:22: RFC 8259: no control characters in a string
+  1:25: RFC 8259: nothing but UTF-8
+  2:1: Keys: a key again, after 1:29
   2:3: RFC 8259: no such escape
   2:16: RFC 8259: no comments
   3:2: RFC 8259: no such number
   3:6: ParseArray: missing ']'
   $ deep=$(printf '[%.0s' {1..1025} && printf ']%.0s' {1..1025})
-  $ strict $deep; strict $deep// | tail -n 1; strict "[$(printf 'inf,%.0s' {1..22})0]" | tail -n 1
+  $ strict $deep; strict $deep// | tail -n 1; strict "[$(printf 'inf,%.0s' {1..22})0]" | tail -n 1; echo inf | vjson check --strict 2>/dev/null
   1:1025: Parse: nesting is too deep
    -: RFC 8259 takes this text
   1:2051: RFC 8259: no comments
    -: 2 more
+  [1]
 
 What a terminal is shown.
 
   $ tty() { SHELL=/bin/bash script -qec "$(printf '%q ' vjson "$@")" /dev/null </dev/null | tr -d '\r'; }
   $ printf '["\e[2J\x9b\xe2\x80\xae日\t\r"\r\n,{"a":1}]\n' >raw; vjson get raw '' | cmp - raw
-  $ tty get raw ''; tty $'x\e\ny'; NO_COLOR= tty compress raw; vjson compress --color=always raw
+  $ tty get raw ''; tty $'x\e\ny'; vjson compress --color=always raw | tee colored; NO_COLOR= tty compress raw | cmp - colored
   ["?[2J??\xe6\x97\xa5\t?" (esc)
   ,{"a":1}]
   vjson: x??y: unknown command; see vjson --help
-  [\x1b[32m"?[2J??\xe6\x97\xa5\t?"\x1b[0m,{\x1b[1;34m"a"\x1b[0m:\x1b[36m1\x1b[0m}] (esc)
   [\x1b[32m"?[2J??\xe6\x97\xa5\t?"\x1b[0m,{\x1b[1;34m"a"\x1b[0m:\x1b[36m1\x1b[0m}] (esc)
   $ printf '"%010000000d"' 0 >big; tty check big | grep -o '10 of 10 MB' | uniq
   10 of 10 MB
