@@ -10,14 +10,13 @@ using namespace vorn::foundation::json;
 
 constexpr debug::Tag kTag{"pump.cpp", 7, "Fill"};
 alignas(32) char memory[32];  // malloc gives no address like its middle
-alignas(void*) unsigned char zeros[sizeof(JsonArchiver)];
+alignas(void*) unsigned char zeros[sizeof(JBase)];
 
 SafeString text("tab\t, zero\0, end", 16);
 JsonReader scalars, members;
 JBase* value;
 JBase* gone = reinterpret_cast<JBase*>(zeros);
 JsonArchiver unwritten, archiver;
-JsonArchiver* early = reinterpret_cast<JsonArchiver*>(zeros);
 
 int main() {
   scalars.fromString("[-1.50e30, \"a\\nbcdef\", \"\", null, true, false]");
