@@ -28,10 +28,10 @@ using namespace vorn::foundation;
 using namespace vorn::foundation::json;
 
 struct Cost {
-  bool right = false;        // the result
-  std::size_t blocks = 0;    // of the library's code, and words of memcmp()
-  std::size_t requests = 0;  // for memory
-  std::size_t bytes = 0;     // of these
+  bool right;            // the result
+  std::size_t blocks;    // of the library's code
+  std::size_t requests;  // for memory
+  std::size_t bytes;     // of these
 } cost;
 
 // Which requests fail, by their number since the start and their size.
@@ -43,15 +43,6 @@ Failing failing = nullptr;
 // Each basic block of the library's sources, as they are compiled for this
 // program, calls this.
 extern "C" void __sanitizer_cov_trace_pc() { ++cost.blocks; }
-
-extern "C" int memcmp(const void* first, const void* second, std::size_t size) {
-  const auto* a = static_cast<const unsigned char*>(first);
-  const auto* b = static_cast<const unsigned char*>(second);
-  std::size_t at = 0;
-  while (at < size && a[at] == b[at]) ++at;
-  cost.blocks += at / sizeof(std::size_t);
-  return at < size ? a[at] - b[at] : 0;
-}
 
 namespace vorn::foundation::debug {
 
@@ -72,7 +63,7 @@ namespace {
 
 // Runs what may exhaust memory.
 Cost Measure(const std::function<bool()>& run, Failing which = nullptr) {
-  cost = Cost();
+  cost = {};
   failing = which;
   try {
     cost.right = run();
@@ -127,8 +118,7 @@ TEST(FloodTest, CollidingKeysCostLittleMoreThanOrdinaryOnes) {
       {"one hash", KeysOfOneHash(kCount, 10240)},
       {"few of one hash", KeysOfOneHash(13, 10240)}};
   const std::pair<const char*, Failing> kFailures[] = {
-      {"no", nullptr},
-      {"one", [](auto number, auto) { return number == 1000; }},
+      {"none", nullptr},
       {"every third", [](auto number, auto) { return number % 3 == 0; }},
       {"each large", [](auto, auto bytes) { return bytes > 16384; }},
       {"each later", [](auto number, auto) { return number > 2000; }}};
@@ -144,8 +134,7 @@ TEST(FloodTest, CollidingKeysCostLittleMoreThanOrdinaryOnes) {
     for (const auto& [failure, fails] : kFailures) {
       const Cost* usual = least.data();
       for (const Cost& it : MeasureAll(keys, fails)) {
-        SCOPED_TRACE(std::string(flood) + ", " + failure + " request fails");
-        SCOPED_TRACE(usual - least.data());  // the operation
+        SCOPED_TRACE(std::string(flood) + ", request that fails: " + failure);
         EXPECT_TRUE(it.right || fails != nullptr);
         EXPECT_LE(it.blocks, kMostRatio * (usual++->blocks + hashed));
         EXPECT_LE(it.requests, kMostRequests * count);
