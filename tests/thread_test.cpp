@@ -34,12 +34,11 @@ constexpr int kRounds = 100;
 // chain that is indexed.
 const Keys kColliding = KeysOfOneHash(20);
 const std::string kText = [] {
-  SafeString text =
-      R"({"list":[1,2.5,-inf,{"deep":[[],{}]}],"text":"a\tb \"c\"")";
+  std::string text = R"({"list":[1,2.5,-inf,{"deep":[[],{}]}],"t":"a\tb\"c\"")";
   for (const SafeString& key : kColliding) {
-    text += ",\"" + key + "\":true,\"not " + key + "\":null";
+    text.append(",\"").append(key).append("\":true");
   }
-  return text.c_str() + std::string("}");
+  return text + "}";
 }();
 
 // On a tree of its own, or all but the reading on one that others use as well.
@@ -93,8 +92,7 @@ TEST_P(ThreadTest, TreesAndObjectsAreUsedAtOnce) {
       const auto& shared = static_cast<const JObject&>(*reader.getJson());
       for (int round = 0; round < kRounds; ++round) {
         EXPECT_TRUE(DoAll() && DoAll(&shared));
-        for (const SafeString& key : kColliding)
-          EXPECT_TRUE(shared.existed(key));
+        EXPECT_TRUE(shared.existed(kColliding[round % 20]));
         const debug::Tag tag{"thread_test", round, "pass"};  // new to all
         ObjectMonitor::_IncLeak(place, tag.file, tag.line, tag.function, 8);
         for (std::atomic<JBase*>& it : shelf) {
@@ -115,11 +113,10 @@ TEST_P(ThreadTest, TreesAndObjectsAreUsedAtOnce) {
   EXPECT_EQ(ObjectMonitor::LiveCount(), 0u);
   EXPECT_EQ(MemoryMonitor::LiveBytes(), bytes);
   const std::string report = Report("start");
-  EXPECT_NE(report.find("\nunknown\t\t\t\t\t\t\t\t0\n"), report.npos);
-  for (int round = 0; round < kRounds; ++round) {
-    const std::string line = "thread_test\t" + std::to_string(round) +
-                             "\tpass\t0\t0\t0\t0\t72\t72\n";  // 8 * (1 + 8)
-    EXPECT_NE(report.find(line), report.npos) << report;
+  for (int round = 0; round < kRounds; ++round) {  // 8 * (1 + 8) were made
+    const std::string line =
+        std::to_string(round) + "\tpass\t0\t0\t0\t0\t72\t72\n";
+    EXPECT_NE(report.find("thread_test\t" + line), report.npos) << report;
   }
 }
 
