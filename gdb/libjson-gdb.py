@@ -1,26 +1,26 @@
-# Values, readers and archivers as gdb prints them, members in the order of
-# enumeration, and what the bundled object monitor lists:
+# gdb prints values, readers and archivers, with members in the order of
+# enumeration, and lists the objects that the bundled object monitor knows:
 #
 #   (gdb) print *root
 #   $1 = JObject of size 2 = {["a"] = 0.50, ["b"] = JArray of length 1 = {true}}
-#   (gdb) json-live                 objects by the tag they were created under
-#   (gdb) json-live settings.cpp    tags with this text in them, and the objects
-#   (gdb) json-trace clone          from now on, the lines that objects under
-#                                   such a tag come from
+#   (gdb) json-live                 counts the live objects of each tag
+#   (gdb) json-live settings.cpp    lists the live objects of tags with this text
+#   (gdb) json-trace clone          finds the lines that create objects of tags
+#                                   with this text
 #
-# Printing and json-live only read memory, so they work on a core file;
-# json-trace needs a running program. Large and deep values are cut: see "help
-# set print elements" and "help set print max-depth". All of it needs the debug
-# information of the libraries.
+# Printing and json-live only read memory, so they work on a core file.
+# json-trace needs a running program. gdb cuts large and deep values: see "help
+# set print elements" and "help set print max-depth". All commands need the
+# debug information of the libraries.
 #
-# gdb loads this file with an installed libjson.so.1. A prefix other than /usr
-# must be allowed in .gdbinit:
+# gdb loads this file with an installed libjson.so.1. .gdbinit must allow a
+# prefix other than /usr:
 #
 #   add-auto-load-scripts-directory PREFIX/share/gdb/auto-load
 #   add-auto-load-safe-path PREFIX/share/gdb/auto-load
 #
-# For an installation that was moved, the root of another system or a build
-# folder, give "source FILE".
+# In a build folder, for the root of another system, or if the installation was
+# moved, give "source FILE".
 
 import collections
 import re
@@ -61,8 +61,8 @@ class Container(Text):
         return iter(self.parts)
 
 
-# Reads a child before gdb asks for it: a child that cannot be read ends its
-# container, and not the printing.
+# Reads a child before gdb does. So a child that cannot be read ends only its
+# container, and not the whole printing.
 def pointed_to(pointer, name=None):
     if name is not None:
         pointer = pointer.cast(gdb.lookup_type(JSON + name).pointer())
@@ -79,8 +79,8 @@ def text_of(characters, length):
     return Text(characters.lazy_string(length=length), 'string')
 
 
-# The text of a number or a string. A short one follows an odd byte that holds
-# its size; a long one is a SafeString.
+# The text of a number or a string. A short text follows an odd byte that holds
+# its size; a long text is in a SafeString.
 def stored_text(value):
     room = value['text_']
     size = int(room[0])
@@ -104,8 +104,8 @@ def sequence(title, first, length):
     return Container(f'{title} of length {length}', 'array', elements)
 
 
-# The elements of an array. Up to two follow an odd word that holds their number;
-# more are in a block.
+# The elements of an array. Up to two elements follow an odd word that holds
+# their number; more elements are in a block.
 def array(value):
     room = pointed_to(value['elements_'].address, 'Elements')
     word = int(room['word_'])
@@ -147,7 +147,7 @@ def owner(title, name, pointer):
     return Container(title, None, [(name, pointed_to(pointer))])
 
 
-# A value that is declared by its abstract base, as its own class.
+# A value that is declared as its abstract base, printed as its own class.
 def dynamic(value):
     kind = value.dynamic_type
     if kind == value.type:
@@ -157,7 +157,7 @@ def dynamic(value):
 
 
 class Printers(gdb.printing.RegexpCollectionPrettyPrinter):
-    """Prints the reason in the place of a value that cannot be read."""
+    """Prints the reason in place of a value that cannot be read."""
 
     def __call__(self, value):
         try:
@@ -202,7 +202,8 @@ gdb.printing.register_pretty_printer(gdb.current_objfile(), printers, True)
 
 # Live objects ----------------------------------------------------------------
 
-# Works also if the program stopped in a function of C, which has other names.
+# Looks the name up as a global one: this works also if the program stopped in a
+# function of C.
 def monitored(name):
     symbol = gdb.lookup_global_symbol(MONITOR + name)
     if symbol is None:
@@ -294,10 +295,10 @@ def shown(address):
 
 
 class Live(gdb.Command):
-    """List the live objects by the tag that they were created under.
+    """Count the live objects of each tag: file, line and function of the creation.
 Usage: json-live [TEXT]
 
-With a text, only the tags with this text in them, each with its objects."""
+With a text, list only the tags that contain the text, each with its objects."""
 
     def __init__(self):
         super().__init__('json-live', gdb.COMMAND_DATA)
@@ -339,7 +340,7 @@ Live()
 
 # Where objects come from -----------------------------------------------------
 
-# The sources of this library, of the framework's two, and their headers.
+# Whether the frame is in this library, in the framework's two, or in a header.
 def of_the_library(frame):
     name = gdb.solib_name(frame.pc()) or ''
     table = frame.find_sal().symtab
@@ -359,7 +360,7 @@ def caller():
 
 
 class Watch(gdb.Breakpoint):
-    """Notes a call of the monitor, and lets the program continue."""
+    """Passes each call of the monitor to note(), and lets the program continue."""
 
     def __init__(self, function, note):
         super().__init__(f'{FOUNDATION}debug::ObjectMonitor::{function}',
@@ -367,7 +368,7 @@ class Watch(gdb.Breakpoint):
         self.silent = True
         self.note = note
 
-    # Some of its places only jump to the function.
+    # A breakpoint may have places that only jump to the function.
     def stop(self):
         frame = gdb.newest_frame()
         if frame.function() is not None:
@@ -376,12 +377,12 @@ class Watch(gdb.Breakpoint):
 
 
 class Trace(gdb.Command):
-    """Say which lines made the live objects of a tag.
+    """Find the lines of the program that create the objects of a tag.
 Usage: json-trace [TEXT]
 
-With a text, notes from now on which line of the program each object comes from
-that is created under a tag with this text in it. Given once more, or without a
-text, lists those that are alive by their lines. Another text starts anew."""
+With a text, record from now on every object whose tag contains the text, and the
+line of the program that made it. Without a text, or with the same text again,
+list these lines with their live objects. Another text starts again."""
 
     def __init__(self):
         super().__init__('json-trace', gdb.COMMAND_DATA)
