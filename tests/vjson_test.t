@@ -96,7 +96,7 @@ Values at paths, and what is in the way.
   vjson: once: ...0000000000000000000000000000000000000000: no such key
   vjson: once: a.b: no object but [1,{"+":"\xc3\xa9\\u00e9\\ud83d\\ude00\\... (esc)
   vjson: twice: a.b: not in 2
-  vjson: remove: the outermost value has to stay
+  vjson: remove: the outermost value cannot be removed
   [2]
   $ for path in 'a[0]b' 'a[4294967296]' 'a["\\\"]' /a~2; do vjson get none $path 2>&1 | paste -sd '|'; done
   path:1:5: Path: expected '.' or '['|a[0]b|    ^
@@ -159,23 +159,23 @@ The strict check.
   $ strict() { printf "$1" | vjson check --strict 2>&1 | grep '^[-v]' | cut -d : -f 2- | cut -c 1-99; }
   $ strict '[1, "é", {"a": {}, "b": {"a": -0.5e+7}}, true, false, null]'
   $ strict '[nan,\v1,"\\u00e9\\u00g9\t\\\\\xff",{"a\\\\x":{"b":1},\n"a\\x":{"b":2}},//\n inf 3'
-  1:2: RFC 8259: no such number
-  1:6: RFC 8259: no such blank
-  1:10: Escapes: another meaning of this escape
-  1:16: RFC 8259: no such escape
-  1:22: RFC 8259: no control characters in a string
-  1:25: RFC 8259: nothing but UTF-8
-  2:1: Keys: a key again, after 1:29
-  2:3: RFC 8259: no such escape
-  2:16: RFC 8259: no comments
-  3:2: RFC 8259: no such number
+  1:2: RFC 8259: this number is not allowed
+  1:6: RFC 8259: this blank is not allowed
+  1:10: Escapes: other readers decode this escape
+  1:16: RFC 8259: unknown escape
+  1:22: RFC 8259: control character in a string
+  1:25: RFC 8259: invalid UTF-8
+  2:1: Keys: repeated key, first at 1:29
+  2:3: RFC 8259: unknown escape
+  2:16: RFC 8259: comments are not allowed
+  3:2: RFC 8259: this number is not allowed
   3:6: ParseArray: missing ']'
   $ deep=$(printf '[%.0s' {1..1025} && printf ']%.0s' {1..1025})
   $ strict $deep; strict $deep// | tail -n 1; strict "[$(printf 'inf,%.0s' {1..22})0]" | tail -n 1; echo inf | vjson check --strict 2>/dev/null
   1:1025: Parse: nesting is too deep
-   -: RFC 8259 takes this text
-  1:2051: RFC 8259: no comments
-   -: 2 more
+   -: the text is valid by RFC 8259
+  1:2051: RFC 8259: comments are not allowed
+   -: 2 more findings
   [1]
 
 What a terminal is shown.

@@ -24,25 +24,25 @@ class StrictCheck {
       while (!whole) {
         const Token token = scanner_.Next();
         whole = token.kind == Token::kTextEnd;
-        Look(token);
+        CheckToken(token);
       }
     } catch (const JsonFault& fault) {
       PrintFault(input_, fault);
     }
     if (findings_ > kMost) {
-      PrintError(input_.Subject(),
-                 StringUtils::_InternalFormat("%zu more", findings_ - kMost));
+      PrintError(input_.Subject(), StringUtils::_InternalFormat(
+                                       "%zu more findings", findings_ - kMost));
     }
     if (deep_ && whole && standard_) {
-      PrintError(input_.Subject(), "RFC 8259 takes this text");
+      PrintError(input_.Subject(), "the text is valid by RFC 8259");
     }
     if (!whole || findings_ != 0) throw Failure{kNo};
   }
 
  private:
-  void Look(const Token& token) {
+  void CheckToken(const Token& token) {
     const bool deep = scanner_.depth() > Scanner::kNestingLimit;
-    if (deep && !deep_) Find(token.offset, "Parse", "nesting is too deep");
+    if (deep && !deep_) Report(token.offset, "Parse", "nesting is too deep");
     deep_ |= deep;
     switch (token.kind) {
       case Token::kBegin:
@@ -50,56 +50,56 @@ class StrictCheck {
       case Token::kEnd:
         return keys_.pop_back();
       case Token::kKey:
-        LookAtKey(token);
+        CheckKey(token);
         [[fallthrough]];
       case Token::kString:
-        return LookAtString(token);
+        return CheckString(token);
       case Token::kComment:
-        return Find(token.offset, kExtension, "no comments");
+        return Report(token.offset, kExtension, "comments are not allowed");
       case Token::kOddBlank:
-        return Find(token.offset, kExtension, "no such blank");
+        return Report(token.offset, kExtension, "this blank is not allowed");
       case Token::kWord:
         if (std::strchr("nf", token.text.back()) == nullptr) return;
-        return Find(token.offset, kExtension, "no such number");
+        return Report(token.offset, kExtension, "this number is not allowed");
       default:
         return;
     }
   }
 
-  void LookAtKey(const Token& token) {
+  void CheckKey(const Token& token) {
     const Position position = input_.PositionOf(token.offset);
     const auto [key, added] =
         keys_.back().emplace(Unquote(token.text), position);
     if (added) return;
-    Find(token.offset, "Keys",
-         StringUtils::_InternalFormat("a key again, after %" PRIu64 ":%" PRIu64,
-                                      key->second.line, key->second.column));
+    Report(token.offset, "Keys",
+           StringUtils::_InternalFormat("repeated key, first at %" PRIu64
+                                        ":%" PRIu64,
+                                        key->second.line, key->second.column));
   }
 
-  void LookAtString(const Token& token) {
+  void CheckString(const Token& token) {
     for (std::size_t at = 1; at < token.text.size() - 1;) {
-      at += LookAtCharacter(token.text.substr(at), token.offset + at);
+      at += CheckCharacter(token.text.substr(at), token.offset + at);
     }
   }
 
   // Returns the size of the character, or of an escape that both dialects have.
-  std::size_t LookAtCharacter(std::string_view rest, std::uint64_t offset) {
+  std::size_t CheckCharacter(std::string_view rest, std::uint64_t offset) {
     if (rest[0] == '\\') {
       if (std::strchr("\"\\rnt", rest[1]) != nullptr) return 2;
       if (CodeUnitOf(rest) >= 0 || std::strchr("/bf", rest[1]) != nullptr) {
-        return Find(offset, "Escapes", "another meaning of this escape"), 2;
+        return Report(offset, "Escapes", "other readers decode this escape"), 2;
       }
-      return Find(offset, kExtension, "no such escape"), 1;
+      return Report(offset, kExtension, "unknown escape"), 1;
     }
     const auto [code, size] = CharacterOf(rest);
-    if (code < ' ')
-      Find(offset, kExtension, "no control characters in a string");
-    if (code == Character::kNone) Find(offset, kExtension, "nothing but UTF-8");
+    if (code < ' ') Report(offset, kExtension, "control character in a string");
+    if (code == Character::kNone) Report(offset, kExtension, "invalid UTF-8");
     return size;
   }
 
-  void Find(std::uint64_t offset, std::string_view rule,
-            const SafeString& message) {
+  void Report(std::uint64_t offset, std::string_view rule,
+              const SafeString& message) {
     standard_ = standard_ && rule != kExtension;
     if (++findings_ > kMost) return;
     PrintErrorAt(input_.PlaceOf(offset), rule.data(), message);

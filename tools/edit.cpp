@@ -169,7 +169,8 @@ void vjson::Set(const Arguments& arguments, Output& output) {
 
 void vjson::Remove(const Arguments& arguments, Output& output) {
   const Path path = ParsePathOrFail(arguments.operands[1]);
-  if (path.steps.empty()) Fail("remove", "the outermost value has to stay");
+  if (path.steps.empty())
+    Fail("remove", "the outermost value cannot be removed");
   ChangeFile(arguments, output, [&](auto& text, const auto& document) {
     RemoveValue(text, document, path);
   });
