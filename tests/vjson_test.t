@@ -50,9 +50,8 @@ Strange inputs, and how a line is shown: the caret is under the fault.
   $ fault "$(printf '[%.0s' {1..100000})"; fault '1\n\n[2\n"a\0\0"\n3\n-' --lines
   -:1:1025: Parse: nesting is too deep|...[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[...|                                                 ^ 1
   -:3:3: ParseArray: missing ']'|[2|  ^|hint: the array that begins at column 1 is not closed|-:4:3: GetString: string is not end with '"'|"a??"|  ^|-:6:1: ParseNumber: number is incorrect|-|^ 1
-  $ (echo '[ ]'; head -c 100000001 /dev/zero) | vjson compress --lines
-  vjson: -: a line is longer than 100 MB
-  []
+  $ vjson compress --lines /dev/zero
+  vjson: /dev/zero: a line is longer than 100 MB
   [2]
   $ yes "$(printf %999s)" | head -c $BLANKS | vjson check 2>&1 | grep -o 'is.*'
   is incorrect
@@ -62,23 +61,9 @@ Strange inputs, and how a line is shown: the caret is under the fault.
   [2]
   $ (yes '[2],' | head -n 90000; echo 3) | sed '1s/^/[/; $s/$/]/' | vjson compress | head -c 5; echo "${PIPESTATUS[2]}"
   [[2],141
-  $ (seq -f '[%.0f],' 40000 | sed '1s/^/[/'; echo x) >long; vjson format long 2>&1 | head -n 1
+  $ (seq -f '[%.0f],' 40000 | sed '1s/^/[/'; echo x) >long; vjson format long 2>&1 | head -n 1; cat long | vjson compress 2>&1 | tail -c 60 | head -n 1
   long:40001:1: ParseNumber: number is incorrect
-  $ cat long | vjson compress 2>&1 | tail -c 60 | head -n 1
   99],[40000],-:40001:1: ParseNumber: number is incorrect
-
-Blanks alone change: Python reads the same, in the same order.
-
-  $ printf '// a\n{"b":[ ],"a"// b\n:1.50e+03,"a":{//\n},"\\u00fc\\ud83d\\ude00\\/":[1\n // c\n,nan]}' >odd
-  $ python3 - odd "$SOURCE"/tests/seeds/[ckmv]* <<'END'
-  > import json, re, subprocess, sys
-  > def read(text):
-  >     text = re.sub(r'("(?:[^"\\]|\\.)*")|//.*|nan|inf', lambda m: m[1] or '0' * (m[0][0] != '/'), text)
-  >     return repr(json.loads(text, strict=False, parse_int=str, parse_float=str, object_pairs_hook=list))
-  > for name in sys.argv[1:]:
-  >     texts = [subprocess.check_output(['vjson', word, name]) for word in ('format', 'compress')]
-  >     assert {read(text.decode()) for text in texts} == {read(open(name).read())}, name
-  > END
 
 Values at paths, and what is in the way.
 
@@ -112,10 +97,9 @@ Values at paths, and what is in the way.
   vjson: --color: always, never or auto
   vjson: -: --in-place needs a file
   VALUE:1:1: ParseNumber: number is incorrect
-  $ printf '[{"~":1},"café","\xff","'$zeros'"]' >first; vjson equal once twice
-  /a: {"b":[1,{"+":"\xc3\xa9\\\\u00e9\\\\ud83d... and 2 (esc)
-  [1]
-  $ printf '[{"~":[],"x":0},"cafè","\xfe","0'$zeros'",2]' | vjson equal --all first
+  $ printf '[{"~":1},"café","\xff","'$zeros'"]' >first
+  $ printf '[{"~":[],"x":0},"cafè","\xfe","0'$zeros'",2]' >second; vjson equal first second; vjson equal --all first second
+  /0/~0: 1 and []
   /0/~0: 1 and []
   /0/x: (none) and 0
   /1: "caf\xc3\xa9" and "caf\xc3\xa8" (esc)

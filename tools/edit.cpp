@@ -76,7 +76,7 @@ void SetValue(SafeString& text, const Document& document, const Path& path,
   const std::vector<Child> children = ChildrenOf(container);
   const std::size_t count = children.size();
   for (std::size_t i = count; i > 0; --i) {
-    if (!LeadsTo(step, children[i - 1].key, i - 1)) continue;
+    if (!step.LeadsTo(children[i - 1].key, i - 1)) continue;
     return replace(children[i - 1].value);
   }
   if (container[0] == '{' && !step.key.empty()) {
@@ -114,7 +114,7 @@ void RemoveValue(SafeString& text, const Document& document, const Path& path) {
   bool last = true;
   for (std::size_t i = children.size(); i-- > 0;) {
     const Child& child = children[i];
-    if (LeadsTo(path.steps.back(), child.key, i)) {
+    if (path.steps.back().LeadsTo(child.key, i)) {
       RemoveChild(text, child, last);
     } else {
       if (last && child.item.back() == ',') {

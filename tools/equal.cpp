@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <string>
 
 #include <foundation/generic/scopedpointer.h>
 #include <foundation/json/json.h>
@@ -27,7 +28,7 @@ class Comparison {
     } else if (first.is(JType::Array) && second.is(JType::Array)) {
       const std::size_t length = std::max(first.size(), second.size());
       for (std::size_t i = 0; i < length; ++i) {
-        CompareChildren(PointerText(i), first[i], second[i]);
+        CompareChildren(PointerText(std::to_string(i)), first[i], second[i]);
       }
     } else if (!first || !second ||
                !JsonReader::IsEqual(first.get(), second.get())) {

@@ -2,12 +2,9 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <algorithm>
-#include <cinttypes>
 
 using namespace vjson;
-using vorn::foundation::text::StringUtils;
 
 namespace {
 
@@ -39,11 +36,6 @@ Input::Input(const char* name, std::string_view text, std::uint64_t line)
 Input::~Input() {
   if (size_ > 0) ClearProgress();
   if (file_ > STDIN_FILENO) close(file_);
-}
-
-SafeString Input::Subject() const {
-  if (line_ == 0) return name_;
-  return StringUtils::_InternalFormat("%s:%" PRIu64, name_, line_);
 }
 
 // Makes room in a full window: removes the bytes in front of the token, except
@@ -176,11 +168,6 @@ Place Input::PlaceOf(std::uint64_t offset) {
 }
 
 // Output ----------------------------------------------------------------------
-
-Output::Output(int file, bool colors)
-    : file_(file), colors_(colors), terminal_(colors || isatty(file) != 0) {
-  buffer_.reserve(kBlock);
-}
 
 void Output::Write(std::string_view text, const char* color) {
   const bool colored = colors_ && *color != '\0';

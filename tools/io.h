@@ -1,8 +1,10 @@
 #pragma once
 
+#include <unistd.h>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <string_view>
 
 #include "report.h"
@@ -31,7 +33,10 @@ class Input {
   std::uint64_t line() const { return line_; }
 
   // The subject of errors: the file, and the line if the text is one.
-  SafeString Subject() const;
+  SafeString Subject() const {
+    return SafeString(name_).append(line_ == 0 ? ""
+                                               : ":" + std::to_string(line_));
+  }
 
   char Peek() {
     if (data_[at_] == '\0' && at_ == end_) Fill();
@@ -122,7 +127,8 @@ void ForEachText(const char* file, bool lines,
 // line ends. Errors end the command.
 class Output {
  public:
-  Output(int file, bool colors);
+  Output(int file, bool colors)
+      : file_(file), colors_(colors), terminal_(colors || isatty(file) != 0) {}
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
 

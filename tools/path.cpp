@@ -110,10 +110,6 @@ SafeString vjson::PointerText(std::string_view key) {
   return text;
 }
 
-SafeString vjson::PointerText(std::size_t index) {
-  return StringUtils::_InternalFormat("/%zu", index);
-}
-
 // Values in a text ------------------------------------------------------------
 
 namespace {
@@ -178,7 +174,7 @@ Found Follow(Scanner& scanner, const Token& first, const Step* step,
     return {PassValue(scanner, first), step};
   }
   PassChildren(scanner, [&](auto key, auto index, const Token& token) {
-    if (!LeadsTo(*step, key, index)) return PassValue(scanner, token);
+    if (!step->LeadsTo(key, index)) return PassValue(scanner, token);
     found = Follow(scanner, token, step + 1, end);
     return scanner.From(token);
   });
@@ -207,11 +203,6 @@ std::vector<Child> vjson::ChildrenOf(std::string_view value) {
     return PassValue(scanner, token);
   };
   return PassChildren(scanner, pass);
-}
-
-bool vjson::LeadsTo(const Step& step, std::string_view key, std::size_t index) {
-  if (key.empty()) return step.index == index;
-  return !step.key.empty() && Unquote(key) == step.name;
 }
 
 std::string_view vjson::FindValue(const Document& document, const Path& path,

@@ -25,6 +25,13 @@ struct Step {
   std::size_t index = kNoIndex;
   SafeString name = "";  // the text of the key
   std::size_t end = 0;   // of the step in the path
+
+  // Whether the step leads to the child with this key, if it has one, or
+  // number.
+  bool LeadsTo(std::string_view child, std::size_t number) const {
+    if (child.empty()) return index == number;
+    return !key.empty() && Unquote(child) == name;
+  }
 };
 
 struct Path {
@@ -39,9 +46,8 @@ Path ParsePath(Input& input);
 // The same; prints the fault and ends the command.
 Path ParsePathOrFail(const char* text);
 
-// The step to a child in a JSON Pointer.
+// The step to a child in a JSON Pointer, by its key or index.
 SafeString PointerText(std::string_view key);
-SafeString PointerText(std::size_t index);
 
 // Values in a text are views of the text. A child of an array has no key.
 struct Child {
@@ -52,9 +58,6 @@ struct Child {
 
 // The children of a container; none of another value.
 std::vector<Child> ChildrenOf(std::string_view value);
-
-// Whether the step leads to the child with this index and, in an object, key.
-bool LeadsTo(const Step& step, std::string_view key, std::size_t index);
 
 // The value that the path, or its first steps, lead to; of a repeated key the
 // last one. If there is none, prints why and ends the command.

@@ -29,8 +29,6 @@ bool IsSurrogate(unsigned int code) { return code >> 11 == 0x1B; }
 
 }  // namespace
 
-bool vjson::IsContinuation(char byte) { return (byte & 0xC0) == 0x80; }
-
 // The facet takes surrogates for characters.
 Character vjson::CharacterOf(std::string_view text) {
   const char* const begin = text.data();

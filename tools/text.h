@@ -21,7 +21,7 @@ struct Character {
 };
 
 // Whether the byte is in a character and does not begin it.
-bool IsContinuation(char byte);
+inline bool IsContinuation(char byte) { return (byte & 0xC0) == 0x80; }
 
 // The first character of the text. REQUIRES: the text is not empty.
 Character CharacterOf(std::string_view text);

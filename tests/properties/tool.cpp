@@ -7,7 +7,6 @@
 #include "command.h"
 #include "path.h"
 
-#include <foundation/json/json.h>
 #include <foundation/json/view.h>
 
 #include <sys/mman.h>
@@ -73,7 +72,12 @@ void CheckLayout(const SafeString& text) {
   using vjson::Compress, vjson::Format;
   const SafeString formatted = Run(Format, text);
   const SafeString compressed = Run(Compress, text, {}, {"--comments"});
+  JsonReader before, after;
+  before.fromString(text);
   for (const SafeString& result : {formatted, compressed}) {
+    after.fromString(result);
+    Require(JsonReader::IsEqual(before.getJson(), after.getJson()),
+            "the parser reads the same");
     Require(Scan({"", result}) == Scan({"", text}), "the tokens are the same");
     Require(Run(Format, result) == formatted, "the layout is the same");
   }
