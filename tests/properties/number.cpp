@@ -80,8 +80,9 @@ void CheckConversions(const SafeString& text, bool exhausts = false) {
                     (format == 3 && bits <= LLONG_MAX);
   const std::optional<long long> integer = number.as<long long>();
   Require(fits ? integer == as_long : !integer, "a long, if it can hold it");
-  Require(number.as<int>() == (as_int == as_long ? integer : std::nullopt),
-          "an int, if it can hold it");
+  const bool natural = as_long >= 0 && as_long <= UINT_MAX;
+  Require(number.as<unsigned>() == (natural ? integer : std::nullopt),
+          "an unsigned int, if it can hold it");
   const double nearest = format == 3 ? as_double : real;
   const bool beyond = std::isinf(nearest) && number_text.back() != 'f';
   const std::optional<double> read = number.as<double>();
