@@ -35,12 +35,11 @@ Strange inputs, and how a line is shown: the caret is under the fault.
   -:1:605: ParseArray: missing ']'|...\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5" 1, "\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5\xe6\x97\xa5...|                                 ^|hint: a comma is missing here 1 (esc)
   $ fault '{"a"\r:\r\n\t"\e\xc2\x9b\xf4\x90\x80\x80\xff\xed\xa0\x80\xe2\x80\xae"\t1}\r\n'
   -:3:19: ParseObject: missing '}' or have some extra data characters|\t"???????????"\t1}|\t             \t^|hint: a comma is missing here 1 (esc)
-  $ for text in '' '\xef\xbb\xbf{}' '\xff\xfe[\0' '["\0"]' '"\xe4\x01"' '\r\n\f1\v//'; do fault "$text"; done
+  $ for text in '' '\xef\xbb\xbf{}' '\xff\xfe[\0' '["\0"]' '"\xe4\x01"'; do fault "$text"; done
   -:1:1: ParseNumber: number is incorrect||^|hint: the text is empty 1
   -:1:1: ParseNumber: number is incorrect|?{}|^|hint: the text begins with a byte order mark 1
   -:1:1: ParseNumber: number is incorrect|??[?|^|hint: the text is UTF-16, and should be UTF-8 1
   -:1:3: GetString: string is not end with '"'|["?"]|  ^ 1
-   0
    0
   $ name=$'a\nb\e]0;\xe2\x80\xaec'; printf '[1' >"$name"
   $ for file in "$name" . /dev/zero; do fault '' "$file"; done
@@ -141,7 +140,6 @@ Changes. All else stays. Killed at any call, they leave the old file or the new.
 The strict check.
 
   $ strict() { printf "$1" | vjson check --strict 2>&1 | grep '^[-v]' | cut -d : -f 2- | cut -c 1-99; }
-  $ strict '[1, "é", {"a": {}, "b": {"a": -0.5e+7}}, true, false, null]'
   $ strict '[nan,\v1,"\\u00e9\\u00g9\t\\\\\xff",{"a\\\\x":{"b":1},\n"a\\x":{"b":2}},//\n inf 3'
   1:2: RFC 8259: this number is not allowed
   1:6: RFC 8259: this blank is not allowed

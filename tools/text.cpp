@@ -80,17 +80,6 @@ bool IsWide(unsigned int code) {
          (code >= 0x10000 && code < 0x40000);
 }
 
-// The blanks that are as wide as a text that is shown.
-SafeString BlanksFor(std::string_view text) {
-  SafeString blanks;
-  while (!text.empty()) {
-    const auto [code, size] = CharacterOf(text);
-    blanks.append(IsWide(code) ? 2 : 1, code == '\t' ? '\t' : ' ');
-    text.remove_prefix(size);
-  }
-  return blanks;
-}
-
 }  // namespace
 
 SafeString vjson::Mask(std::string_view text, Mark mark) {
@@ -98,8 +87,10 @@ SafeString vjson::Mask(std::string_view text, Mark mark) {
   while (!text.empty()) {
     const auto [code, size] = CharacterOf(text);
     const std::string_view bytes = text.substr(0, size);
-    if (!IsHidden(code) ||
-        (mark == Mark::kQuestionInLines && StartsWithLineEnd(text))) {
+    if (mark == Mark::kBlanks) {
+      shown.append(IsWide(code) ? 2 : 1, code == '\t' ? '\t' : ' ');
+    } else if (!IsHidden(code) ||
+               (mark == Mark::kQuestionInLines && StartsWithLineEnd(text))) {
       shown += bytes;
     } else if (mark != Mark::kBytes) {
       shown += '?';
@@ -114,7 +105,6 @@ SafeString vjson::Mask(std::string_view text, Mark mark) {
 }
 
 Shown vjson::Excerpt(std::string_view line, std::size_t at, std::size_t width) {
-  const SafeString cut = "...";
   std::size_t begin = 0;
   std::size_t end = line.size();
   if (line.size() > width) {
@@ -123,10 +113,12 @@ Shown vjson::Excerpt(std::string_view line, std::size_t at, std::size_t width) {
     while (begin < at && IsContinuation(line[begin])) ++begin;
     while (end > at && end < line.size() && IsContinuation(line[end])) --end;
   }
-  const SafeString before =
-      (begin > 0 ? cut : "") + Mask(line.substr(begin, at - begin));
-  const SafeString behind = Mask(line.substr(at, end - at));
-  return {before + behind + (end < line.size() ? cut : ""), BlanksFor(before)};
+  const std::string_view before = line.substr(begin, at - begin);
+  const std::string_view cut = begin > 0 ? "..." : "";
+  SafeString shown(cut);
+  shown += Mask(before) + Mask(line.substr(at, end - at));
+  if (end < line.size()) shown += "...";
+  return {shown, SafeString(cut.size(), ' ') + Mask(before, Mark::kBlanks)};
 }
 
 // Strings ---------------------------------------------------------------------

@@ -26,9 +26,10 @@ inline bool IsContinuation(char byte) { return (byte & 0xC0) == 0x80; }
 // The first character of the text. REQUIRES: the text is not empty.
 Character CharacterOf(std::string_view text);
 
-// What replaces characters that are not shown: a question mark, also except for
-// line ends, or \xNN for each byte.
-enum class Mark { kQuestion, kQuestionInLines, kBytes };
+// What replaces the characters that are not shown: a question mark, except in
+// line ends if these stay, or \xNN for each byte. kBlanks: each character is
+// replaced by blanks of its width.
+enum class Mark { kQuestion, kQuestionInLines, kBytes, kBlanks };
 
 // The text as it is shown.
 SafeString Mask(std::string_view text, Mark mark = Mark::kQuestion);
