@@ -9,11 +9,7 @@ What the README and the manual show is so.
   $ awk '/^```/ { on = /console/; next } on' "$SOURCE/README.md" >shown
   $ [ ! -e "$MANUAL" ] || sed '1,/brackets/d; /^[.]/d; s/\\&//g; s/\\\\/\\/g' \
   >   "$MANUAL" | diff shown -
-  $ sed 's/^/  /' shown >shown.t && cram3 --shell=/bin/bash shown.t
-  .
-  # Ran 1 tests, 0 skipped, 0 failed.
-  $ grep -o "vjson [a-z]" shown | wc -l
-  20
+  $ sed 's/^/  /' shown >shown.t && { cram3 --shell=/bin/bash shown.t >log || cat log; }
 
 Nothing is left behind, however it ends.
 
