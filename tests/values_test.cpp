@@ -1,6 +1,7 @@
 // Value classes, readers and contexts: what a foreign value class may do, what
-// a monitor that throws leaves, and equality. What edits do is in
-// properties/tree.cpp and properties/archiver.cpp.
+// a monitor that throws leaves, equality, and every call of the monitors, in
+// order, with the tags written out. What edits do is in properties/tree.cpp and
+// properties/archiver.cpp.
 
 #include "support/property.h"
 
@@ -9,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <type_traits>
 
 namespace {
@@ -57,28 +59,25 @@ TEST_P(ValuesTest, AMonitorThatThrowsLeadsToNoSecondDisposal) {
   JObject object;
   JsonReader reader;
   const generic::ScopedPointer<JBase> other(Make<JNull>());
-  const std::function<void()> kReleases[] = {
-      [&] { array.clear(); },
-      [&] { array.setValue(0, Make<JNull>()); },
-      [&] { object.clear(); },
-      [&] { object.remove("k"); },
-      [&] { object.setValue("k", other.get()); },
-      [&] { reader.fromString("2"); }};
-  for (const auto& release : kReleases) {
-    SCOPED_TRACE(&release - kReleases);
+  const std::pair<std::function<void()>, int> kReleases[] = {
+      {[&] { array.clear(); }, 0},
+      {[&] { array.setValue(0, Make<JNull>()); }, 0},
+      {[&] { object.clear(); }, 1},
+      {[&] { object.remove("k"); }, 1},
+      {[&] { object.setValue("k", other.get()); }, 1},
+      {[&] { reader.fromString("2"); }, 2}};
+  for (const auto& [release, refused] : kReleases) {
+    SCOPED_TRACE(refused);
     array.append(Make<JNull>());
     object.setValue("k", Make<JNull>());
     reader.fromString("1");
     JBase* const held[] = {array.at(0), object.at("k"), reader.getJson()};
     Monitor::FailRequest(Source::Release, 0, false);
     EXPECT_THROW(release(), std::bad_alloc);
-    JBase* const refused = array.at(0) != held[0]      ? held[0]
-                           : object.at("k") != held[1] ? held[1]
-                                                       : held[2];
-    EXPECT_EQ(reader.valid(), refused != held[2]);
-    refused->dispose();
+    held[refused]->dispose();
     array.clear();
   }
+  EXPECT_FALSE(reader.valid());
 }
 
 // A value of somebody else's, of a kind beyond the six. When it goes, it adds
@@ -132,7 +131,6 @@ TEST_P(ValuesTest, WritesIntoTheContextOfACaller) {
 TEST_P(ValuesTest, TheContextsStreamIsAStringStream) {
   const std::pair<void (*)(Context&), const char*> table[] = {
       {[](Context& it) { it.stream << it.stream.str(); }, "[1,[1,,2]"},
-      {[](Context& it) { it.stream.seekp(1) << 7; }, "[7,2]"},
       {[](Context& it) {
          it.stream.exceptions(std::ios::goodbit);
          static_cast<std::ios&>(it.stream).rdbuf(nullptr);
@@ -180,6 +178,110 @@ TEST_P(ValuesTest, EqualMeansSameKindAndContent) {
   EXPECT_FALSE(JsonReader::IsEqual(nullptr, &all));
   const Foreign foreign;  // equals nothing
   EXPECT_FALSE(JsonReader::IsEqual(&foreign, &foreign));
+}
+
+// The monitors' calls ---------------------------------------------------------
+
+// Objects that note their destruction.
+struct Disposable : lang::IDisposable {
+  ~Disposable() override { Monitor::Note(" destructor "); }
+};
+struct Plain {
+  ~Plain() { Monitor::Note(" destructor "); }
+};
+struct Other {
+  virtual ~Other() = default;
+};
+struct Second : Other, Disposable {};  // does not begin with its Disposable
+
+// "?" is a call of _IsTrace(), "(" one of _Alloc() and ")" one of _Dealloc().
+TEST_P(ValuesTest, CallsOfTrackedObjects) {
+  Make<Second>()->dispose();
+  debug::Destroy<Disposable>(Make<Second>());
+  debug::Destroy(Make<Plain>(), kTag);
+  generic::ScopedPointer<Plain>(Make<Plain>()).get();
+  generic::ScopedPointer<Disposable> it(Make<Disposable>());
+  it.reset(Make<Disposable>());
+  it.release()->dispose();
+  debug::Destroy<Plain>(nullptr);
+  debug::Destroy<Disposable>(nullptr, kTag);
+  const std::string log =
+      "?(+test:1 test #1?-#1 destructor )"
+      "?(+test:1 test #2?!#2 destructor )"
+      "?(+test:1 test #3?!test:1 test #3 destructor )"
+      "?(+test:1 test #4?!#4 destructor )"
+      "?(+test:1 test #5?(+test:1 test #6?-#5 destructor )?-#6 destructor )";
+  EXPECT_EQ(Monitor::TakeLog(),
+            GetParam() ? log : Replace(Replace(log, "(", ""), ")", ""));
+}
+
+// The calls, without the folders.
+std::string CallsOf(const std::function<void()>& work) {
+  Monitor::TakeLog();
+  work();
+  const std::string calls = Replace(Monitor::TakeCalls(), "../json/json:", "");
+  return Replace(calls, "../json/archive/", "");
+}
+
+TEST_P(ValuesTest, CallsOfTheLibrary) {
+  const auto read = [](const std::string& text) {
+    return [text] { JsonReader().fromString(text.c_str()); };
+  };
+  const std::pair<std::function<void()>, const char*> kRows[] = {
+      {read(R"({"k":[false,true,null,nan,inf,-inf,-1,"s"]})"),
+       "+208 ParseObject #1+235 ParseArray #2+265 ParseBool #3+270 ParseBool #4"
+       "+278 ParseNullOrNan #5+283 ParseNullOrNan #6+293 ParseNumber #7"
+       "+300 ParseNumber #8+309 ParseNumber #9+259 ParseString #10"
+       "-#1-#2-#3-#4-#5-#6-#7-#8-#9-#10"},
+      {read(R"([null,{"a":false,"b":true,"k":[[],-}]])"),
+       "+235 ParseArray #1+278 ParseNullOrNan #2+208 ParseObject #3"
+       "+265 ParseBool #4+270 ParseBool #5+235 ParseArray #6+235 ParseArray #7"
+       "+309 ParseNumber #8!315 ParseNumber #8-#6-#7-#3-#5-#4-#1-#2"},
+      {read(R"({"k":{},"k":0}])"),
+       "+208 ParseObject #1+208 ParseObject #2+309 ParseNumber #3-#2"
+       "!69 Compile #1-#3"},
+      {[] {
+         JsonReader reader;
+         reader.fromString("null");
+         reader.fromString(R"(["",{"":true}])");  // after a disposal
+         generic::ScopedPointer<JBase>(reader.getJson()->clone()).reset();
+         reader.fromString("1");
+         generic::ScopedPointer<JBase>(reader.getJson()->clone()).reset();
+       },
+       "+278 ParseNullOrNan #1-#1+235 ParseArray #2+259 ParseString #3"
+       "+208 ParseObject #4+270 ParseBool #5+525 clone #6+491 clone #7"
+       "+636 clone #8+350 clone #9-#6-#7-#8-#9-#2-#3-#4-#5"
+       "+309 ParseNumber #10+399 clone #11-#11-#10"},
+      {[] {
+         JsonArchiver it;
+         it.writeObjectByIndex(0)->writeStringByField("f", "");
+         EXPECT_THROW(it.writeDataByIndex(1, "t"), JsonException);
+         it.compress();
+         it.fromString("[{\"f\":null}]");
+       },
+       "+jsonarchiver:160 JsonArchiver #1"
+       "+archiverutils:16 Create #2+archiverutils:18 Create #3"
+       "+genericarchiver:8 GenericArchiver #4+archiverutils:13 Create #5"
+       "+genericarchiver:44 writeString #6-#4"
+       "+genericarchiver:8 GenericArchiver #7+archiverutils:13 Create #8!#8-#7"
+       "+arrayarchiver:33 snapshot #9+objectarchiver:34 snapshot #10"
+       "+491 clone #11-#9-#10-#11!archiverutils:33 Destroy #2"
+       "!archiverutils:33 Destroy #3!archiverutils:33 Destroy #5-#6"
+       "+235 ParseArray #12+208 ParseObject #13+278 ParseNullOrNan #14"
+       "+326 clone #15+archiverutils:28 FromJson #16"
+       "+archiverutils:23 FromJson #17+archiverutils:26 FromJson #18"
+       "-#12-#13-#14!jsonarchiver:167 ~JsonArchiver #1"
+       "!archiverutils:33 Destroy #18!archiverutils:33 Destroy #17"
+       "!archiverutils:33 Destroy #16-#15"}};
+  for (const auto& [work, calls] : kRows) {
+    Monitor::Reset(GetParam());
+    EXPECT_EQ(CallsOf(work), calls);
+  }
+  // No container is created of the last bracket.
+  for (const char* open : {"[", "{\"\":"}) {
+    const std::string calls = CallsOf(read(Repeat(1025, open)));
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), '+'), 1024);
+  }
 }
 
 }  // namespace
