@@ -6,11 +6,10 @@
 set -euo pipefail
 
 build=$1 target=$2 seconds=$3
-here=$(dirname "${BASH_SOURCE[0]}")
 corpus=$build/corpus/$target
 mkdir -p "$corpus" "$build/findings"
 
 # New inputs go into the first of the folders.
-exec "$build/tests/fuzz_$target" "$corpus" "$here/seeds" \
+exec "$build/tests/fuzz_$target" "$corpus" "$(dirname "$0")/seeds" \
   -max_total_time="$seconds" -timeout=25 \
   -artifact_prefix="$build/findings/$target-" -print_final_stats=1

@@ -13,16 +13,13 @@
 #include <fstream>
 #include <locale>
 #include <random>
+#include <tuple>
 
 namespace {
 
 using namespace support;
 
-struct Case {
-  const char* name;
-  Property property;
-  std::size_t scripts;
-};
+using Case = std::tuple<const char*, Property, std::size_t>;
 constexpr Case kCases[] = {{"Tree", CheckTree, 3000},
                            {"Archiver", CheckArchiver, 3000},
                            {"Number", CheckNumber, 2000},
@@ -70,19 +67,20 @@ struct Comma : std::numpunct<char> {
 
 using PropertyTest = testing::TestWithParam<Case>;
 INSTANTIATE_TEST_SUITE_P(All, PropertyTest, testing::ValuesIn(kCases),
-                         [](const auto& row) { return row.param.name; });
+                         [](const auto& row) {
+                           return std::get<0>(row.param);
+                         });
 
 // In the second half, in a locale of C++ with commas in its numbers, and in
 // that of C that VORN_TEST_LOCALE names, if it does.
 TEST_P(PropertyTest, Holds) {
   const auto& [name, property, scripts] = GetParam();
   const char* const locale = std::getenv("VORN_TEST_LOCALE");
-  const std::locale comma(std::locale::classic(), new Comma);
   injected = 0;
   std::mt19937 random(1);
   for (std::size_t i = 0; i < scripts && !HasFailure(); ++i) {
     if (i == scripts / 2) {
-      std::locale::global(comma);
+      std::locale::global(std::locale(std::locale::classic(), new Comma));
       ASSERT_TRUE(std::setlocale(LC_ALL, locale ? locale : "C")) << locale;
     }
     const std::string text = i < kSeeds.size() ? kSeeds[i] : MakeInput(random);

@@ -51,10 +51,8 @@ struct Model {
         model->members.emplace(key, Of(*At(source, key), At(*it, key)));
       }
     }
-    JBase* element = nullptr;
-    for (unsigned int i = 0;
-         model->kind == '[' && (element = At(source, i)) != nullptr; ++i) {
-      model->elements.push_back(Of(*element, At(*it, i)));
+    for (unsigned int i = 0; model->kind == '[' && At(source, i); ++i) {
+      model->elements.push_back(Of(*At(source, i), At(*it, i)));
     }
     return model;
   }

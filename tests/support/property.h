@@ -99,9 +99,6 @@ End EndOf(Operation operate) try {
 
 // A source, and whether all its requests from some number on fail.
 struct Failing {
-  static Failing Of(Input& in) {
-    return {static_cast<Source>(in.Below(4)), in.Below(2) != 0};
-  }
   Failing OrNone(bool fails) const {
     return {source, forever, fails ? first : static_cast<std::size_t>(-1)};
   }
@@ -148,20 +145,6 @@ void Look(Failing failing, Operation look, End null = End::AccessNull) {
   });
 }
 
-// Texts -----------------------------------------------------------------------
-
-// A key as it is written.
-inline std::string Quoted(const std::string& key) {
-  constexpr std::string_view kEscaped = "\"\\\r\n\t", kLetters = "\"\\rnt";
-  std::string text = "\"";
-  for (const char c : key) {
-    const std::size_t at = kEscaped.find(c);
-    if (at != kEscaped.npos) text += '\\';
-    text += at != kEscaped.npos ? kLetters[at] : c;
-  }
-  return text += '"';
-}
-
 inline std::string Repeat(int count, const std::string& text) {
   std::string all;
   while (count-- > 0) all += text;
@@ -175,6 +158,17 @@ inline std::string Replace(std::string text, const std::string& part,
     at += by.size();
   }
   return text;
+}
+
+// A key as it is written.
+inline std::string Quoted(const std::string& key) {
+  std::string text = "\"";
+  for (const char c : key) {
+    const std::size_t escape = std::string_view("\"\\\r\n\t").find(c);
+    if (escape != std::string_view::npos) text += '\\';
+    text += escape != std::string_view::npos ? "\"\\rnt"[escape] : c;
+  }
+  return text += '"';
 }
 
 }  // namespace support
