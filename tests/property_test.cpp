@@ -20,7 +20,7 @@ namespace {
 using namespace support;
 
 using Case = std::tuple<const char*, Property, std::size_t>;
-constexpr Case kCases[] = {{"Tree", CheckTree, 3000},
+constexpr Case kCases[] = {{"Tree", CheckTree, 2000},
                            {"Archiver", CheckArchiver, 3000},
                            {"Number", CheckNumber, 2000},
                            {"Tool", CheckTool, 1000}};

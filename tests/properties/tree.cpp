@@ -90,8 +90,9 @@ void CheckUse(const Node& node, Failing failing) {
 
 // Edits -----------------------------------------------------------------------
 
-// Edits the value, after its model, with requests failing until that passes. The
-// result says whether the edit does anything. What disposes needs no memory.
+// Edits the value, after its model, with requests failing until that passes.
+// The result says whether the edit does anything. What disposes needs no
+// memory.
 template <class Edit>
 void CheckEdit(const Node& node, Failing failing, bool result,
                const std::string& disposal, Edit edit) {
