@@ -2,6 +2,11 @@
 
 #include "support/property.h"
 
+// The fuzzer asks for memory in this way too.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return operator new(size);
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data,
                                       std::size_t size) {
   const void* const bytes = data;
