@@ -156,6 +156,7 @@ Position Input::PositionOf(std::uint64_t offset) {
 
 Place Input::PlaceOf(std::uint64_t offset) {
   Need(kAround);
+  offset = std::min(offset, base_ + end_);  // of a file that has shrunk
   const Position position = PositionOf(offset);
   const auto at = static_cast<std::size_t>(offset - base_);
   const auto before = static_cast<std::size_t>(

@@ -92,7 +92,7 @@ class Scanner {
 };
 
 // Prints the place of the fault at the cursor, the reason, and the library's
-// hint. What was read of the input is gone.
+// hint. The input is of no use afterwards.
 void PrintFault(Input& input, const JsonFault& fault);
 
 // Reads the input in the work. If the text is malformed, prints why and ends
