@@ -19,8 +19,6 @@ using vorn::foundation::debug::LeakInfo;
   std::abort();
 }
 
-// State -----------------------------------------------------------------------
-
 namespace {
 
 bool trace = false;
@@ -212,8 +210,6 @@ void MemoryMonitor::Dealloc(unsigned char* block, unsigned int bytes) {
 }
 
 }  // namespace vorn::foundation::debug
-
-// The global allocation functions ---------------------------------------------
 
 void* operator new(std::size_t size) {
   void* const memory = support::Allocate(support::Source::OperatorNew, size);
