@@ -19,8 +19,6 @@ loads the printers by itself.
   > print text
   > print scalars
   > print *value
-  > print *gone
-  > print unwritten
   > print archiver
   > json-live pump.cpp
   > json-trace clone
@@ -34,9 +32,7 @@ loads the printers by itself.
   $1 = "tab\t, zero\000, end"
   $2 = JsonReader = {tree = JArray of length 6 = {-1.50e30, "a\nbcdef", "", null, true, false}}
   $3 = JObject of size 3 = {["kilo"] = JArray of length 1 = {JObject of size 1 = {[""] = "v"}}, ["alpha"] = JObject of size 0, ["zeta"] = 1}
-  $4 = <its class is not known>
-  $5 = empty JsonArchiver
-  $6 = JsonArchiver = {root = ObjectArchiver of size 3 = {["list"] = ArrayArchiver of length 1 = {ObjectArchiver of size 0}, ["data"] = JObject of size 1 = {["a"] = nan}, ["text"] = "a"}}
+  $4 = JsonArchiver = {root = ObjectArchiver of size 3 = {["list"] = ArrayArchiver of length 1 = {ObjectArchiver of size 0}, ["data"] = JObject of size 1 = {["a"] = nan}, ["text"] = "a"}}
     objects       bytes  created at
           1          32  pump.cpp:7 Fill
       ADDRESS JArray of length 1 = {true}
@@ -47,5 +43,5 @@ loads the printers by itself.
           3          52  total
   releases of unknown objects: 1
     objects       bytes  made by
-          6         208  program.cpp:30 main
-  $7 = JsonReader = {tree = JArray of length 6 = {-1.5..., "a\nbc"..., "", null...}}
+          6         208  program.cpp:28 main
+  $5 = JsonReader = {tree = JArray of length 6 = {-1.5..., "a\nbc"..., "", null...}}

@@ -10,13 +10,11 @@ using namespace vorn::foundation::json;
 
 constexpr debug::Tag kTag{"pump.cpp", 7, "Fill"};
 alignas(32) char memory[32];  // malloc gives no address like its middle
-alignas(void*) unsigned char zeros[sizeof(JBase)];
 
 SafeString text("tab\t, zero\0, end", 16);
 JsonReader scalars, members;
 JBase* value;
-JBase* gone = reinterpret_cast<JBase*>(zeros);
-JsonArchiver unwritten, archiver;
+JsonArchiver archiver;
 
 int main() {
   scalars.fromString("[-1.50e30, \"a\\nbcdef\", \"\", null, true, false]");
@@ -30,6 +28,6 @@ int main() {
   value->clone();
   debug::ObjectMonitor::_IncLeak(memory + 16, "pump.cpp", 7, "Fill", 4);
   debug::Create<JArray>(kTag)->append(debug::Create<JBool>(kTag, true));
-  debug::ObjectMonitor::_DecLeak(zeros);
+  debug::ObjectMonitor::_DecLeak(memory);
   std::abort();
 }

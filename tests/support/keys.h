@@ -32,22 +32,19 @@ inline std::size_t Unmix(std::size_t mixed) {
 // takes back what the first one changes. They have that size, or the least.
 inline Keys KeysOfOneHash(std::size_t count, std::size_t size = 0) {
   constexpr std::size_t kSize = sizeof(std::size_t);
-  char words[2][kSize + 1] = {};
-  const auto plain = [](const char* word) {
-    return std::strcspn(word, "\"\\\n\r\t") == kSize;
-  };
-  for (std::size_t mixed = 1; !plain(words[0]) || !plain(words[1]); ++mixed) {
-    for (const std::size_t highest : {std::size_t{0}, ~(~std::size_t{0} / 2)}) {
-      const std::size_t word = Unmix(mixed ^ highest);
-      std::memcpy(words[highest != 0], &word, kSize);
-    }
+  constexpr std::size_t kHighest = ~(~std::size_t{0} / 2);
+  char words[2 * kSize + 1] = {};
+  for (std::size_t mixed = 1; std::strcspn(words, "\"\\\n\r\t") < 2 * kSize;
+       ++mixed) {
+    const std::size_t both[] = {Unmix(mixed), Unmix(mixed ^ kHighest)};
+    std::memcpy(words, both, sizeof both);
   }
   Keys keys(count);
   for (std::size_t number = 0; number < count; ++number) {
     SafeString& key = keys[number];
     for (std::size_t bit = 1; bit < count; bit *= 2) {
-      const char* const word = words[(number & bit) != 0];
-      key.append(word).append(word);
+      const char* const word = words + ((number & bit) != 0 ? kSize : 0);
+      key.append(word, kSize).append(word, kSize);
     }
     if (key.size() < size) key.insert(0, size - key.size(), 'x');
   }

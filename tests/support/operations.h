@@ -19,8 +19,7 @@ struct Subject {
 
   bool Parse() {
     const bool read = reader.fromString(text);
-    tree = reader.getJson();
-    return read;
+    return tree = reader.getJson(), read;
   }
   bool Format() { return reader.Format(tree).size() >= text.size(); }
   bool Compress() { return reader.Compress(tree).size() == text.size(); }
