@@ -75,14 +75,12 @@ TEST_P(ParserTest, RefusesMalformedText) {
 }
 
 TEST_P(ParserTest, ReadsTheDialect) {
-  const std::string deep = Repeat(511, "[{\"a\":") + "0" + Repeat(511, "}]");
   const std::pair<std::string, std::string> table[] = {
       {"[-0,0.10,1E+05,-5,1.5e3,1e-0,9e999,18446744073709551616000 ]",
        "[-0,0.10,1E+05,-5,1.5e3,1e-0,9e999,18446744073709551616000]"},
       {R"("\\\"\r\n\t\u0041\/\b\f\\n")", R"("\\\"\r\n\t\\u0041\\/\\b\\f\\n")"},
       {"\"\n\r\t //'\x01\x7F\x80\xFF\"", "\"\\n\\r\\t //'\x01\x7F\x80\xFF\""},
       {"{\"\\t\":[1],\"\t\":null,\"\\t\":{}}", R"({"\t":{}})"},
-      {"[" + deep + "," + deep + ",[] ]", "[" + deep + "," + deep + ",[]]"},
       {R"(~[~1~,~{~"a"~:~[~]~}~,~{~}~,~"s"~,~null~,~nan~,~true~,~-inf~]~//)",
        R"([1,{"a":[]},{},"s",null,nan,true,-inf])"},
   };
