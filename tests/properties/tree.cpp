@@ -58,8 +58,7 @@ void CheckLoading(const SafeString& text, bool valid, Failing failing) {
 
 void CheckText(const SafeString& text, Failing failing) {
   JsonReader reader, lines, line;
-  const bool valid = reader.fromString(text);
-  if (!valid) return CheckLoading(text, false, failing);
+  if (!reader.fromString(text)) return CheckLoading(text, false, failing);
   Require(lines.fromString(reader.format()), "lines can be read");
   Require(line.fromString(reader.compress()), "a line can be read");
   Require(JsonReader::IsEqual(line.getJson(), reader.getJson()), "as it was");
