@@ -48,10 +48,10 @@ TEST(StandInTest, ReportsObjectsByTagAndWhatHasChanged) {
   ObjectMonitor::Mark(std::string("mark").c_str());
   EXPECT_EQ(Report("marks"), "");
 
-  for (const std::size_t place : {4, 5, 6}) Record(place, "b.cpp", 1, 10);
+  for (const unsigned int place : {4U, 5U, 6U}) Record(place, "b.cpp", 1, 10);
   Record(7, "a.cpp", 20, 3);
   Record(8, "a.cpp", 3, 7);
-  for (const std::size_t place : {0, 6, 8}) Release(place);
+  for (const unsigned int place : {0U, 6U, 8U}) Release(place);
   EXPECT_EQ(Report(), R"(:0 : 1 objects, 2 bytes
 a.cpp:20 f: 2 objects, 103 bytes
 b.cpp:1 f: 3 objects, 70 bytes
@@ -73,7 +73,7 @@ total: 6 objects, 175 bytes
   EXPECT_NE(table.find("\t0\t-40\t0\t1\ntotal\t\t\t6\t2\t175\t-17\t5\t3\n"
                        "unknown\t\t\t\t\t\t\t\t0\n"),
             table.npos);
-  for (const std::size_t place : {7, 1, 4, 2, 5, 3}) Release(place);
+  for (const unsigned int place : {7U, 1U, 4U, 2U, 5U, 3U}) Release(place);
   EXPECT_EQ(Report(), "total: 0 objects, 0 bytes\n");
 }
 
