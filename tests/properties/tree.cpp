@@ -205,7 +205,7 @@ void CheckTree(Input& in) {
   for (unsigned int step = 0; !in.empty() && size < 20000; ++step) {
     Node& node = root->Find(in);
     const Failing failing = kFailing[in.Below(8)];
-    const Failing rarely = failing.OrNone(in.Below(4) == 0);
+    const Failing rarely = failing.OrNone(in.Below(8) == 0 && size < 5000);
     node.kind == '['   ? EditArray(in, *root, node, rarely)
     : node.kind == '{' ? EditObject(in, *root, node, keys, rarely)
                        : EditScalar(in, node, rarely);
