@@ -80,7 +80,8 @@ void SetValue(SafeString& text, const Document& document, const Path& path,
     return replace(children[i - 1].value);
   }
   if (container[0] == '{' && !step.key.empty()) {
-    const bool dense = count > 0 && children.back().value.data()[-1] == ':';
+    const bool dense =
+        count > 0 && text[BeginOf(text, children.back().value) - 1] == ':';
     Add(text, children, container, step.key + (dense ? ":" : ": ") + value);
   } else if (container[0] == '[' &&
              (step.index == count || step.index == Step::kBehind)) {

@@ -23,8 +23,8 @@ struct Step {
 
   SafeString key;  // as a string in quotes; empty for none
   std::size_t index = kNoIndex;
-  SafeString name = "";  // the text of the key
-  std::size_t end = 0;   // of the step in the path
+  SafeString name{};    // the text of the key
+  std::size_t end = 0;  // of the step in the path
 
   // Whether the step leads to the child with this key, if it has one, or
   // number.
