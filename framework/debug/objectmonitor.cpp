@@ -38,8 +38,11 @@ LeakInfo ReleaseBlock(void* object) {
 // Records an object whose tag is new or whose slot is missing or taken.
 [[gnu::noinline]] void Record(const void* object, const char* file, int line,
                               const char* function, unsigned int size) {
-  const Origin& origin = Origins::FindOrAdd(file, line, function, size);
-  RecordObject(AddressOf(object), origin, size);
+  const Origin* origin = Origins::Find(file, line, function, size);
+  if (origin == nullptr) {
+    origin = &Origins::FindOrAdd(file, line, function, size);
+  }
+  RecordObject(AddressOf(object), *origin, size);
 }
 
 }  // namespace

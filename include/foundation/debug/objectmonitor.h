@@ -23,8 +23,7 @@ enum class ReportLayout { Text, Tabs };
 /// which make these calls in the right order.
 ///
 /// Safe to call from several threads. Recording and releasing an object take a
-/// lock only if its tag is new, if the list grows, or if its address is not one
-/// of malloc's.
+/// lock only if its tag is new or its address is not one of malloc's.
 ///
 /// The list allocates 8 KiB for each 128 KiB of memory (64 KiB on 32 bits) in
 /// which an object has ever been. It never releases them. An object at an
