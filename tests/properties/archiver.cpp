@@ -14,18 +14,8 @@ using A = io::IArchiver;
 using Node = Model<A>;
 using Child = Node::Child;
 
+// The destruction of an archiver.
 const std::regex kDestroy("!../json/archive/archiverutils:33 Destroy (#\\d+)");
-
-// Which archivers were destroyed, as they are disposed in a model.
-std::string TakeDestroyed() {
-  const std::string calls = Monitor::TakeCalls();
-  std::string destroyed;
-  for (std::sregex_iterator at(calls.begin(), calls.end(), kDestroy), end;
-       at != end; ++at) {
-    destroyed += "-" + (*at)[1].str();
-  }
-  return destroyed;
-}
 
 // Writes ----------------------------------------------------------------------
 
@@ -132,7 +122,8 @@ void CheckWrite(const Write& write, Node& node, const JsonArchiver& archiver,
   };
   Monitor::TakeLog();
   Sweep(failing, operate, [&](End end, std::size_t, bool failed) {
-    destroyed = TakeDestroyed();
+    destroyed = std::regex_replace(Monitor::TakeCalls(), kDestroy, "-$1",
+                                   std::regex_constants::format_no_copy);
     passed = end == End::Passed;
     if (passed || (end == End::Nothing && write.what != kData)) return true;
     Require(failed || end == End::Nothing, "memory is exhausted if it fails");

@@ -81,16 +81,13 @@ struct Model {
     if (kind != '[' && kind != '{') return text;
     std::string inside;
     std::unordered_map<std::string, std::string> copies;
-    const auto write = [&](const std::string& key, const std::string& value) {
-      inside += "," + Quoted(key) + ":" + value;
-    };
     for (const Child& child : elements) inside += "," + child->Text(copied);
     for (const auto& [key, child] : members) {
-      const std::string value = child->Text(copied);
-      if (copied) copies.emplace(key, value);
-      if (!copied) write(key, value);
+      const std::string member = Quoted(key) + ":" + child->Text(copied);
+      if (copied) copies.emplace(key, member);
+      if (!copied) inside += "," + member;
     }
-    for (const auto& [key, value] : copies) write(key, value);
+    for (const auto& copy : copies) inside += "," + copy.second;
     return kind + inside.erase(0, 1) + (kind == '[' ? ']' : '}');
   }
 
