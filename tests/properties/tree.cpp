@@ -112,8 +112,12 @@ void CheckEdit(const Node& node, Failing failing, bool result,
 
 template <class Container>
 void Empty(Container& it, bool detach, Node& node) {
+  const std::size_t before = Monitor::Blocks();
   Monitor::TakeLog();
   detach ? it.detach() : it.clear();
+  Require(
+      it.empty() && (node.elements.size() <= 2 || Monitor::Blocks() < before),
+      "a container is empty, and an array has no storage then");
   std::string disposal;
   node.ForEachChild([&](const Node& child) {
     disposal += child.Disposal();
