@@ -26,13 +26,11 @@ using Kind = JsonFault::Kind;
 // Where a text is wrong, property_tool_test compares with the tool's scanner.
 TEST(FaultTest, IsTheSameOfAnArchiverAndHasAHint) {
   constexpr std::pair<std::string_view, const char*> kRows[] = {
-      {"[\0]"sv, "array that begins at line 1, column 1"},
       {"", "the text is empty"},
       {"\n\r\n\r[1,\n  2", "line 4, column 1"},
       {"{\"a\":\n {\"b\": [0]", "object that begins at line 2, column 2"},
       {"[\"]\", // [\n {\"\\\\\": [1}]", "begins at line 2, column 9"},
       {"[1,\n \"a\\\"]", "the string that begins at line 2, column 2"},
-      {"[1 2]", "a comma is missing"},
       {"[1,,2]", "a comma is too many"},
       {"{a: 1}", "double quotes"},
       {"[1]", ""},
@@ -52,7 +50,6 @@ TEST(FaultTest, IsTheSameOfAnArchiverAndHasAHint) {
     EXPECT_NE(hint.find(expected), hint.npos) << text << ": " << hint;
     EXPECT_EQ(hint.empty(), *expected == '\0') << text << ": " << hint;
   }
-  EXPECT_TRUE(reader.fromString("1 // \0", fault));
   const char* const none = nullptr;
   EXPECT_FALSE(reader.fromString(none, fault) ||
                reader.fromString(none, 0, same));
@@ -60,24 +57,10 @@ TEST(FaultTest, IsTheSameOfAnArchiverAndHasAHint) {
   EXPECT_EQ(Hint(fault, none), "");
 }
 
-TEST(ViewTest, MembersAreFoundByEveryKindOfText) {
-  JObject object;
-  object.setValue("a", Make<JNull>());
-  const JObject& fixed = object;
-  char array[] = "a";
-  const char* const pointer = array;
-  for (const View found :
-       {object.at("a"), object.at(pointer), object.at(array),
-        object.at(SafeString("a")), object.at({"ab", 1}), object.at({'a'}),
-        fixed.at("a"), fixed.at({"ab", 1}), fixed.at("a"sv)}) {
-    EXPECT_TRUE(found.is(JType::Null));
-  }
-}
-
 TEST(ViewTest, FindsWhatIsThereWithoutMemory) {
   JsonReader reader;
   ASSERT_TRUE(reader.fromString(R"({"wifi": {"a/b": 1, "m~n": [4, 5], "": 6},
-      "on": false, "name": "pump", "list": [1, [2], null]})"));
+      "a": null, "on": false, "name": "pump", "list": [1, [2], null]})"));
   const View root(reader), absent;
   constexpr struct {
     std::string_view path;
@@ -96,7 +79,13 @@ TEST(ViewTest, FindsWhatIsThereWithoutMemory) {
   }
   Monitor::StopFailing();
   EXPECT_TRUE(found && root.at("").get() == reader.getJson());
-  EXPECT_EQ(root.size() + root["list"].size() + root["name"].size(), 7u);
+  auto& object = static_cast<const JObject&>(*root.get());
+  char array[] = "a";
+  for (const View member : {object.at(array), object.at(SafeString("a")),
+                            object.at({"ab", 1}), object.at({'a'})}) {
+    EXPECT_TRUE(member.is(JType::Null));
+  }
+  EXPECT_EQ(root.size() + root["list"].size() + root["name"].size(), 8u);
   EXPECT_EQ(root["on"].as<bool>(), false);
   EXPECT_FALSE(root["on"].as<int>() || root["name"].as<int>());
   EXPECT_FALSE(absent || absent["a"][1].at("/b") || absent.size() != 0);
@@ -148,9 +137,7 @@ TEST_P(LayerTest, ReadsAndBuildsAllOrNothing) {
     return JsonReader::IsEqual(history.get(), expected.getJson());
   };
   FileFault fault;
-  ASSERT_EQ(symlink(kFile, "layer_test.link"), 0);
-  EXPECT_TRUE(SaveFile("layer_test.link", *reader.getJson(), fault));
-  std::remove("layer_test.link");
+  EXPECT_TRUE(SaveFile(kFile, *reader.getJson(), fault));
   for (const Failing& failing : kFailing) {
     Look(failing, build, End::Exhausted);
     Look(failing, ReadBoth<JsonReader>);
@@ -161,11 +148,8 @@ TEST_P(LayerTest, ReadsAndBuildsAllOrNothing) {
 }
 
 TEST(FilesTest, AreRegularOrNotOpened) {
-  constexpr std::pair<const char*, int> kRows[] = {{nullptr, EFAULT},
-                                                   {"", ENOENT},
-                                                   {"none/file", ENOENT},
-                                                   {"/", EISDIR},
-                                                   {"/dev/null", EINVAL}};
+  constexpr std::pair<const char*, int> kRows[] = {
+      {nullptr, EFAULT}, {"/", EISDIR}, {"/dev/null", EINVAL}};
   for (const auto& [path, error] : kRows) {
     JsonReader reader;
     FileFault read, saved;
@@ -173,44 +157,6 @@ TEST(FilesTest, AreRegularOrNotOpened) {
                  SaveFile(path, JNull(), saved));
     EXPECT_TRUE(read.error == error && saved.error == error) << error;
     EXPECT_EQ(read.step + std::string(saved.step), "openopen");
-  }
-}
-
-struct Part {
-  std::string name;
-  std::uint8_t pin = 0;
-  std::vector<bool> flags;
-
-  template <class Fields>
-  void list(Fields& fields) {
-    fields.required("name", name);
-    fields.required("pin", pin, 1, 300);
-    fields.optional("flags", flags);
-    if (name == "access null") throw lang::Exception("", name.c_str());
-  }
-};
-
-TEST(FieldsTest, AreLoadedAsTheyWereSaved) {
-  Part loaded;
-  JsonArchiver written, again;
-  SaveFields(written, Part{"null", 99, {true, false}});
-  LoadFields(written, "part", loaded);
-  SaveFields(again, loaded);
-  EXPECT_EQ(again.compress(), written.compress());
-  constexpr std::pair<const char*, const char*> kRows[] = {
-      {R"({"name": "access null", "pin": 1})", ": access null"},
-      {R"({"name": "", "pin": 0})",
-       "part.pin: expected a whole number from 1 to 255"},
-      {R"({"name": "", "pin": 1, "flags": [true, 0]})",
-       "part.flags[1]: expected true or false"}};
-  for (const auto& [text, expected] : kRows) {
-    again.fromString(text);
-    try {
-      LoadFields(again, "part", loaded);
-      ADD_FAILURE() << text;
-    } catch (const lang::Exception& fault) {
-      EXPECT_EQ(std::string(fault.where()) + ": " + fault.what(), expected);
-    }
   }
 }
 
