@@ -8,14 +8,12 @@
 #include "support/property.h"
 
 #include <foundation/debug/memorymonitor.h>
-#include <foundation/debug/tracked.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
-#include <new>
 #include <random>
 #include <string>
 #include <utility>
@@ -43,19 +41,15 @@ Failing failing = nullptr;
 // program, calls this.
 extern "C" void __sanitizer_cov_trace_pc() { ++cost.blocks; }
 
-namespace vorn::foundation::debug {
-
-unsigned char* MemoryMonitor::Alloc(unsigned int bytes) {
+unsigned char* debug::MemoryMonitor::Alloc(unsigned int bytes) {
   ++cost.requests;
   if (failing != nullptr && failing(cost.requests, bytes)) return nullptr;
   return static_cast<unsigned char*>(std::malloc(bytes));
 }
 
-void MemoryMonitor::Dealloc(unsigned char* block, unsigned int) {
+void debug::MemoryMonitor::Dealloc(unsigned char* block, unsigned int) {
   std::free(block);
 }
-
-}  // namespace vorn::foundation::debug
 
 namespace {
 
@@ -63,21 +57,18 @@ namespace {
 Cost Measure(const std::function<bool()>& run, Failing which = nullptr) {
   cost = {};
   failing = which;
-  try {
-    cost.right = run();
-  } catch (const std::bad_alloc&) {
-  }
+  cost.right = EndOf(run) == End::Passed;
   failing = nullptr;
   return cost;
 }
 
-bool Set(JObject& object, const SafeString& key) try {
-  auto* const value = debug::Create<JNumber>({"test", 1, "test"}, 0);
-  generic::ScopedPointer<JBase> guard(value);
-  object.setValue(key, value);
-  return object.at(key) == guard.release();
-} catch (const std::bad_alloc&) {
-  return false;
+bool Set(JObject& object, const SafeString& key) {
+  const auto set = [&] {
+    generic::ScopedPointer<JBase> value(Make<JNumber>(0));
+    object.setValue(key, value.get());
+    return object.at(key) == value.release();
+  };
+  return EndOf(set) == End::Passed;
 }
 
 // Sets all members, removes them, and sets them twice.
