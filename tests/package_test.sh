@@ -35,10 +35,6 @@ diff <(awk '/^void DoesNot/, /^}/ { if (/;$/) print NR }' "$file") \
   <(grep -Ev '^(In file| +from)|: warning:' errors |
     sed -nE 's,^.*layer_test\.cpp:([0-9]+):.*,\1,p' | sort -un)
 
-# Each public header compiles alone.
-find "$source/include" -name '*.h' -exec \
-  "$compiler" "-I$source/include" -std=c++17 -w -fsyntax-only -x c++ {} +
-
 # As a part, which brings nothing along: each folder in one piece, and where
 # there is no instruction that counts in 64 bits.
 [[ -z $toolchain ]] || export CXXFLAGS='-march=armv6+fp -marm'
