@@ -29,6 +29,7 @@ INSTANTIATE_TEST_SUITE_P(Tracing, ValuesTest, testing::Bool());
 TEST_P(ValuesTest, TakeNullAndNoMoreThanTheMonitorCounts) {
   EXPECT_STREQ(lang::Exception(nullptr, "what").where(), "");
   EXPECT_STREQ(lang::Exception("where", nullptr).what(), "");
+  EXPECT_FALSE(JBool().value());
   JsonReader reader;
   EXPECT_TRUE(reader.fromString(SafeString("1\0 2", 4)));
   EXPECT_FALSE(reader.fromString(nullptr));

@@ -156,6 +156,11 @@ void CheckArchiver(Input& in) {
     const std::string text = root->Text(true);
     Look(failing.OrNone(in.Below(16) == 0),
          [&] { return std::string_view(archiver->compress()) == text; });
+    JsonReader formatted, compressed;
+    formatted.fromString(archiver->format());
+    compressed.fromString(text.c_str());
+    Require(JsonReader::IsEqual(formatted.getJson(), compressed.getJson()),
+            "the formatted text");
     Require(archiver->isValid() == (root->kind != 0), "whether it is empty");
     size = text.size();
   }
