@@ -105,7 +105,7 @@ TEST(FloodTest, CollidingKeysCostLittleMoreThanOrdinaryOnes) {
   constexpr std::size_t kMostRatio = 15;  // nothing is inlined
 #endif
   constexpr std::size_t kMostRequests = 20;
-  // The last of these keys takes so many buckets.
+  // An object has kBuckets buckets when the last of kCount keys is added.
   constexpr std::size_t kCount = 1110, kBuckets = 2357;
   const std::pair<const char*, Keys> kFloods[] = {
       {"one bucket", KeysOfOneBucket(kCount, kBuckets)},

@@ -1,6 +1,6 @@
-// Takes the place of a program's main() and runs that again and again, each
-// time with another request for memory failing: whatever fails, the program
-// leaves nothing behind.
+// Replaces a program's main() by one that runs the former again and again, each
+// time with another request for memory failing. Fails if a run leaves anything
+// behind.
 
 #include "support/property.h"
 
