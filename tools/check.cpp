@@ -46,7 +46,8 @@ class StrictCheck {
     deep_ |= deep;
     switch (token.kind) {
       case Token::kBegin:
-        return keys_.emplace_back(), void();
+        keys_.emplace_back();
+        return;
       case Token::kEnd:
         return keys_.pop_back();
       case Token::kKey:
@@ -88,9 +89,11 @@ class StrictCheck {
     if (rest[0] == '\\') {
       if (std::strchr("\"\\rnt", rest[1]) != nullptr) return 2;
       if (CodeUnitOf(rest) >= 0 || std::strchr("/bf", rest[1]) != nullptr) {
-        return Report(offset, "Escapes", "other readers decode this escape"), 2;
+        Report(offset, "Escapes", "other readers decode this escape");
+        return 2;
       }
-      return Report(offset, kExtension, "unknown escape"), 1;
+      Report(offset, kExtension, "unknown escape");
+      return 1;
     }
     const auto [code, size] = CharacterOf(rest);
     if (code < ' ') Report(offset, kExtension, "control character in a string");
